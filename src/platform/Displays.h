@@ -1,0 +1,38 @@
+#pragma once
+
+#include "base/Geometry.h"
+
+#include <functional>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace kasto {
+
+struct Display {
+    DisplayId id = 0;
+    std::string name;
+    Rect boundsPts;    // global points
+    double scale = 1;  // pixels per point
+    bool isMain = false;
+};
+
+// The attached displays. Any thread; the answers are those of the moment. With no connection to the desktop
+// there are no displays.
+class Displays {
+public:
+    virtual ~Displays() = default;
+
+    virtual std::vector<Display> all() const = 0;
+
+    // The display under a point in global points, if there is one there.
+    virtual std::optional<DisplayId> displayAt(Point globalPts) const = 0;
+
+    // 0 when there is no display at all.
+    virtual DisplayId mainDisplay() const = 0;
+
+    // Called after displays came, went, moved or changed size, on a thread of the maker's.
+    virtual void setOnChange(std::function<void()> onChange) = 0;
+};
+
+}  // namespace kasto

@@ -1,0 +1,17 @@
+#pragma once
+
+namespace kasto {
+
+// The right to record the screen. Main thread.
+class ScreenAccess {
+public:
+    virtual ~ScreenAccess() = default;
+
+    virtual bool preflight() const = 0;  // is it granted now
+    virtual void request() = 0;          // ask the user for it; the answer shows in `preflight`
+
+    // Whether the program may watch input for accessibility; told in the log only.
+    virtual bool accessibilityTrusted() const = 0;
+};
+
+}  // namespace kasto
