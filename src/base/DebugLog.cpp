@@ -1,0 +1,45 @@
+#include "base/DebugLog.h"
+
+#include "base/HomeFolders.h"
+#include "base/LogFile.h"
+#include "base/SerialQueue.h"
+#include "base/SystemLog.h"
+#include "base/Timestamp.h"
+
+#include <ctime>
+#include <string>
+
+namespace kasto {
+
+namespace {
+
+struct Channel {
+    LogFile file{homeFolder() / "Library/Logs/kasto.log"};
+    SerialQueue queue{"app.tolvane.kasto.log", QueuePriority::utility};
+};
+
+// Never destroyed: other threads may log until the process is gone.
+Channel& channel() {
+    static Channel& kept = *new Channel;
+    return kept;
+}
+
+std::string withPrefix(std::string prefix, std::string_view message) { return prefix.append(message); }
+
+}  // namespace
+
+void DebugLog::log(std::string_view message) {
+    systemLog(withPrefix("kasto: ", message));
+    std::string line = withPrefix(isoTimestamp(std::time(nullptr)) + " ", message) + "\n";
+    channel().queue.async([line = std::move(line)] { channel().file.append(line); });
+}
+
+void DebugLog::trimIfHuge() {
+    channel().queue.async([] { channel().file.trimIfHuge(); });
+}
+
+void DebugLog::flush() { channel().queue.drain(); }
+
+const std::filesystem::path& DebugLog::fileLocation() { return channel().file.location(); }
+
+}  // namespace kasto
