@@ -24,15 +24,18 @@ public:
     static bool captureMic();          // "captureMic", false
     static bool convertMP4();          // "convertMP4", false
     static bool invertPan();           // "invertPan", false
-    static int fps();                  // "fps", 60
+    static int fps();                  // "fps", 60; written as 60 or 30
 
     // The recorded region in display points from its display's top-left corner; none records whole displays.
-    // Stored under "regionRect" as "x,y,width,height".
+    // Stored under "regionRect" as "x,y,width,height", each the shortest decimals that read back to the same
+    // number, with a fractional part; pieces that are no finite number are skipped when it is read.
     static std::optional<Rect> regionRect();
     static void setRegionRect(const std::optional<Rect>& rect);
-    static std::optional<DisplayId> regionDisplayID();  // "regionDisplayID"
 
-    // "outputDir": the chosen folder for finished takes, none for the default ones.
+    // "regionDisplayID": the display of the region; none also for a number that is no display's.
+    static std::optional<DisplayId> regionDisplayID();
+
+    // "outputDir": the chosen folder (an absolute path) for finished takes, none for the default ones.
     static std::optional<std::filesystem::path> outputDir();
     static void setOutputDir(const std::optional<std::filesystem::path>& folder);
 
