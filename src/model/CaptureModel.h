@@ -22,8 +22,11 @@ struct Ripple {
 // nothing and knows no desktop service. Times are seconds on the media clock.
 class CaptureModel {
 public:
-    // Starts a take: unzoomed, unpanned, without pulses, centred on the picture. The captured area is given
-    // in global points and must not be degenerate; the picture's size is in pixels.
+    CaptureModel();
+
+    // Starts a take: unzoomed, unpanned, without pulses, centred on the picture and with the webcam tile off
+    // until the next `setPip`. The captured area is given in global points and must not be degenerate; the
+    // picture's size is in pixels.
     void configure(const Rect& displayBoundsPts, double pixW, double pixH);
 
     // The pointer, in global points, and whether a held button is to be shown as a disc there.
@@ -43,7 +46,9 @@ public:
     // Width / height of the webcam picture, already clamped by the caller.
     void setCamAspect(double aspect);
 
-    // Eases zoom and centre on to `now` and returns what the frame of that moment shows.
+    // Eases zoom and centre on to `now` and returns what the frame of that moment shows. The first step of a
+    // take eases nothing, a later one at most 0.1 s. Allocates nothing but the log line of a take's first
+    // visible zoom.
     RenderSnapshot step(double now);
 
     // A copy of what the last `step` returned; moves no time forward.
@@ -60,7 +65,8 @@ public:
 private:
     Point toPx(Point globalPts) const;
     void easeZoom(double dt);
-    double panWeight(double z, double magnitude) const;
+    double panWeight(double z, double pannedPx) const;
+    void easeCenter(double dt, double panWeight);
     Rect camRect() const;
     Rect crop(double z) const;
 

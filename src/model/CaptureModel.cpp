@@ -1,0 +1,199 @@
+#include "model/CaptureModel.h"
+
+#include "base/DebugLog.h"
+
+#include <algorithm>
+#include <array>
+#include <charconv>
+#include <cmath>
+#include <numbers>
+#include <string>
+
+namespace kasto {
+
+namespace {
+
+constexpr double kMostZoomLog = 3 * std::numbers::ln2;  // 8x
+constexpr double kHomeZoomLog = 0.04;                   // zooming out to less than this goes all the way
+constexpr double kZoomEaseS = 0.28;
+constexpr double kZoomSnapLog = 0.0004;
+constexpr double kVisibleZoom = 1.15;
+constexpr double kCenterEaseS = 0.2;
+constexpr double kMostStepS = 0.1;
+
+constexpr double kLeastZoomRefForPan = 1.25;
+constexpr double kLeastPanPx = 0.5;
+constexpr double kLeastPanWeight = 0.05;
+constexpr double kPanResetZoom = 1.02;
+
+constexpr double kRippleVisibleS = 0.45;
+constexpr double kRippleKeptS = 0.5;
+constexpr double kRippleStartPts = 14;
+constexpr double kRippleGrowthPts = 44;
+constexpr double kRippleAlpha = 0.5;
+constexpr double kHeldRadiusPts = 16;
+constexpr double kHeldAlpha = 0.3;
+
+constexpr double kCamMarginPts = 24;
+constexpr double kRoundCamWidth = 0.2;  // of the picture's
+constexpr double kRectCamWidth = 0.24;
+
+// How far an exponential ease with the time constant gets in `dt`, 0 to 1.
+double eased(double dt, double timeConstantS) { return 1 - std::exp(-dt / timeConstantS); }
+
+RippleDisc discOf(const Ripple& ripple, double now, double sx) {
+    const double elapsed = (now - ripple.t0) / kRippleVisibleS;
+    const double left = elapsed <= 0 ? 1 : 1 - std::min(elapsed, 1.0);
+    const double radiusPts = kRippleStartPts + kRippleGrowthPts * (1 - left * left);
+    return {ripple.px, sx * radiusPts, kRippleAlpha * left};
+}
+
+// The log's decimals do not follow the locale.
+void logZoomVisible(double z) {
+    std::array<char, 32> text;
+    const auto end = std::to_chars(text.begin(), text.end(), z, std::chars_format::fixed, 2).ptr;
+    DebugLog::log("model zoom visible (" + std::string(text.begin(), end) + "x)");
+}
+
+}  // namespace
+
+CaptureModel::CaptureModel() {
+    ripples_.reserve(RippleDiscs::kMost + 1);  // a frame allocates nothing
+}
+
+void CaptureModel::configure(const Rect& displayBoundsPts, double pixW, double pixH) {
+    const std::scoped_lock held(lock_);
+    displayBoundsPts_ = displayBoundsPts;
+    pixW_ = pixW;
+    pixH_ = pixH;
+    sx_ = pixW / displayBoundsPts.width;
+    sy_ = pixH / displayBoundsPts.height;
+    zoomLog_ = 0;
+    zoomLogTarget_ = 0;
+    panOffsetPx_ = {};
+    ripples_.clear();
+    heldPx_.reset();
+    pipOn_ = false;
+    center_ = {pixW * 0.5, pixH * 0.5};
+    lastStep_.reset();
+    loggedZoomVisible_ = false;
+    lastSnapshot_ = {};
+    lastSnapshot_.cropPx = {0, 0, pixW, pixH};
+}
+
+Point CaptureModel::toPx(Point globalPts) const {
+    const Rect& area = displayBoundsPts_;
+    return {std::min(std::max(globalPts.x - area.minX(), 0.0), area.width) * sx_,
+            std::min(std::max(globalPts.y - area.minY(), 0.0), area.height) * sy_};
+}
+
+void CaptureModel::setMouse(Point globalPts, bool held) {
+    const std::scoped_lock locked(lock_);
+    mousePx_ = toPx(globalPts);
+    heldPx_.reset();
+    if (held && displayBoundsPts_.contains(globalPts)) heldPx_ = mousePx_;
+}
+
+void CaptureModel::spawnRipple(Point globalPts, double t) {
+    const std::scoped_lock held(lock_);
+    if (!displayBoundsPts_.contains(globalPts)) return;
+    ripples_.push_back({toPx(globalPts), t});
+    if (ripples_.size() > RippleDiscs::kMost) ripples_.erase(ripples_.begin());
+}
+
+void CaptureModel::pan(Vector viewPts) {
+    const std::scoped_lock held(lock_);
+    const double z = std::exp(zoomLog_);
+    zoomRefForPan_ = std::max(z, kLeastZoomRefForPan);
+    const double scale = std::max(z, 1.0);
+    panOffsetPx_.dx = std::clamp(panOffsetPx_.dx + viewPts.dx * sx_ / scale, -pixW_, pixW_);
+    panOffsetPx_.dy = std::clamp(panOffsetPx_.dy + viewPts.dy * sy_ / scale, -pixH_, pixH_);
+}
+
+void CaptureModel::zoom(double logDelta) {
+    const std::scoped_lock held(lock_);
+    const double target = std::clamp(zoomLogTarget_ + logDelta, 0.0, kMostZoomLog);
+    zoomLogTarget_ = target < kHomeZoomLog && logDelta < 0 ? 0 : target;
+}
+
+void CaptureModel::setPip(bool on, bool round) {
+    const std::scoped_lock held(lock_);
+    pipOn_ = on;
+    pipRound_ = round;
+}
+
+void CaptureModel::setCamAspect(double aspect) {
+    const std::scoped_lock held(lock_);
+    camAspect_ = aspect;
+}
+
+RenderSnapshot CaptureModel::step(double now) {
+    const std::scoped_lock held(lock_);
+    const double dt = std::clamp(now - lastStep_.value_or(now), 0.0, kMostStepS);
+    lastStep_ = now;
+
+    easeZoom(dt);
+    const double z = std::exp(zoomLog_);
+    if (!loggedZoomVisible_ && z > kVisibleZoom) {
+        loggedZoomVisible_ = true;
+        logZoomVisible(z);
+    }
+
+    const double pannedPx = std::abs(panOffsetPx_.dx) + std::abs(panOffsetPx_.dy);
+    const double weight = panWeight(z, pannedPx);
+    easeCenter(dt, weight);
+    if (z <= kPanResetZoom && zoomLogTarget_ == 0) panOffsetPx_ = {};
+
+    RenderSnapshot shown;
+    shown.cropPx = crop(z);
+    shown.zoom = z;
+    shown.panned = weight > kLeastPanWeight && pannedPx > kLeastPanPx;
+    std::erase_if(ripples_, [now](const Ripple& ripple) { return now - ripple.t0 > kRippleKeptS; });
+    for (const Ripple& ripple : ripples_) shown.ripples.push_back(discOf(ripple, now, sx_));
+    if (heldPx_) shown.heldDisc = {*heldPx_, sx_ * kHeldRadiusPts, kHeldAlpha};
+    if (pipOn_) shown.camRect = camRect();
+    shown.camRound = pipRound_;
+    lastSnapshot_ = shown;
+    return shown;
+}
+
+void CaptureModel::easeZoom(double dt) {
+    const double next = zoomLog_ + (zoomLogTarget_ - zoomLog_) * eased(dt, kZoomEaseS);
+    zoomLog_ = std::abs(next - zoomLogTarget_) < kZoomSnapLog ? zoomLogTarget_ : next;
+}
+
+// A pan counts in full at the zoom it was made at and fades to nothing on the way back to 1x.
+double CaptureModel::panWeight(double z, double pannedPx) const {
+    if (!(pannedPx > kLeastPanPx)) return 0;
+    return std::clamp((z - 1) / (zoomRefForPan_ - 1), 0.0, 1.0);
+}
+
+// The centre itself may leave the picture; only the crop made from it may not.
+void CaptureModel::easeCenter(double dt, double panWeight) {
+    const double part = eased(dt, kCenterEaseS);
+    center_.x += (mousePx_.x + panOffsetPx_.dx * panWeight - center_.x) * part;
+    center_.y += (mousePx_.y + panOffsetPx_.dy * panWeight - center_.y) * part;
+}
+
+// In the bottom-right corner; the margin is the horizontal one on both axes.
+Rect CaptureModel::camRect() const {
+    const double margin = sx_ * kCamMarginPts;
+    const double width = pixW_ * (pipRound_ ? kRoundCamWidth : kRectCamWidth);
+    const double height = pipRound_ ? width : width / camAspect_;
+    return {pixW_ - width - margin, pixH_ - height - margin, width, height};
+}
+
+Rect CaptureModel::crop(double z) const {
+    const Size size{pixW_ / z, pixH_ / z};
+    const Size half{size.width * 0.5, size.height * 0.5};
+    const double midX = std::min(std::max(center_.x, half.width), pixW_ - half.width);
+    const double midY = std::min(std::max(center_.y, half.height), pixH_ - half.height);
+    return {midX - half.width, midY - half.height, size.width, size.height};
+}
+
+RenderSnapshot CaptureModel::snapshot() const {
+    const std::scoped_lock held(lock_);
+    return lastSnapshot_;
+}
+
+}  // namespace kasto

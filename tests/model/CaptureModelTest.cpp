@@ -1,0 +1,212 @@
+#include "model/CaptureModel.h"
+#include "support/LogCapture.h"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <cmath>
+#include <numbers>
+#include <thread>
+#include <tuple>
+
+namespace kasto {
+namespace {
+
+using std::numbers::ln2;
+
+void expectNear(const Rect& shown, const Rect& expected) {
+    EXPECT_NEAR(shown.x, expected.x, 1e-6);
+    EXPECT_NEAR(shown.y, expected.y, 1e-6);
+    EXPECT_NEAR(shown.width, expected.width, 1e-6);
+    EXPECT_NEAR(shown.height, expected.height, 1e-6);
+}
+
+// A take of a 1920 x 1080 point area at two pixels per point, with the pointer in its middle.
+class CaptureModelTest : public testing::Test {
+protected:
+    static constexpr Point kMiddle{1060, 590};
+
+    CaptureModelTest() { startTake(); }
+
+    void startTake() {
+        model.configure({100, 50, 1920, 1080}, 3840, 2160);
+        model.setMouse(kMiddle, false);
+    }
+
+    // Lets zoom and centre come to rest.
+    RenderSnapshot settle() {
+        for (int i = 0; i < 100; ++i) model.step(now += 0.1);
+        return model.snapshot();
+    }
+
+    CaptureModel model;
+    double now = 1000;
+};
+
+TEST_F(CaptureModelTest, ATakeStartsWithTheWholePicture) {
+    RenderSnapshot whole;
+    whole.cropPx = {0, 0, 3840, 2160};
+    EXPECT_EQ(model.snapshot(), whole);
+    model.zoom(ln2);
+    model.pan({100, 100});
+    model.setPip(true, true);
+    settle();
+    model.setMouse(kMiddle, true);
+    model.spawnRipple(kMiddle, now);
+    model.configure({100, 50, 1920, 1080}, 3840, 2160);
+    EXPECT_EQ(model.snapshot(), whole);
+    whole.camRound = true;  // outlives the take
+    EXPECT_EQ(model.step(now), whole);
+    EXPECT_EQ(settle().zoom, 1);
+    startTake();
+    model.zoom(ln2);
+    EXPECT_EQ(model.step(now + 1).zoom, 1) << "time starts anew too";
+}
+
+TEST_F(CaptureModelTest, ZoomEasesExponentiallyAndSnaps) {
+    const auto zoomAfter = [](double seconds) { return std::exp(ln2 * (1 - std::exp(-seconds / 0.28))); };
+    model.zoom(ln2);
+    EXPECT_EQ(model.step(now).zoom, 1) << "the first frame eases nothing";
+    EXPECT_NEAR(model.step(now += 2).zoom, zoomAfter(0.1), 1e-9) << "a stall counts as a tenth of a second";
+    EXPECT_NEAR(model.step(now -= 1).zoom, zoomAfter(0.1), 1e-9) << "time does not run back";
+    double seconds = 0.1;
+    for (; ln2 * std::exp(-(seconds + 1.0 / 60) / 0.28) >= 0.0004; seconds += 1.0 / 60)
+        ASSERT_NEAR(model.step(now += 1.0 / 60).zoom, zoomAfter(seconds + 1.0 / 60), 1e-9);
+    EXPECT_EQ(model.step(now += 1.0 / 60).zoom, std::exp(ln2));
+}
+
+TEST_F(CaptureModelTest, ZoomStaysWithinItsRangeAndFindsHome) {
+    const double ln8 = 2.0794415416798357;
+    const std::pair<std::vector<double>, double> rows[] = {
+        {{0.03}, 0.03},    {{0.03, 0.005}, 0.035}, {{-1}, 0}, {{0.1, -0.05}, 0.05},
+        {{0.1, -0.07}, 0}, {{5, 5, -1}, ln8 - 1},  {{5}, ln8}};
+    for (const auto& [deltas, expectedLog] : rows) {
+        startTake();
+        for (const double delta : deltas) model.zoom(delta);
+        EXPECT_NEAR(std::log(settle().zoom), expectedLog, 1e-12);
+    }
+}
+
+TEST_F(CaptureModelTest, TheViewFollowsThePointerAndStaysInThePicture) {
+    const std::pair<Point, Point> rows[] = {{{100, 50}, {0, 0}},
+                                            {{2020, 1130}, {1920, 1080}},
+                                            {{-5000, 9000}, {0, 1080}},
+                                            {{kMiddle.x + 50, kMiddle.y - 20}, {1060, 500}}};
+    model.zoom(ln2);
+    for (const auto& [mousePts, cropOrigin] : rows) {
+        model.setMouse(mousePts, false);
+        expectNear(settle().cropPx, {cropOrigin.x, cropOrigin.y, 1920, 1080});
+    }
+    model.setMouse(kMiddle, false);
+    EXPECT_NEAR(model.step(now + 0.05).cropPx.midX(), 1920 + 100 * std::exp(-0.05 / 0.2), 1e-6);
+}
+
+TEST_F(CaptureModelTest, APanFadesWithTheZoomItWasMadeAt) {
+    model.zoom(std::log(3));
+    settle();
+    model.pan({90, -30});  // 180 pixels, of which a third counts at 3x
+    expectNear(settle().cropPx, {1920 + 60 - 640, 1080 - 20 - 360, 1280, 720});
+    EXPECT_TRUE(model.snapshot().panned);
+    model.zoom(std::log(2.0 / 3));
+    EXPECT_NEAR(settle().cropPx.midX(), 1920 + 30, 1e-6);
+    model.zoom(-1);
+    EXPECT_FALSE(settle().panned);
+    model.zoom(std::log(3));
+    EXPECT_NEAR(settle().cropPx.midX(), 1920, 1e-6) << "home clears the pan";
+
+    startTake();
+    model.pan({30, 0});  // counts in full from 1.25x
+    model.zoom(std::log(1.01));
+    EXPECT_FALSE(settle().panned);
+    model.zoom(std::log(1.125 / 1.01));
+    EXPECT_NEAR(settle().cropPx.midX(), 1920 + 30, 1e-6);
+    model.zoom(std::log(2));
+    EXPECT_NEAR(settle().cropPx.midX(), 1920 + 60, 1e-6);
+    model.pan({1e6, -1e6});
+    model.pan({-1920 * 2.25, 1080 * 2.25});  // one whole picture back from where it was stopped
+    EXPECT_NEAR(settle().cropPx.midX(), 1920, 1e-6);
+    EXPECT_NEAR(model.snapshot().cropPx.midY(), 1080, 1e-6);
+}
+
+TEST_F(CaptureModelTest, AClickPulseGrowsAndFades) {
+    const double rows[][3] = {{-1, 28, 0.5}, {0, 28, 0.5}, {0.225, 94, 0.25}, {0.45, 116, 0}, {0.5, 116, 0}};
+    for (const auto& [age, radius, alpha] : rows) {
+        startTake();
+        model.spawnRipple({200, 150}, now);
+        const auto discs = model.step(now + age).ripples;
+        ASSERT_EQ(discs.size(), 1u) << age;
+        EXPECT_EQ(discs[0].center, (Point{200, 200}));
+        EXPECT_NEAR(discs[0].radius, radius, 1e-6) << age;
+        EXPECT_NEAR(discs[0].alpha, alpha, 1e-9) << age;
+    }
+    EXPECT_TRUE(model.step(now + 0.51).ripples.empty());
+}
+
+TEST_F(CaptureModelTest, ClicksCountInsideTheAreaOnly) {
+    for (const Point outside : {Point{2020, 500}, {500, 1130}, {99.9, 500}}) {
+        model.spawnRipple(outside, now);
+        model.setMouse({110, 60}, true);
+        EXPECT_EQ(model.step(now).heldDisc, (RippleDisc{{20, 20}, 32, 0.3}));
+        model.setMouse(outside, true);
+        EXPECT_EQ(model.step(now).heldDisc, std::nullopt);
+    }
+    EXPECT_TRUE(model.step(now).ripples.empty());
+    for (int i = 0; i < 30; ++i) model.spawnRipple({100.0 + i, 50}, now);
+    const auto discs = model.step(now).ripples;
+    ASSERT_EQ(discs.size(), 24u) << "the latest ones";
+    for (int i = 0; i < 24; ++i) EXPECT_EQ(discs[i].center.x, 2 * (6 + i));
+}
+
+TEST_F(CaptureModelTest, PlacesTheWebcamTile) {
+    const std::tuple<bool, double, Rect> rows[] = {{true, 16.0 / 9, {3024, 1344, 768, 768}},
+                                                   {false, 16.0 / 9, {2870.4, 1593.6, 921.6, 518.4}},
+                                                   {false, 0.5, {2870.4, 268.8, 921.6, 1843.2}}};
+    for (const auto& [round, aspect, expected] : rows) {
+        model.setPip(true, round);
+        model.setCamAspect(aspect);
+        const auto shown = model.step(now);
+        expectNear(shown.camRect.value_or(Rect{}), expected);
+        EXPECT_EQ(shown.camRound, round);
+    }
+    model.setPip(false, true);
+    EXPECT_EQ(model.step(now).camRect, std::nullopt);
+}
+
+TEST_F(CaptureModelTest, ReportsAVisibleZoomOncePerTake) {
+    const test::LogCapture log;
+    for (int take = 1; take <= 2; ++take) {
+        startTake();
+        model.zoom(5);
+        model.step(now);
+        model.step(now + 0.0222);  // e^(ln 8 * (1 - e^(-0.0222 / 0.28))) = 1.1718
+        settle();
+        EXPECT_EQ(log.lines(), std::vector<std::string>(take, "kasto: model zoom visible (1.17x)"));
+    }
+}
+
+TEST_F(CaptureModelTest, ManyThreadsWriteWhileFramesAreMade) {
+    std::atomic<bool> running = true;
+    std::jthread pointer([&] {
+        for (int i = 0; running; ++i) {
+            model.setMouse({100.0 + i % 1920, 60}, i % 2);
+            model.spawnRipple({100.0 + i % 1920, 60}, now + i * 0.001);
+        }
+    });
+    std::jthread others([&] {
+        for (int i = 0; running; ++i) {
+            model.zoom(i % 3 ? 0.1 : -0.15);
+            model.pan({1.0 * (i % 100), -3});
+            model.setPip(i % 2, i % 3);
+            (void)model.snapshot();
+        }
+    });
+    for (int frame = 0; frame < 500; ++frame) {
+        const auto shown = model.step(now + frame / 60.0);
+        expectNear(shown.cropPx.intersection({0, 0, 3840, 2160}), shown.cropPx);
+        EXPECT_NEAR(shown.cropPx.width * shown.zoom, 3840, 1e-6);
+    }
+    running = false;
+}
+
+}  // namespace
+}  // namespace kasto
