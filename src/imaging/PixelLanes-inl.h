@@ -1,0 +1,104 @@
+// Vectors of pixels, for the kernels. Included once for every target.
+#if defined(KASTO_PIXEL_LANES_INL_H) == defined(HWY_TARGET_TOGGLE)
+#ifdef KASTO_PIXEL_LANES_INL_H
+#undef KASTO_PIXEL_LANES_INL_H
+#else
+#define KASTO_PIXEL_LANES_INL_H
+#endif
+
+#include "imaging/Kernels.h"
+
+#include <hwy/highway.h>
+
+#include <algorithm>
+#include <cstddef>
+
+HWY_BEFORE_NAMESPACE();
+namespace kasto::HWY_NAMESPACE {
+
+namespace hn = hwy::HWY_NAMESPACE;
+using Words = hn::CappedTag<Pixel, kRowPadding>;
+using Halves = hn::Repartition<std::uint16_t, Words>;
+using Bytes = hn::Repartition<std::uint8_t, Words>;
+using Pixels = hn::Vec<Words>;
+using Channels16 = hn::Vec<Halves>;
+
+constexpr std::size_t kMaxPixels = kRowPadding;
+
+HWY_INLINE int pixelsPerVector() { return static_cast<int>(hn::Lanes(Words())); }
+
+// Two of four channels each, with 8 fractional bits.
+struct FinePixels {
+    Channels16 blueRed;
+    Channels16 greenAlpha;
+};
+
+HWY_INLINE Channels16 halves(Pixels pixels) { return hn::BitCast(Halves(), pixels); }
+
+HWY_INLINE FinePixels split(Pixels pixels) {
+    return {hn::ShiftLeft<8>(halves(pixels)), hn::And(halves(pixels), hn::Set(Halves(), 0xFF00))};
+}
+
+// Rounds to whole levels. Products lose a little less than one part of 256 each, half a part in the mean:
+// two stages of two products are made up for by the two parts above one half.
+HWY_INLINE Pixels join(FinePixels fine) {
+    const auto half = hn::Set(Halves(), 130);
+    const auto blueRed = hn::ShiftRight<8>(hn::SaturatedAdd(fine.blueRed, half));
+    const auto greenAlpha = hn::And(hn::SaturatedAdd(fine.greenAlpha, half), hn::Set(Halves(), 0xFF00));
+    return hn::BitCast(Words(), hn::Or(blueRed, greenAlpha));
+}
+
+// Scales by weights of 65536 parts; those of a pixel stand in both halves of its word.
+HWY_INLINE FinePixels scaledBy(FinePixels fine, Channels16 weights) {
+    return {hn::MulHigh(fine.blueRed, weights), hn::MulHigh(fine.greenAlpha, weights)};
+}
+
+HWY_INLINE FinePixels sum(FinePixels a, FinePixels b) {
+    return {hn::SaturatedAdd(a.blueRed, b.blueRed), hn::SaturatedAdd(a.greenAlpha, b.greenAlpha)};
+}
+
+HWY_INLINE FinePixels between(FinePixels a, FinePixels b, Channels16 weightsOfB) {
+    return sum(scaledBy(a, hn::Not(weightsOfB)), scaledBy(b, weightsOfB));
+}
+
+HWY_INLINE FinePixels fineColor(const FineColor& color) {
+    return {halves(hn::Set(Words(), color.blueRed)), halves(hn::Set(Words(), color.greenAlpha))};
+}
+
+// Alpha as weights of 65536 parts.
+HWY_INLINE Channels16 alphaWeights(Pixels pixels) {
+    alignas(16) static constexpr std::uint8_t kAlphas[16] = {3,  3,  3,  3,  7,  7,  7,  7,
+                                                             11, 11, 11, 11, 15, 15, 15, 15};
+    const auto bytes = hn::BitCast(Bytes(), pixels);
+    return hn::BitCast(Halves(), hn::TableLookupBytes(bytes, hn::LoadDup128(Bytes(), kAlphas)));
+}
+
+HWY_INLINE Channels16 alphaWeights(FinePixels fine) {
+    const auto alpha = hn::ShiftRight<16>(hn::BitCast(Words(), fine.greenAlpha));
+    const auto full = hn::Add(alpha, hn::ShiftRight<8>(alpha));
+    return halves(hn::Or(full, hn::ShiftLeft<16>(full)));
+}
+
+// out[i] = f(i, inputs[i]...), the last few by way of copies, so that nothing beyond the row is touched.
+template <class F, class... Inputs>
+HWY_INLINE void mapRow(int count, Pixel* out, F f, const Inputs*... inputs) {
+    const Words words;
+    const int lanes = pixelsPerVector();
+    int i = 0;
+    for (; i + lanes <= count; i += lanes) hn::StoreU(f(i, hn::LoadU(words, inputs + i)...), words, out + i);
+    if (i == count) return;
+    const auto rest = static_cast<std::size_t>(count - i);
+    const auto loadRest = [&](const Pixel* input) HWY_ATTR {
+        HWY_ALIGN Pixel padded[kMaxPixels] = {};
+        std::copy_n(input + i, rest, padded);
+        return hn::Load(words, padded);
+    };
+    HWY_ALIGN Pixel padded[kMaxPixels];
+    hn::Store(f(i, loadRest(inputs)...), words, padded);
+    std::copy_n(padded, rest, out + i);
+}
+
+}  // namespace kasto::HWY_NAMESPACE
+HWY_AFTER_NAMESPACE();
+
+#endif

@@ -1,0 +1,110 @@
+#pragma once
+
+#include "base/Geometry.h"
+#include "imaging/Image.h"
+#include "imaging/ImageNode.h"
+#include "imaging/Kernels.h"
+#include "imaging/Resampling.h"
+
+#include <cstddef>
+#include <optional>
+#include <vector>
+
+namespace kasto {
+
+// One colour, ready for the kernels.
+struct Solid {
+    FineColor fine;
+    Pixel pixel = 0;
+    bool isOpaque = false;
+};
+
+// A radial gradient in the target: an ellipse where the axes are scaled differently.
+struct Gradient {
+    double centerX = 0;  // target pixels, the origin at the top left corner
+    double centerY = 0;
+    double scaleX = 1;  // target pixels to one unit of the radii
+    double scaleY = 1;
+    double radius0 = 0;
+    double radius1 = 0;
+    FineColor inner;
+    FineColor outer;
+    bool isOpaqueInside = false;
+    bool vanishesOutside = false;
+
+    // Columns [begin, end) inside `within` that hold every centre nearer than a radius on a row (and at most
+    // one more at each end).
+    struct Run {
+        int begin = 0;
+        int end = 0;
+    };
+    Run columns(double radius, int row, Run within) const;
+};
+
+// A picture without parts, drawn inside a box.
+struct Draw {
+    enum class Leaf { solid, gradient, pixels };
+    Leaf leaf = Leaf::solid;
+    std::size_t index = 0;  // in the plan's list of such leaves
+    PixelRect box;
+    bool replaces = false;  // what was there before does not shine through
+};
+
+// One thing to do to a layer, inside a box. Layer 0 is the target, the others are as large and temporary.
+struct Step {
+    enum class Kind {
+        clear,     // make transparent
+        draw,      // `drawing` over the layer
+        copy,      // `other` to the layer
+        mix,       // `other` over the layer's pixels, by the alpha of `mask`
+        drawDisc,  // `drawing` instead of the layer's pixels, by the alpha of gradient `disc`, which is full
+                   // inside and ends outside
+    };
+    Kind kind = Kind::clear;
+    int layer = 0;
+    PixelRect box{};
+    Draw drawing{};
+    int other = 0;
+    int mask = 0;
+    std::size_t disc = 0;
+};
+
+// A recipe turned into a list of steps for one target, in the order they are to be done for each pixel.
+// Transforms have gone down to the leaves and crops into the boxes: every leaf is sampled just once. The
+// memory is used again for the next recipe.
+class RenderPlan {
+public:
+    // `bounds` is the part of image space that fills the target.
+    void compile(const Image& image, int width, int height, const Rect& bounds);
+
+    const std::vector<Step>& steps() const { return steps_; }
+    const Solid& solid(std::size_t index) const { return solids_[index]; }
+    const Gradient& gradient(std::size_t index) const { return gradients_[index]; }
+    const Resampling& resampling(std::size_t index) const { return resamplings_[index]; }
+    std::size_t resamplingCount() const { return resamplingCount_; }
+    int layerCount() const { return layerCount_; }
+
+    // The columns of a step that its rows [top, bottom) may change.
+    Gradient::Run touchedColumns(const Step& step, int top, int bottom) const;
+
+private:
+    struct View {
+        Placement placement;
+        PixelRect clip;
+    };
+    struct Leaf {
+        const ImageNode* node;
+        View view;
+    };
+    class Compiler;
+
+    std::vector<Step> steps_;
+    std::vector<Solid> solids_;
+    std::vector<Gradient> gradients_;
+    std::vector<Resampling> resamplings_;
+    std::size_t resamplingCount_ = 0;
+    int layerCount_ = 1;
+    std::vector<char> isFresh_;  // by layer: nothing drawn yet
+};
+
+}  // namespace kasto
