@@ -1,0 +1,55 @@
+#pragma once
+
+#include <sys/types.h>
+
+#include <string>
+#include <vector>
+
+namespace kasto::test {
+
+// A program started for a test, ended by its process id. Throws where it cannot be started.
+class ChildProcess {
+public:
+    explicit ChildProcess(const std::vector<std::string>& command,
+                          const std::vector<std::string>& environment = {});
+    ChildProcess(ChildProcess&& other) noexcept;
+    ChildProcess& operator=(ChildProcess&& other) noexcept;
+    ~ChildProcess();
+
+    void end();   // asks it to end and waits for it
+    void kill();  // ends it at once and waits for it
+    int wait();   // the status it ended with, as a shell tells it
+    pid_t pid() const { return pid_; }
+
+private:
+    void endWith(int signal);
+    pid_t pid_;
+};
+
+// An X server of the test's own, without a screen of the machine, and what is started on it.
+class PrivateXServer {
+public:
+    explicit PrivateXServer(int width = 1280, int height = 720);
+
+    const std::string& display() const { return display_; }  // ":7"
+
+    void startCompositingManager();  // returns when it has taken over
+    void endCompositingManager();
+    void startWindowManager();
+
+    // Runs a program to its end on this server; its status.
+    int run(const std::vector<std::string>& command) const;
+
+    void kill() { server_.kill(); }
+
+private:
+    std::vector<std::string> environment() const;
+    void waitForSelection(const std::string& selection, bool owned) const;
+
+    std::string display_;
+    ChildProcess server_;
+    std::vector<ChildProcess> compositor_;
+    std::vector<ChildProcess> windowManager_;
+};
+
+}  // namespace kasto::test
