@@ -1,0 +1,64 @@
+#include "linux/x11/PictureSet.h"
+
+#include <algorithm>
+#include <cstring>
+
+namespace kasto::x11 {
+
+namespace {
+
+void copyRows(const std::uint8_t* from, std::size_t fromStride, std::uint8_t* to, std::size_t toStride,
+              const PixelRect& size) {
+    const auto rowBytes = static_cast<std::size_t>(size.width) * 4;
+    for (int y = 0; y < size.height; ++y, from += fromStride, to += toStride) std::memcpy(to, from, rowBytes);
+}
+
+}  // namespace
+
+PictureSet::PictureSet(const Connection& connection, int width, int height, int limit)
+    : connection_(connection), width_(width), height_(height), limit_(static_cast<std::size_t>(limit)) {}
+
+Result<Picture*> PictureSet::takeFree() {
+    for (const auto& picture : pictures_)
+        // Pairs with the release of the last holder: its reads come before our writes.
+        if (picture != newest_ && !picture->isLent.load(std::memory_order_acquire)) return picture.get();
+    if (pictures_.size() >= limit_) return nullptr;
+    auto memory = SharedMemory::make(connection_, strideBytes() * static_cast<std::size_t>(height_));
+    if (!memory) return std::unexpected(memory.error());
+    pictures_.push_back(std::make_shared<Picture>(std::move(*memory)));
+    pictures_.back()->stale = Region(area());
+    return pictures_.back().get();
+}
+
+void PictureSet::copyNewest(const Region& part, const Patch& patch, Picture& target) const {
+    if (!newest_) return;
+    const auto offset = [&](const PixelRect& rect) {
+        return static_cast<std::size_t>(rect.y) * strideBytes() + static_cast<std::size_t>(rect.x) * 4;
+    };
+    const Region patched(patch.box);
+    for (const auto& rect : subtracted(part, patched).rects())
+        copyRows(newest_->memory.data() + offset(rect), strideBytes(), target.memory.data() + offset(rect),
+                 strideBytes(), rect);
+    const auto patchStride = static_cast<std::size_t>(patch.box.width) * 4;
+    for (const auto& rect : intersected(part, patched).rects()) {
+        const auto* from = reinterpret_cast<const std::uint8_t*>(patch.pixels.data()) +
+                           static_cast<std::size_t>(rect.y - patch.box.y) * patchStride +
+                           static_cast<std::size_t>(rect.x - patch.box.x) * 4;
+        copyRows(from, patchStride, target.memory.data() + offset(rect), strideBytes(), rect);
+    }
+}
+
+PixelBufferRef PictureSet::publish(Picture& target, const Region& changed) {
+    for (const auto& picture : pictures_) {
+        picture->stale.unite(changed);
+        if (picture.get() == &target) newest_ = picture;
+    }
+    target.stale = {};
+    target.isLent.store(true, std::memory_order_relaxed);
+    const Plane plane{target.memory.data(), static_cast<std::ptrdiff_t>(strideBytes()), width_, height_};
+    // The holder keeps the memory: a picture stays readable after the stream is gone.
+    return PixelBuffer::wrap(PixelFormat::bgrx, width_, height_, std::span(&plane, 1),
+                             [kept = newest_] { kept->isLent.store(false, std::memory_order_release); });
+}
+
+}  // namespace kasto::x11

@@ -1,0 +1,148 @@
+#include "linux/x11/ScreenGrabber.h"
+
+#include "base/MediaClock.h"
+#include "linux/x11/Monitors.h"
+#include "linux/x11/ReadPlan.h"
+
+#include <algorithm>
+
+namespace kasto::x11 {
+
+namespace {
+
+std::vector<PixelRect> rectsOf(const xcb_xfixes_fetch_region_reply_t* reply) {
+    std::vector<PixelRect> rects;
+    if (!reply) return rects;
+    const auto* first = xcb_xfixes_fetch_region_rectangles(reply);
+    const int count = xcb_xfixes_fetch_region_rectangles_length(reply);
+    for (int i = 0; i < count; ++i)
+        rects.push_back({first[i].x, first[i].y, first[i].width, first[i].height});
+    return rects;
+}
+
+}  // namespace
+
+Result<std::unique_ptr<ScreenGrabber>> ScreenGrabber::open(const GrabSettings& settings) {
+    auto connection = Connection::open(settings.serverName);
+    if (!connection) return std::unexpected(connection.error());
+    std::unique_ptr<ScreenGrabber> grabber(new ScreenGrabber(settings, std::move(*connection)));
+    if (auto begun = grabber->begin(); !begun) return std::unexpected(begun.error());
+    return grabber;
+}
+
+ScreenGrabber::ScreenGrabber(const GrabSettings& settings, Connection connection)
+    : settings_(settings),
+      connection_(std::move(connection)),
+      pictures_(connection_, settings.capturePx.width, settings.capturePx.height, settings.pictureLimit),
+      reader_(connection_),
+      dirty_(pictures_.area()) {}
+
+Result<void> ScreenGrabber::begin() {
+    auto* c = connection_.raw();
+    if (!connection_.hasBgrxPixels()) return failure("the X server's pixel format cannot be recorded");
+    const auto shmEvent = connection_.firstEventOf(xcb_shm_id, "MIT-SHM");
+    const auto damageEvent = connection_.firstEventOf(xcb_damage_id, "DAMAGE");
+    const auto xfixesEvent = connection_.firstEventOf(xcb_xfixes_id, "XFIXES");
+    const auto randrEvent = selectMonitorEvents(connection_);
+    for (const auto* event : {&shmEvent, &damageEvent, &xfixesEvent, &randrEvent})
+        if (!*event) return std::unexpected(event->error());
+    damageEvent_ = *damageEvent;
+    xfixesEvent_ = *xfixesEvent;
+    randrEvent_ = *randrEvent;
+    // Servers refuse requests of these extensions to clients that did not tell their version.
+    const Reply<xcb_xfixes_query_version_reply_t> xfixes(
+        xcb_xfixes_query_version_reply(c, xcb_xfixes_query_version(c, 5, 0), nullptr));
+    const Reply<xcb_damage_query_version_reply_t> damage(
+        xcb_damage_query_version_reply(c, xcb_damage_query_version(c, 1, 1), nullptr));
+
+    const std::uint32_t mask = XCB_EVENT_MASK_STRUCTURE_NOTIFY;
+    xcb_change_window_attributes(c, connection_.root(), XCB_CW_EVENT_MASK, &mask);
+    rootDamage_ = {connection_, xcb_generate_id(c)};
+    xcb_damage_create(c, rootDamage_.id(), connection_.root(), XCB_DAMAGE_REPORT_LEVEL_NON_EMPTY);
+    damagedRegion_ = {connection_, xcb_generate_id(c)};
+    xcb_xfixes_create_region(c, damagedRegion_.id(), 0, nullptr);
+    if (settings_.showsCursor) cursor_ = std::make_unique<CursorLayer>(connection_, settings_.capturePx);
+    // The display may have changed between the choice of it and our selecting its events.
+    return checkDisplay();
+}
+
+Result<void> ScreenGrabber::takeEvents() {
+    while (const Reply<xcb_generic_event_t> event{xcb_poll_for_event(connection_.raw())}) {
+        const int type = event->response_type & 0x7f;
+        if (type == damageEvent_ + XCB_DAMAGE_NOTIFY) {
+            rootDamaged_ = true;
+        } else if (type == xfixesEvent_ + XCB_XFIXES_CURSOR_NOTIFY && cursor_) {
+            cursor_->noteEvent(*reinterpret_cast<const xcb_xfixes_cursor_notify_event_t*>(event.get()));
+        } else if (type == randrEvent_ || type == randrEvent_ + 1) {
+            displayChanged_ = true;
+        } else if (type == XCB_CONFIGURE_NOTIFY) {
+            const auto* configure = reinterpret_cast<const xcb_configure_notify_event_t*>(event.get());
+            displayChanged_ |= configure->window == connection_.root();
+        }
+    }
+    if (connection_.isLost()) return failure("lost the connection to the X server");
+    return std::exchange(displayChanged_, false) ? checkDisplay() : Result<void>{};
+}
+
+Result<void> ScreenGrabber::checkDisplay() const {
+    const auto monitors = readMonitors(connection_);
+    if (connection_.isLost()) return failure("lost the connection to the X server");
+    const auto ours = std::ranges::find(monitors, settings_.display, &Monitor::id);
+    if (ours == monitors.end()) return failure("the display is gone");
+    const auto& now = ours->boundsPx;
+    if (now.width != settings_.displayPx.width || now.height != settings_.displayPx.height)
+        return failure("the display changed its resolution");
+    if (now != settings_.displayPx) return failure("the display was moved");
+    return {};
+}
+
+Result<std::optional<GrabbedPicture>> ScreenGrabber::grab() {
+    if (auto taken = takeEvents(); !taken) return std::unexpected(taken.error());
+    const bool cursorMoves = cursor_ && cursor_->update();
+    if (!rootDamaged_ && dirty_.isEmpty() && !cursorMoves) return std::nullopt;
+    const auto target = pictures_.takeFree();
+    if (!target) return std::unexpected(target.error());
+    if (!*target) return std::nullopt;
+    return take(**target);
+}
+
+Region ScreenGrabber::takeDamage() {
+    Region damaged = std::exchange(dirty_, {});
+    if (!std::exchange(rootDamaged_, false)) return damaged;
+    auto* c = connection_.raw();
+    xcb_damage_subtract(c, rootDamage_.id(), XCB_NONE, damagedRegion_.id());
+    const Reply<xcb_xfixes_fetch_region_reply_t> reply(
+        xcb_xfixes_fetch_region_reply(c, xcb_xfixes_fetch_region(c, damagedRegion_.id()), nullptr));
+    Region reported(rectsOf(reply.get()));
+    reported.translate(-settings_.capturePx.x, -settings_.capturePx.y).intersect(pictures_.area());
+    return std::move(damaged.unite(reported));
+}
+
+Result<std::optional<GrabbedPicture>> ScreenGrabber::take(Picture& target) {
+    static const Patch kNoPatch;
+    const auto& patch = cursor_ ? cursor_->patch() : kNoPatch;
+    const double timeS = mediaClockNow();
+    const auto reads = planReads(takeDamage(), pictures_.area());
+    const Region cursorArea = cursor_ ? cursor_->changedArea() : Region();
+    if (reads.empty() && cursorArea.isEmpty()) return std::nullopt;
+
+    const Region read(reads);
+    const auto& capture = settings_.capturePx;
+    if (auto asked = reader_.request(connection_.root(), capture.x, capture.y, reads, pictures_, target);
+        !asked)
+        return std::unexpected(asked.error());
+    // While the server reads: all that is not read comes from the newest picture, without its cursor.
+    pictures_.copyNewest(united(target.stale, Region(patch.box)).subtract(read), patch, target);
+    if (!reader_.finish().isEmpty()) {
+        // Refused: the screen just became smaller, which an event tells, or the server is gone.
+        dirty_.unite(read);
+        target.stale = Region(pictures_.area());
+        return std::nullopt;
+    }
+
+    const Region changed = united(read, cursorArea);
+    if (cursor_) cursor_->paint(pictures_, target);
+    return GrabbedPicture{pictures_.publish(target, changed), changed.rects(), timeS};
+}
+
+}  // namespace kasto::x11

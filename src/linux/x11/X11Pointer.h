@@ -1,0 +1,30 @@
+#pragma once
+
+#include "base/Result.h"
+#include "platform/PointerInput.h"
+
+#include <memory>
+#include <string>
+
+namespace kasto {
+
+class X11Displays;
+
+// The pointer of an X screen, asked over a connection of its own.
+class X11Pointer : public PointerInput {
+public:
+    // `displays` tells the scale and must outlive the pointer. An empty name takes $DISPLAY.
+    static Result<std::unique_ptr<X11Pointer>> open(const std::string& displayName,
+                                                    const X11Displays& displays);
+    ~X11Pointer() override;
+
+    // Blocks for one round trip. None when the server is gone or the pointer is on another of its screens.
+    std::optional<Point> location() const override;
+
+private:
+    struct Link;
+    explicit X11Pointer(std::unique_ptr<Link> link);
+    std::unique_ptr<Link> link_;
+};
+
+}  // namespace kasto

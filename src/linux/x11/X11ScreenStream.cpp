@@ -1,0 +1,112 @@
+#include "linux/x11/X11ScreenStream.h"
+
+#include "base/MediaClock.h"
+#include "base/Thread.h"
+
+#include <chrono>
+#include <cmath>
+#include <utility>
+
+namespace kasto {
+
+X11ScreenStream::X11ScreenStream(x11::GrabSettings settings, double minimumFrameIntervalS,
+                                 StreamDelegate& delegate)
+    : settings_(std::move(settings)), intervalS_(minimumFrameIntervalS), delegate_(delegate) {}
+
+X11ScreenStream::~X11ScreenStream() {
+    // It only fails for streams that are stopped already.
+    static_cast<void>(stopCapture());
+}
+
+Result<void> X11ScreenStream::addStreamOutput(StreamOutput& output, StreamOutputType type,
+                                              SerialQueue& queue) {
+    if (thread_.joinable()) return failure("the stream runs already");
+    // Sound comes from elsewhere: its outputs are welcome and hear nothing.
+    if (type != StreamOutputType::screen) return {};
+    if (output_) return failure("the stream has an output for pictures already");
+    output_ = &output;
+    queue_ = &queue;
+    return {};
+}
+
+Result<void> X11ScreenStream::startCapture() {
+    if (thread_.joinable()) return failure("the stream runs already");
+    stopping_ = false;
+    std::promise<Result<void>> started;
+    auto whenStarted = started.get_future();
+    thread_ = std::thread([this, promise = std::move(started)]() mutable { run(std::move(promise)); });
+    auto result = whenStarted.get();
+    if (!result) thread_.join();
+    return result;
+}
+
+Result<void> X11ScreenStream::stopCapture() {
+    if (!thread_.joinable()) return {};
+    {
+        const std::scoped_lock held(mutex_);
+        stopping_ = true;
+    }
+    wake_.notify_one();
+    thread_.join();
+    return {};
+}
+
+void X11ScreenStream::run(std::promise<Result<void>> started) {
+    nameThread("screen");
+    setThreadPriority(ThreadPriority::userInteractive);
+    auto grabber = x11::ScreenGrabber::open(settings_);
+    const auto begun = grabber ? grabFirst(**grabber) : std::unexpected(grabber.error());
+    started.set_value(begun);
+    if (!begun) return;
+    if (const auto ended = grabUntilStopped(**grabber); !ended)
+        delegate_.streamDidStopWithError(ended.error());
+}
+
+Result<void> X11ScreenStream::grabFirst(x11::ScreenGrabber& grabber) {
+    constexpr int kTries = 20;
+    for (int i = 0; i < kTries; ++i) {
+        auto picture = grabber.grab();
+        if (!picture) return std::unexpected(picture.error());
+        if (*picture) {
+            deliver(std::move(**picture));
+            return {};
+        }
+        std::this_thread::sleep_for(std::chrono::duration<double>(intervalS_));
+    }
+    return failure("the X server does not let the screen be read");
+}
+
+Result<void> X11ScreenStream::grabUntilStopped(x11::ScreenGrabber& grabber) {
+    const double startS = mediaClockNow();
+    for (double tick = 1; waitUntil(startS + tick * intervalS_);) {
+        auto picture = grabber.grab();
+        if (!picture) return std::unexpected(picture.error());
+        if (*picture) deliver(std::move(**picture));
+        // Ticks that were missed are not caught up.
+        tick = std::max(tick + 1, std::ceil((mediaClockNow() - startS) / intervalS_));
+    }
+    return {};
+}
+
+void X11ScreenStream::deliver(x11::GrabbedPicture picture) {
+    ++generation_;
+    if (!output_) return;
+    ScreenFrame frame{.status = FrameStatus::complete,
+                      .pixels = std::move(picture.pixels),
+                      .generation = generation_,
+                      .changedPx = std::move(picture.changedPx),
+                      .timeS = picture.timeS};
+    queue_->async([output = output_, sample = SampleBuffer(std::move(frame))] {
+        output->streamDidOutputSampleBuffer(sample, StreamOutputType::screen);
+    });
+}
+
+bool X11ScreenStream::waitUntil(double timeS) {
+    const std::chrono::steady_clock::time_point due(
+        std::chrono::duration_cast<std::chrono::steady_clock::duration>(
+            std::chrono::duration<double>(timeS)));
+    std::unique_lock held(mutex_);
+    return !wake_.wait_until(held, due, [this] { return stopping_; });
+}
+
+}  // namespace kasto

@@ -1,0 +1,42 @@
+#pragma once
+
+#include "linux/x11/ScreenGrabber.h"
+#include "platform/ScreenStream.h"
+
+#include <condition_variable>
+#include <future>
+#include <mutex>
+#include <thread>
+
+namespace kasto {
+
+// Grabs at a steady rate on a thread of its own and hands on every picture that differs from the one before.
+class X11ScreenStream : public ScreenStream {
+public:
+    X11ScreenStream(x11::GrabSettings settings, double minimumFrameIntervalS, StreamDelegate& delegate);
+    ~X11ScreenStream() override;
+
+    Result<void> addStreamOutput(StreamOutput& output, StreamOutputType type, SerialQueue& queue) override;
+    Result<void> startCapture() override;
+    Result<void> stopCapture() override;
+
+private:
+    void run(std::promise<Result<void>> started);
+    Result<void> grabFirst(x11::ScreenGrabber& grabber);
+    Result<void> grabUntilStopped(x11::ScreenGrabber& grabber);
+    void deliver(x11::GrabbedPicture picture);
+    bool waitUntil(double timeS);  // false when the stream is to stop
+
+    x11::GrabSettings settings_;
+    double intervalS_;
+    StreamDelegate& delegate_;
+    StreamOutput* output_ = nullptr;
+    SerialQueue* queue_ = nullptr;
+    std::uint64_t generation_ = 0;  // the thread's own
+    std::mutex mutex_;
+    std::condition_variable wake_;
+    bool stopping_ = false;
+    std::thread thread_;
+};
+
+}  // namespace kasto
