@@ -8,20 +8,6 @@
 
 namespace kasto::x11 {
 
-namespace {
-
-std::vector<PixelRect> rectsOf(const xcb_xfixes_fetch_region_reply_t* reply) {
-    std::vector<PixelRect> rects;
-    if (!reply) return rects;
-    const auto* first = xcb_xfixes_fetch_region_rectangles(reply);
-    const int count = xcb_xfixes_fetch_region_rectangles_length(reply);
-    for (int i = 0; i < count; ++i)
-        rects.push_back({first[i].x, first[i].y, first[i].width, first[i].height});
-    return rects;
-}
-
-}  // namespace
-
 Result<std::unique_ptr<ScreenGrabber>> ScreenGrabber::open(const GrabSettings& settings) {
     auto connection = Connection::open(settings.serverName);
     if (!connection) return std::unexpected(connection.error());
@@ -55,13 +41,19 @@ Result<void> ScreenGrabber::begin() {
     const Reply<xcb_damage_query_version_reply_t> damage(
         xcb_damage_query_version_reply(c, xcb_damage_query_version(c, 1, 1), nullptr));
 
-    const std::uint32_t mask = XCB_EVENT_MASK_STRUCTURE_NOTIFY;
+    const std::uint32_t mask =
+        XCB_EVENT_MASK_STRUCTURE_NOTIFY | (settings_.hiddenWindows ? HiddenWindows::rootEvents() : 0);
     xcb_change_window_attributes(c, connection_.root(), XCB_CW_EVENT_MASK, &mask);
     rootDamage_ = {connection_, xcb_generate_id(c)};
     xcb_damage_create(c, rootDamage_.id(), connection_.root(), XCB_DAMAGE_REPORT_LEVEL_NON_EMPTY);
     damagedRegion_ = {connection_, xcb_generate_id(c)};
     xcb_xfixes_create_region(c, damagedRegion_.id(), 0, nullptr);
     if (settings_.showsCursor) cursor_ = std::make_unique<CursorLayer>(connection_, settings_.capturePx);
+    if (settings_.hiddenWindows) {
+        auto hidden = HiddenWindows::open(connection_, *settings_.hiddenWindows, settings_.capturePx);
+        if (!hidden) return std::unexpected(hidden.error());
+        hidden_ = std::move(*hidden);
+    }
     // The display may have changed between the choice of it and our selecting its events.
     return checkDisplay();
 }
@@ -69,8 +61,10 @@ Result<void> ScreenGrabber::begin() {
 Result<void> ScreenGrabber::takeEvents() {
     while (const Reply<xcb_generic_event_t> event{xcb_poll_for_event(connection_.raw())}) {
         const int type = event->response_type & 0x7f;
+        if (hidden_) hidden_->noteEvent(*event);
         if (type == damageEvent_ + XCB_DAMAGE_NOTIFY) {
-            rootDamaged_ = true;
+            const auto* damage = reinterpret_cast<const xcb_damage_notify_event_t*>(event.get());
+            rootDamaged_ |= damage->damage == rootDamage_.id();
         } else if (type == xfixesEvent_ + XCB_XFIXES_CURSOR_NOTIFY && cursor_) {
             cursor_->noteEvent(*reinterpret_cast<const xcb_xfixes_cursor_notify_event_t*>(event.get()));
         } else if (type == randrEvent_ || type == randrEvent_ + 1) {
@@ -98,8 +92,14 @@ Result<void> ScreenGrabber::checkDisplay() const {
 
 Result<std::optional<GrabbedPicture>> ScreenGrabber::grab() {
     if (auto taken = takeEvents(); !taken) return std::unexpected(taken.error());
+    if (hidden_) {
+        const double nowS = mediaClockNow();
+        hidden_->refresh(nowS);
+        if (!hidden_->isSettled(nowS)) return std::nullopt;
+    }
     const bool cursorMoves = cursor_ && cursor_->update();
-    if (!rootDamaged_ && dirty_.isEmpty() && !cursorMoves) return std::nullopt;
+    const bool hiddenChanged = hidden_ && hidden_->hasWork();
+    if (!rootDamaged_ && dirty_.isEmpty() && !cursorMoves && !hiddenChanged) return std::nullopt;
     const auto target = pictures_.takeFree();
     if (!target) return std::unexpected(target.error());
     if (!*target) return std::nullopt;
@@ -119,30 +119,81 @@ Region ScreenGrabber::takeDamage() {
 }
 
 Result<std::optional<GrabbedPicture>> ScreenGrabber::take(Picture& target) {
-    static const Patch kNoPatch;
-    const auto& patch = cursor_ ? cursor_->patch() : kNoPatch;
     const double timeS = mediaClockNow();
-    const auto reads = planReads(takeDamage(), pictures_.area());
-    const Region cursorArea = cursor_ ? cursor_->changedArea() : Region();
-    if (reads.empty() && cursorArea.isEmpty()) return std::nullopt;
-
-    const Region read(reads);
-    const auto& capture = settings_.capturePx;
-    if (auto asked = reader_.request(connection_.root(), capture.x, capture.y, reads, pictures_, target);
-        !asked)
-        return std::unexpected(asked.error());
-    // While the server reads: all that is not read comes from the newest picture, without its cursor.
-    pictures_.copyNewest(united(target.stale, Region(patch.box)).subtract(read), patch, target);
-    if (!reader_.finish().isEmpty()) {
-        // Refused: the screen just became smaller, which an event tells, or the server is gone.
-        dirty_.unite(read);
-        target.stale = Region(pictures_.area());
-        return std::nullopt;
+    auto wanted = takeDamage();
+    Region beneath;
+    if (hidden_) {
+        hidden_->noteScreenDamage(wanted);
+        wanted.unite(hidden_->takeExposed()).intersect(pictures_.area()).subtract(hidden_->hidden());
+        beneath = hidden_->takeBeneath();
     }
+    const auto reads = planReads(wanted, pictures_.area());
+    const Region cursorArea = cursor_ ? cursor_->changedArea() : Region();
+    if (reads.empty() && beneath.isEmpty() && cursorArea.isEmpty()) return std::nullopt;
 
-    const Region changed = united(read, cursorArea);
+    const Region whole(reads);
+    if (auto done = read(reads, beneath, target); !done) return std::unexpected(done.error());
+    const auto settled = settle(beneath, target);
+    if (!settled) return std::unexpected(settled.error());
+    if (!*settled || !refused_.isEmpty()) return giveUp(whole, beneath, target);
+
+    // Also what was read beyond the damage may have changed meanwhile.
+    const Region changed = united(united(whole, beneath), cursorArea);
     if (cursor_) cursor_->paint(pictures_, target);
     return GrabbedPicture{pictures_.publish(target, changed), changed.rects(), timeS};
+}
+
+Result<void> ScreenGrabber::read(const std::vector<PixelRect>& reads, const Region& beneath,
+                                 Picture& target) {
+    const auto& capture = settings_.capturePx;
+    const Region whole(reads);
+    if (auto asked = reader_.request(connection_.root(), capture.x, capture.y, reads, pictures_, target);
+        !asked)
+        return asked;
+    if (!beneath.isEmpty()) {
+        const auto pixmap = hidden_->compose(beneath);
+        if (auto asked = reader_.requestPart(pixmap, beneath, pictures_, target); !asked) return asked;
+    }
+    // While the server reads: all that is not read comes from the newest picture, without its cursor.
+    pictures_.copyNewest(united(target.stale, Region(patch().box)).subtract(whole), patch(), target);
+    refused_ = reader_.finish();
+    // Reads are larger than what was asked for and may hold windows that are to be hidden.
+    if (hidden_)
+        pictures_.copyNewest(intersected(whole, hidden_->hidden()).subtract(beneath), patch(), target);
+    return {};
+}
+
+// A window that appeared or moved before the server read the pixels is in them, but then its event has come
+// with them: true once nothing has moved since. Until then the hidden places are composed again.
+Result<bool> ScreenGrabber::settle(Region& beneath, Picture& target) {
+    constexpr int kMostLooks = 5;
+    if (!hidden_) return true;
+    for (int look = 0; look < kMostLooks; ++look) {
+        if (auto taken = takeEvents(); !taken) return std::unexpected(taken.error());
+        if (!hidden_->refresh(mediaClockNow())) return true;
+        const auto again = hidden_->takeBeneath();
+        if (again.isEmpty()) continue;
+        const auto pixmap = hidden_->compose(again);
+        if (auto asked = reader_.requestPart(pixmap, again, pictures_, target); !asked)
+            return std::unexpected(asked.error());
+        refused_.unite(reader_.finish());
+        beneath.unite(again);
+    }
+    return false;
+}
+
+// Nothing is published; what was taken is taken again by the next grab.
+std::optional<GrabbedPicture> ScreenGrabber::giveUp(const Region& read, const Region& beneath,
+                                                    Picture& target) {
+    dirty_.unite(read);
+    if (hidden_) hidden_->giveBackBeneath(beneath);
+    target.stale = Region(pictures_.area());
+    return std::nullopt;
+}
+
+const Patch& ScreenGrabber::patch() const {
+    static const Patch kNone;
+    return cursor_ ? cursor_->patch() : kNone;
 }
 
 }  // namespace kasto::x11

@@ -3,6 +3,7 @@
 #include "base/Geometry.h"
 #include "base/Result.h"
 #include "linux/x11/CursorLayer.h"
+#include "linux/x11/HiddenWindows.h"
 #include "linux/x11/ImageReader.h"
 #include "linux/x11/PictureSet.h"
 
@@ -12,10 +13,6 @@
 #include <optional>
 #include <string>
 #include <vector>
-
-namespace kasto {
-class OwnWindows;
-}
 
 namespace kasto::x11 {
 
@@ -53,12 +50,17 @@ private:
     Result<void> checkDisplay() const;
     Region takeDamage();
     Result<std::optional<GrabbedPicture>> take(Picture& target);
+    Result<void> read(const std::vector<PixelRect>& reads, const Region& beneath, Picture& target);
+    Result<bool> settle(Region& beneath, Picture& target);
+    std::optional<GrabbedPicture> giveUp(const Region& read, const Region& beneath, Picture& target);
+    const Patch& patch() const;
 
     GrabSettings settings_;
     Connection connection_;
     PictureSet pictures_;
     ImageReader reader_;
     std::unique_ptr<CursorLayer> cursor_;
+    std::unique_ptr<HiddenWindows> hidden_;
     ServerObject<xcb_damage_destroy> rootDamage_;
     ServerObject<xcb_xfixes_destroy_region> damagedRegion_;
     std::uint8_t damageEvent_ = 0;
@@ -66,7 +68,8 @@ private:
     std::uint8_t randrEvent_ = 0;
     bool rootDamaged_ = false;
     bool displayChanged_ = false;
-    Region dirty_;  // to be read whatever the server reports, in pixels of the picture
+    Region refused_;  // by the server, of the last read
+    Region dirty_;    // to be read whatever the server reports, in pixels of the picture
 };
 
 }  // namespace kasto::x11

@@ -63,8 +63,9 @@ void X11ScreenStream::run(std::promise<Result<void>> started) {
 }
 
 Result<void> X11ScreenStream::grabFirst(x11::ScreenGrabber& grabber) {
-    constexpr int kTries = 20;
-    for (int i = 0; i < kTries; ++i) {
+    constexpr double kPatienceS = 2;
+    const double untilS = mediaClockNow() + kPatienceS;
+    while (mediaClockNow() < untilS) {
         auto picture = grabber.grab();
         if (!picture) return std::unexpected(picture.error());
         if (*picture) {
