@@ -5,24 +5,44 @@
 namespace kasto {
 
 void OwnWindows::set(OwnWindow window) {
-    windows_.with([&](auto& windows) {
-        const auto known = std::ranges::find(windows, window.nativeId, &OwnWindow::nativeId);
-        if (known == windows.end()) {
-            windows.push_back(std::move(window));
+    registry_.with([&](auto& registry) {
+        const auto known = std::ranges::find(registry.windows, window.nativeId, &OwnWindow::nativeId);
+        if (known == registry.windows.end()) {
+            registry.windows.push_back(std::move(window));
         } else {
-            *known = std::move(window);
+            keepReplaced(registry, std::exchange(*known, std::move(window)));
         }
+        generation_.fetch_add(1, std::memory_order_release);
     });
-    generation_.fetch_add(1, std::memory_order_release);
 }
 
 void OwnWindows::remove(std::uint64_t nativeId) {
-    const auto removed = windows_.with([&](auto& windows) {
-        return std::erase_if(windows, [&](const auto& window) { return window.nativeId == nativeId; });
+    registry_.with([&](auto& registry) {
+        const auto known = std::ranges::find(registry.windows, nativeId, &OwnWindow::nativeId);
+        if (known == registry.windows.end()) return;
+        keepReplaced(registry, std::move(*known));
+        registry.windows.erase(known);
+        generation_.fetch_add(1, std::memory_order_release);
     });
-    if (removed > 0) generation_.fetch_add(1, std::memory_order_release);
 }
 
-std::vector<OwnWindow> OwnWindows::windows() const { return windows_.copy(); }
+void OwnWindows::keepReplaced(Registry& registry, OwnWindow window) {
+    constexpr std::size_t kMostKept = 64;
+    if (registry.replaced.size() == kMostKept) registry.replaced.pop_front();
+    registry.replaced.push_back({generation_.load(std::memory_order_relaxed), std::move(window)});
+}
+
+std::vector<OwnWindow> OwnWindows::windows() const {
+    return registry_.with([](const auto& registry) { return registry.windows; });
+}
+
+std::vector<OwnWindow> OwnWindows::replacedSince(std::uint64_t generation) const {
+    return registry_.with([&](const auto& registry) {
+        std::vector<OwnWindow> since;
+        for (const auto& replaced : registry.replaced)
+            if (replaced.generation >= generation) since.push_back(replaced.window);
+        return since;
+    });
+}
 
 }  // namespace kasto

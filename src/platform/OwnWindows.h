@@ -5,6 +5,7 @@
 
 #include <atomic>
 #include <cstdint>
+#include <deque>
 #include <optional>
 #include <vector>
 
@@ -34,11 +35,26 @@ public:
     void remove(std::uint64_t nativeId);
     std::vector<OwnWindow> windows() const;
 
+    // What was said of windows and replaced or removed after this generation, the oldest first: a reader that
+    // comes by now and then learns also of what was painted and given up in between. Only the last few dozen
+    // are kept.
+    std::vector<OwnWindow> replacedSince(std::uint64_t generation) const;
+
     // Changes with every call that changed something; cheap enough to ask on every tick.
     std::uint64_t generation() const { return generation_.load(std::memory_order_acquire); }
 
 private:
-    Guarded<std::vector<OwnWindow>> windows_;
+    struct Replaced {
+        std::uint64_t generation;  // which it was the last one of
+        OwnWindow window;
+    };
+    struct Registry {
+        std::vector<OwnWindow> windows;
+        std::deque<Replaced> replaced;
+    };
+    void keepReplaced(Registry& registry, OwnWindow window);
+
+    Guarded<Registry> registry_;
     std::atomic<std::uint64_t> generation_ = 0;
 };
 
