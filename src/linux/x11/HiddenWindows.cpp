@@ -103,10 +103,7 @@ void HiddenWindows::noteEvent(const xcb_generic_event_t& event) {
 }
 
 bool HiddenWindows::refresh(double nowS) {
-    if (const auto generation = registry_.generation(); generation != generation_) {
-        generation_ = generation;
-        readRegistry();
-    }
+    if (registry_.generation() != generation_) readRegistry();
     if (!isRedirected_) {
         treeChanged_ = placesChanged_ = false;
         return false;
@@ -118,6 +115,13 @@ bool HiddenWindows::refresh(double nowS) {
 }
 
 void HiddenWindows::readRegistry() {
+    // What was painted for less than a tick may be on the screen later.
+    const auto seen = std::exchange(generation_, registry_.generation());
+    if (seen)
+        for (const auto& window : registry_.replacedSince(*seen))
+            for (const auto& place : tree_.own)
+                if (place.id == window.nativeId && window.sharing == SharingType::none && window.paintedPx)
+                    passed_.push_back(Region(*window.paintedPx).translate(place.x, place.y));
     std::map<std::uint32_t, std::optional<Region>> now;
     for (const auto& window : registry_.windows()) {
         if (window.sharing != SharingType::none) continue;

@@ -33,8 +33,6 @@ public:
     std::vector<std::string> ends();
     std::uint64_t falseReports();  // pictures that changed elsewhere, or came out of order
 
-    SerialQueue queue{"app.tolvane.kasto.capture", QueuePriority::userInteractive};
-
 private:
     static bool tellsItsChanges(const ScreenFrame& before, const ScreenFrame& after);
 
@@ -45,6 +43,10 @@ private:
     std::uint64_t count_ = 0;
     std::uint64_t falseReports_ = 0;
     std::vector<std::string> ends_;
+
+public:
+    // Last, so that it has run dry before the rest goes.
+    SerialQueue queue{"app.tolvane.kasto.capture", QueuePriority::userInteractive};
 };
 
 }  // namespace kasto::test
