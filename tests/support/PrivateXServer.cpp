@@ -34,6 +34,15 @@ std::vector<char*> toPointers(std::vector<std::string>& texts) {
     return pointers;
 }
 
+template <class T>
+using Reply = std::unique_ptr<T, decltype(&std::free)>;
+
+xcb_atom_t atomNamed(xcb_connection_t* c, const std::string& name, bool onlyIfKnown) {
+    const auto asked = xcb_intern_atom(c, onlyIfKnown, static_cast<std::uint16_t>(name.size()), name.c_str());
+    const Reply<xcb_intern_atom_reply_t> reply(xcb_intern_atom_reply(c, asked, nullptr), std::free);
+    return reply ? reply->atom : static_cast<xcb_atom_t>(XCB_NONE);
+}
+
 ChildProcess startServer(int width, int height, std::string& display) {
     std::array<int, 2> ends{};
     if (pipe2(ends.data(), O_CLOEXEC) != 0 || dup2(ends[1], kDisplayFd) < 0)
@@ -103,45 +112,50 @@ PrivateXServer::PrivateXServer(int width, int height) : server_(startServer(widt
 
 std::vector<std::string> PrivateXServer::environment() const { return {"DISPLAY=" + display_}; }
 
-void PrivateXServer::startCompositingManager() {
-    compositor_.emplace_back(
-        std::vector<std::string>{"picom", "--backend", "xrender", "--config", "/dev/null"}, environment());
-    waitForSelection("_NET_WM_CM_S0", true);
+void PrivateXServer::startCompositingManager(const std::vector<std::string>& options) {
+    std::vector<std::string> command{"picom", "--backend", "xrender", "--config", "/dev/null"};
+    command.insert(command.end(), options.begin(), options.end());
+    compositor_.emplace_back(command, environment());
+    waitForManager(true);
 }
 
 void PrivateXServer::endCompositingManager() {
     compositor_.clear();
-    waitForSelection("_NET_WM_CM_S0", false);
+    waitForManager(false);
 }
 
 void PrivateXServer::startWindowManager() {
-    windowManager_.emplace_back(std::vector<std::string>{"openbox", "--sm-disable"}, environment());
-    waitForSelection("WM_S0", true);
+    // The last thing it does before it takes requests is to run this command, which makes the name known.
+    const std::string ready = "KASTO_TEST_READY";
+    windowManager_.emplace_back(
+        std::vector<std::string>{"openbox", "--sm-disable", "--startup",
+                                 "xprop -root -f " + ready + " 8s -set " + ready + " yes"},
+        environment());
+    waitUntil([&](xcb_connection_t* c) { return atomNamed(c, ready, true) != XCB_NONE; });
 }
 
 int PrivateXServer::run(const std::vector<std::string>& command) const {
     return ChildProcess(command, environment()).wait();
 }
 
-void PrivateXServer::waitForSelection(const std::string& selection, bool owned) const {
+void PrivateXServer::waitForManager(bool running) const {
+    waitUntil([&](xcb_connection_t* c) {
+        const auto selection = atomNamed(c, "_NET_WM_CM_S0", false);
+        const Reply<xcb_get_selection_owner_reply_t> reply(
+            xcb_get_selection_owner_reply(c, xcb_get_selection_owner(c, selection), nullptr), std::free);
+        return reply && (reply->owner != XCB_NONE) == running;
+    });
+}
+
+void PrivateXServer::waitUntil(const std::function<bool(xcb_connection_t*)>& condition) const {
     const std::unique_ptr<xcb_connection_t, decltype(&xcb_disconnect)> c(
         xcb_connect(display_.c_str(), nullptr), xcb_disconnect);
-    const std::unique_ptr<xcb_intern_atom_reply_t, decltype(&std::free)> atom(
-        xcb_intern_atom_reply(
-            c.get(),
-            xcb_intern_atom(c.get(), 0, static_cast<std::uint16_t>(selection.size()), selection.c_str()),
-            nullptr),
-        std::free);
-    if (!atom) throw std::runtime_error("no X server");
     const auto until = std::chrono::steady_clock::now() + kPatience;
-    while (std::chrono::steady_clock::now() < until) {
-        const std::unique_ptr<xcb_get_selection_owner_reply_t, decltype(&std::free)> reply(
-            xcb_get_selection_owner_reply(c.get(), xcb_get_selection_owner(c.get(), atom->atom), nullptr),
-            std::free);
-        if (reply && (reply->owner != XCB_NONE) == owned) return;
+    while (!condition(c.get())) {
+        if (std::chrono::steady_clock::now() > until)
+            throw std::runtime_error("the desktop does not come up");
         std::this_thread::sleep_for(std::chrono::milliseconds(5));
     }
-    throw std::runtime_error("nobody took or gave up " + selection);
 }
 
 }  // namespace kasto::test

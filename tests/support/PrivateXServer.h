@@ -2,8 +2,11 @@
 
 #include <sys/types.h>
 
+#include <functional>
 #include <string>
 #include <vector>
+
+struct xcb_connection_t;
 
 namespace kasto::test {
 
@@ -33,9 +36,10 @@ public:
 
     const std::string& display() const { return display_; }  // ":7"
 
-    void startCompositingManager();  // returns when it has taken over
+    // Returns when it has taken over.
+    void startCompositingManager(const std::vector<std::string>& options = {});
     void endCompositingManager();
-    void startWindowManager();
+    void startWindowManager();  // returns when windows can be shown
 
     // Runs a program to its end on this server; its status.
     int run(const std::vector<std::string>& command) const;
@@ -44,7 +48,8 @@ public:
 
 private:
     std::vector<std::string> environment() const;
-    void waitForSelection(const std::string& selection, bool owned) const;
+    void waitForManager(bool running) const;
+    void waitUntil(const std::function<bool(xcb_connection_t*)>& condition) const;
 
     std::string display_;
     ChildProcess server_;

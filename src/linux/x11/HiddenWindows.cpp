@@ -71,8 +71,14 @@ void HiddenWindows::noteConfigure(const xcb_configure_notify_event_t& event) {
     // A window may have been in several places since the last look, and a manager may have shown it in each.
     for (const auto& place : tree_.own)
         if (place.topLevel == event.window)
-            passed_.push_back(Region(live_).translate(event.x - area_.x - place.frame.x,
-                                                      event.y - area_.y - place.frame.y));
+            passed_.push_back(paintedAt(place).translate(event.x - area_.x - place.frameX,
+                                                         event.y - area_.y - place.frameY));
+}
+
+Region HiddenWindows::paintedAt(const OwnPlace& place) const {
+    const auto entry = registered_.find(place.id);
+    if (entry == registered_.end()) return {};
+    return entry->second ? Region(*entry->second).translate(place.x, place.y) : place.shape;
 }
 
 void HiddenWindows::noteEvent(const xcb_generic_event_t& event) {
@@ -96,6 +102,9 @@ void HiddenWindows::noteEvent(const xcb_generic_event_t& event) {
         } else if (type == XCB_DESTROY_NOTIFY) {
             contents_.noteDestroyed(window);
             unredirected_.erase(window);
+        } else if (type == XCB_MAP_NOTIFY) {
+            for (const auto& place : tree_.own)
+                if (place.topLevel == window || place.id == window) passed_.push_back(paintedAt(place));
         }
         touchedIds_.insert(window);
         treeChanged_ = true;
@@ -166,11 +175,13 @@ void HiddenWindows::readTree(double nowS) {
     for (const auto& [id, painted] : registered_) own.push_back(id);
     const bool isFirst = settledS_ == 0;
     auto now = reader_.read(own);
-    if (isFirst) settledS_ = nowS + (now.own.empty() || now.hasCompositingManager ? 0 : kSettlingS);
+    const bool isVisible = std::ranges::any_of(now.own, &OwnPlace::isViewable);
+    if (isFirst) settledS_ = nowS + (isVisible && !now.hasCompositingManager ? kSettlingS : 0);
     // Without a manager a redirected window's drawing is reported by its bounding box: an outline would
     // report all it surrounds.
     for (const auto& place : now.own)
-        if (!now.hasCompositingManager && place.topLevel == place.id && unredirected_.insert(place.id).second)
+        if (!now.hasCompositingManager && place.isViewable && place.topLevel == place.id &&
+            unredirected_.insert(place.id).second)
             xcb_composite_unredirect_window(connection_.raw(), place.id, XCB_COMPOSITE_REDIRECT_AUTOMATIC);
     if (!now.hasCompositingManager) touchMoved(tree_, now);
     if (now.hasCompositingManager) touched_ = {};
@@ -194,11 +205,8 @@ void HiddenWindows::placeHidden(double nowS) {
     placesChanged_ = false;
     const double untilS = nowS + (tree_.hasCompositingManager ? kGhostWithManagerS : kGhostS);
     Region live;
-    for (const auto& place : tree_.own) {
-        const auto entry = registered_.find(place.id);
-        if (entry == registered_.end()) continue;
-        live.unite(entry->second ? Region(*entry->second).translate(place.x, place.y) : place.shape);
-    }
+    for (const auto& place : tree_.own)
+        if (place.isViewable) live.unite(paintedAt(place));
     const PixelRect whole{0, 0, area_.width, area_.height};
     live.intersect(whole);
     passed_.push_back(subtracted(live_, live));
@@ -222,7 +230,7 @@ void HiddenWindows::watchContents() {
     shown_ = tree_.topLevels;
     for (auto& top : shown_)
         for (const auto& place : tree_.own)
-            if (place.topLevel == top.id) top.area.subtract(place.shape);
+            if (place.isViewable && place.topLevel == top.id) top.area.subtract(place.shape);
     std::vector<const TopLevel*> beneath;
     for (const auto& top : shown_)
         if (!intersected(hidden_, top.area).isEmpty()) beneath.push_back(&top);

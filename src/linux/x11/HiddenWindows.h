@@ -76,6 +76,7 @@ private:
     void watchContents();
     void touch(const PixelRect& rootRect);
     void noteConfigure(const xcb_configure_notify_event_t& event);
+    Region paintedAt(const OwnPlace& place) const;
     void touchMoved(const WindowTree& before, const WindowTree& after);
     bool dropOldGhosts(double nowS);
 

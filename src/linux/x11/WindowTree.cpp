@@ -48,10 +48,6 @@ WindowTree WindowTreeReader::read(std::span<const std::uint32_t> own) const {
     // What the manager paints on shows everything, the program's windows included.
     if (tree.hasCompositingManager) std::erase(children, managersCanvas());
     tree.topLevels = describe(children);
-    for (auto& place : tree.own) {
-        const auto top = std::ranges::find(tree.topLevels, place.topLevel, &TopLevel::id);
-        if (top != tree.topLevels.end()) place.frame = top->outer;
-    }
     std::erase_if(tree.topLevels,
                   [&](const auto& top) { return std::ranges::find(own, top.id) != own.end(); });
     return tree;
@@ -80,15 +76,16 @@ std::vector<OwnPlace> WindowTreeReader::placeOwn(std::span<const std::uint32_t> 
         const Reply<xcb_query_tree_reply_t> tree(xcb_query_tree_reply(c, ask.tree, nullptr));
         const Reply<xcb_shape_get_rectangles_reply_t> shape(
             xcb_shape_get_rectangles_reply(c, ask.shape, nullptr));
-        if (!attributes || !origin || !tree || attributes->map_state != XCB_MAP_STATE_VIEWABLE) continue;
+        if (!attributes || !origin || !tree) continue;
         const int x = origin->dst_x - area_.x;
         const int y = origin->dst_y - area_.y;
         places.push_back({.id = ask.id,
+                          .isViewable = attributes->map_state == XCB_MAP_STATE_VIEWABLE,
                           .topLevel = topLevelOf(ask.id, tree->parent),
                           .x = x,
                           .y = y,
-                          .frame = {},
                           .shape = toRegion(shape.get(), x, y)});
+        placeFrame(places.back());
     }
     return places;
 }
@@ -101,6 +98,15 @@ std::uint32_t WindowTreeReader::topLevelOf(std::uint32_t window, std::uint32_t p
         parent = tree ? tree->parent : static_cast<xcb_window_t>(XCB_NONE);
     }
     return window;
+}
+
+void WindowTreeReader::placeFrame(OwnPlace& place) const {
+    auto* c = connection_.raw();
+    const Reply<xcb_get_geometry_reply_t> geometry(
+        xcb_get_geometry_reply(c, xcb_get_geometry(c, place.topLevel), nullptr));
+    if (!geometry) return;
+    place.frameX = geometry->x - area_.x;
+    place.frameY = geometry->y - area_.y;
 }
 
 std::vector<TopLevel> WindowTreeReader::describe(std::span<const std::uint32_t> children) const {

@@ -20,13 +20,15 @@ struct TopLevel {
     Region area;  // its shape
 };
 
-// A viewable window of the program's own, wherever it is in the tree.
+// A window of the program's own, wherever it is in the tree.
 struct OwnPlace {
     std::uint32_t id = 0;
+    bool isViewable = false;
     std::uint32_t topLevel = 0;  // itself, or the frame around it
     int x = 0;                   // of its corner inside the border
     int y = 0;
-    PixelRect frame;  // of that top level, with its border
+    int frameX = 0;  // of that top level, its corner outside the border
+    int frameY = 0;
     Region shape;
 };
 
@@ -37,7 +39,7 @@ struct WindowTree {
 };
 
 // Reads what the server knows of the windows of the moment. `own` are the ids to place; ids of windows that
-// are gone or not viewable are left out.
+// are gone are left out.
 class WindowTreeReader {
 public:
     WindowTreeReader(const Connection& connection, const PixelRect& area);
@@ -50,6 +52,7 @@ public:
 private:
     std::vector<OwnPlace> placeOwn(std::span<const std::uint32_t> own) const;
     std::uint32_t topLevelOf(std::uint32_t window, std::uint32_t parent) const;
+    void placeFrame(OwnPlace& place) const;
     std::vector<TopLevel> describe(std::span<const std::uint32_t> children) const;
     Region shapeOf(xcb_window_t window, int x, int y) const;
     std::uint32_t managersCanvas() const;

@@ -8,7 +8,10 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <atomic>
+#include <cstdlib>
+#include <memory>
 #include <random>
 #include <thread>
 
@@ -26,7 +29,12 @@ constexpr int kHeight = 400;
 constexpr PixelRect kScreen{0, 0, kWidth, kHeight};
 constexpr std::uint32_t kOwnColor = 0xffff00ff;  // nothing else on the screen has any red
 
-enum class Desktop { bare, compositingManager };
+enum class Desktop { bare, compositingManager, fadingManager };
+
+std::string nameOf(Desktop desktop) {
+    if (desktop == Desktop::bare) return "Bare";
+    return desktop == Desktop::compositingManager ? "Managed" : "Fading";
+}
 
 // A window of somebody else's and what it must look like.
 struct Foreign {
@@ -40,6 +48,7 @@ protected:
     HiddenWindowsTest() {
         client.setRootColor(kRootColor);
         if (GetParam() == Desktop::compositingManager) server.startCompositingManager();
+        if (GetParam() == Desktop::fadingManager) server.startCompositingManager({"--fading"});
         displays = std::move(*X11Displays::open(server.display()));
         // A manager has a background of its own: it is covered.
         addForeign(GetParam() == Desktop::bare ? PixelRect{50, 30, 540, 330} : kScreen);
@@ -194,10 +203,84 @@ TEST_P(HiddenWindowsTest, ASharedWindowIsRecordedLikeAnyOther) {
     EXPECT_TRUE(receiver.waitFor([](const ScreenFrame& frame) { return showsOwn(frame); }));
 }
 
+// Of a window inside a window manager's frame the frame is seen, and in its place what lies beneath.
+TEST_P(HiddenWindowsTest, AManagedWindowLeavesItsFrameBehind) {
+    server.startWindowManager();
+    const auto panel = own.makeWindow({150, 100, 200, 150}, WindowKind::managed, kOwnColor);
+    ownWindows.set({.nativeId = panel, .sharing = SharingType::none, .paintedPx = {}});
+    receiver.setInspect([this](const ScreenFrame& frame) {
+        for (const auto pixel : test::toPixels(frame).rgb)
+            if (pixel == (kOwnColor & 0xffffff)) ++leaks;
+    });
+    ASSERT_NO_FATAL_FAILURE(start());
+    own.show(panel);
+    for (const auto id : {foreign[1].id, foreign[0].id}) client.lower(id);
+    ASSERT_TRUE(waitForScreen([&](const Pixels& shown) {
+        return std::ranges::count(shown.rgb, kOwnColor & 0xffffff) == 200 * 150;
+    }));
+    std::mt19937 random(3);
+    for (int i = 0; i < 60; ++i) {
+        if (i % 4 == 0)
+            own.move(panel, static_cast<int>(random() % 300), 40 + static_cast<int>(random() % 150));
+        disturb(random);
+        std::this_thread::sleep_for(std::chrono::milliseconds(random() % 10));
+    }
+    std::this_thread::sleep_for(std::chrono::milliseconds(300));
+    const std::unique_ptr<xcb_translate_coordinates_reply_t, decltype(&std::free)> at(
+        xcb_translate_coordinates_reply(
+            own.raw(), xcb_translate_coordinates(own.raw(), panel, own.root(), 0, 0), nullptr),
+        std::free);
+    const auto differing = [&, wanted = expected()](const Pixels& pixels) {
+        int inside = 0;
+        int outside = 0;
+        for (int y = 0; y < kHeight; ++y)
+            for (int x = 0; x < kWidth; ++x) {
+                const bool isInside =
+                    x >= at->dst_x && y >= at->dst_y && x < at->dst_x + 200 && y < at->dst_y + 150;
+                if (pixels.at(x, y) != wanted.at(x, y)) ++(isInside ? inside : outside);
+            }
+        return std::pair(inside, outside);
+    };
+    EXPECT_TRUE(receiver.waitFor(
+        [&](const ScreenFrame& frame) { return differing(test::toPixels(frame)).first == 0; }));
+    EXPECT_GT(differing(test::toPixels(receiver.last())).second, 500);
+    EXPECT_EQ(leaks, 0);
+}
+
+// Managers come and go: what was under the window stays right through it.
+TEST_P(HiddenWindowsTest, AManagerMayStartAndEndMeanwhile) {
+    if (GetParam() != Desktop::bare) server.endCompositingManager();
+    const auto cover = client.makeWindow(kScreen, WindowKind::overrideRedirect, 0x2040);
+    foreign.insert(foreign.begin(), {cover, kScreen, std::vector<std::uint32_t>(kWidth * kHeight, 0x2040)});
+    client.show(cover);
+    client.lower(cover);
+    const auto panel = own.makeWindow({100, 80, 200, 150}, WindowKind::overrideRedirect, kOwnColor);
+    ownWindows.set({.nativeId = panel, .sharing = SharingType::none, .paintedPx = {}});
+    receiver.setInspect([this](const ScreenFrame& frame) {
+        for (const auto pixel : test::toPixels(frame).rgb)
+            if (pixel == (kOwnColor & 0xffffff)) ++leaks;
+    });
+    ASSERT_NO_FATAL_FAILURE(start());
+    own.show(panel);
+    std::mt19937 random(23);
+    for (int round = 0; round < 4; ++round) {
+        if (round % 2 == 0) {
+            server.startCompositingManager();
+        } else {
+            server.endCompositingManager();
+        }
+        for (int i = 0; i < 20; ++i) {
+            disturb(random);
+            std::this_thread::sleep_for(std::chrono::milliseconds(3));
+        }
+        EXPECT_TRUE(receiver.waitForPicture(expected())) << round;
+    }
+    EXPECT_EQ(leaks, 0);
+}
+
 INSTANTIATE_TEST_SUITE_P(Desktops, HiddenWindowsTest,
-                         testing::Values(Desktop::bare, Desktop::compositingManager), [](const auto& info) {
-                             return info.param == Desktop::bare ? "Bare" : "CompositingManager";
-                         });
+                         testing::Values(Desktop::bare, Desktop::compositingManager, Desktop::fadingManager),
+                         [](const auto& info) { return nameOf(info.param); });
 
 class PaintedRegionTest : public HiddenWindowsTest {};
 
@@ -230,7 +313,7 @@ TEST_P(PaintedRegionTest, WhatATransparentOverlayPaintsIsNeverRecorded) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Desktops, PaintedRegionTest, testing::Values(Desktop::compositingManager),
-                         [](const auto&) { return "CompositingManager"; });
+                         [](const auto& info) { return nameOf(info.param); });
 
 }  // namespace
 }  // namespace kasto

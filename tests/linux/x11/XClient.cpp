@@ -74,9 +74,12 @@ void XClient::move(xcb_window_t window, int x, int y) {
     sync();
 }
 
-void XClient::raise(xcb_window_t window) {
-    const std::uint32_t above = XCB_STACK_MODE_ABOVE;
-    xcb_configure_window(raw(), window, XCB_CONFIG_WINDOW_STACK_MODE, &above);
+void XClient::raise(xcb_window_t window) { restack(window, XCB_STACK_MODE_ABOVE); }
+
+void XClient::lower(xcb_window_t window) { restack(window, XCB_STACK_MODE_BELOW); }
+
+void XClient::restack(xcb_window_t window, std::uint32_t mode) {
+    xcb_configure_window(raw(), window, XCB_CONFIG_WINDOW_STACK_MODE, &mode);
     sync();
 }
 

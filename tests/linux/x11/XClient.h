@@ -40,6 +40,7 @@ public:
     void destroy(xcb_window_t window);
     void move(xcb_window_t window, int x, int y);
     void raise(xcb_window_t window);
+    void lower(xcb_window_t window);
     void fill(xcb_window_t window, const PixelRect& rect, std::uint32_t color);
     void shape(xcb_window_t window, const std::vector<PixelRect>& rects);
     void movePointer(int x, int y);
@@ -53,6 +54,8 @@ public:
     void sync() const;
 
 private:
+    void restack(xcb_window_t window, std::uint32_t mode);
+
     struct Disconnect {
         void operator()(xcb_connection_t* connection) const { xcb_disconnect(connection); }
     };
