@@ -1,0 +1,89 @@
+#include "linux/ffmpeg/FfmpegMovieWriter.h"
+
+#include <utility>
+
+namespace kasto {
+
+FfmpegMovieWriter::FfmpegMovieWriter(std::filesystem::path file, MediaTime fragmentInterval)
+    : path_(std::move(file)), fragmentInterval_(fragmentInterval) {}
+
+FfmpegMovieWriter::~FfmpegMovieWriter() { cancelWriting(); }
+
+WriterInput* FfmpegMovieWriter::addVideoInput(const VideoInputSettings& settings) {
+    const bool sizeFits = settings.width > 0 && settings.height > 0 && settings.width <= 0xffff &&
+                          settings.height <= 0xffff && settings.width % 2 == 0 && settings.height % 2 == 0;
+    const bool ratesFit = settings.averageBitRate > 0 && settings.maxKeyFrameInterval > 0 &&
+                          settings.expectedFrameRate > 0 && settings.expectedFrameRate <= kVideoTimescale;
+    if (status() != WriterStatus::unknown || video_ || !sizeFits || !ratesFit) return nullptr;
+    video_ = std::make_unique<VideoTrack>(settings, fragmentInterval_);
+    return video_.get();
+}
+
+AudioWriterInput* FfmpegMovieWriter::addAudioInput(const AudioInputSettings&) { return nullptr; }
+
+PixelBufferAdaptor* FfmpegMovieWriter::adaptor(WriterInput& videoInput) {
+    return &videoInput == video_.get() ? video_.get() : nullptr;
+}
+
+bool FfmpegMovieWriter::startWriting() {
+    if (status() != WriterStatus::unknown) return false;
+    if (const auto opened = open(); !opened) {
+        fail(opened.error());
+        return false;
+    }
+    outcome_.with([](Outcome& outcome) { outcome.status = WriterStatus::writing; });
+    return true;
+}
+
+Result<void> FfmpegMovieWriter::open() {
+    if (!video_) return failure("The movie has no video track.");
+    auto file = MovieFile::create(path_, fragmentInterval_);
+    if (!file) return std::unexpected(file.error());
+    file_ = std::move(*file);
+    if (const auto opened = video_->open(*file_); !opened) return opened;
+    return file_->begin();
+}
+
+void FfmpegMovieWriter::startSession(MediaTime time) {
+    if (status() == WriterStatus::writing) video_->startSession(time);
+}
+
+void FfmpegMovieWriter::finishWriting() {
+    if (status() == WriterStatus::unknown) fail({"The movie was never started.", 0});
+    if (status() != WriterStatus::writing) return;
+    video_->finish();
+    const auto finished = file_->finish();
+    // The encoder's error came first, if there are two.
+    if (const auto failed = video_->error()) {
+        fail(*failed);
+    } else if (!finished) {
+        fail(finished.error());
+    } else {
+        outcome_.with([](Outcome& outcome) { outcome.status = WriterStatus::completed; });
+    }
+}
+
+void FfmpegMovieWriter::cancelWriting() {
+    outcome_.with([](Outcome& outcome) {
+        if (outcome.status == WriterStatus::unknown || outcome.status == WriterStatus::writing)
+            outcome.status = WriterStatus::cancelled;
+    });
+    if (video_) video_->cancel();
+}
+
+WriterStatus FfmpegMovieWriter::status() const {
+    return outcome_.with([](const Outcome& outcome) { return outcome.status; });
+}
+
+std::optional<Error> FfmpegMovieWriter::error() const {
+    if (auto failed = outcome_.copy().error) return failed;
+    if (status() != WriterStatus::writing) return std::nullopt;
+    if (auto failed = video_->error()) return failed;
+    return file_->error();
+}
+
+void FfmpegMovieWriter::fail(const Error& error) {
+    outcome_.with([&](Outcome& outcome) { outcome = {WriterStatus::failed, error}; });
+}
+
+}  // namespace kasto

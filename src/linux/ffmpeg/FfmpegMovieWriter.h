@@ -1,0 +1,49 @@
+#pragma once
+
+#include "base/Guarded.h"
+#include "linux/ffmpeg/MovieFile.h"
+#include "linux/ffmpeg/VideoTrack.h"
+#include "platform/MovieWriter.h"
+
+#include <filesystem>
+#include <memory>
+
+namespace kasto {
+
+// Writes H.264 into a QuickTime movie.
+//
+// When the disk is full or the encoder fails in mid-take, no more pictures are taken and `error` tells why,
+// but the status stays `writing`: there is a movie to finish. `finishWriting` then completes what there is
+// and leaves the status failed.
+class FfmpegMovieWriter final : public MovieWriter {
+public:
+    FfmpegMovieWriter(std::filesystem::path file, MediaTime fragmentInterval);
+    ~FfmpegMovieWriter() override;
+
+    WriterInput* addVideoInput(const VideoInputSettings& settings) override;
+    AudioWriterInput* addAudioInput(const AudioInputSettings& settings) override;
+    PixelBufferAdaptor* adaptor(WriterInput& videoInput) override;
+    bool startWriting() override;
+    void startSession(MediaTime time) override;
+    void finishWriting() override;
+    void cancelWriting() override;
+    WriterStatus status() const override;
+    std::optional<Error> error() const override;
+
+private:
+    struct Outcome {
+        WriterStatus status = WriterStatus::unknown;
+        std::optional<Error> error;
+    };
+
+    Result<void> open();
+    void fail(const Error& error);
+
+    const std::filesystem::path path_;
+    const MediaTime fragmentInterval_;
+    Guarded<Outcome> outcome_;
+    std::unique_ptr<MovieFile> file_;  // from the start on until the writer goes
+    std::unique_ptr<VideoTrack> video_;
+};
+
+}  // namespace kasto

@@ -1,0 +1,42 @@
+#pragma once
+
+#include "base/Result.h"
+
+#include <cstdint>
+#include <filesystem>
+#include <span>
+
+namespace kasto {
+
+// A new file that grows at its end. One thread at a time. Errors name the file.
+class OutputFile {
+public:
+    // Fails if there is a file already.
+    static Result<OutputFile> create(const std::filesystem::path& file);
+
+    OutputFile(OutputFile&& other) noexcept;
+    OutputFile& operator=(OutputFile&&) = delete;
+    ~OutputFile();
+
+    // The end of what was appended as a whole.
+    std::uint64_t sizeBytes() const { return sizeBytes_; }
+
+    // Adds all pieces or nothing: after a failure the file ends where it ended before.
+    Result<void> append(std::span<const std::span<const std::uint8_t>> pieces);
+
+    // Replaces bytes that are there.
+    Result<void> overwrite(std::uint64_t offset, std::span<const std::uint8_t> data);
+
+    // Returns when everything is on the disk.
+    Result<void> sync();
+
+private:
+    OutputFile(int descriptor, std::filesystem::path file);
+    Result<void> writeAt(std::uint64_t offset, std::span<const std::uint8_t> data);
+
+    int descriptor_;
+    std::filesystem::path file_;
+    std::uint64_t sizeBytes_ = 0;
+};
+
+}  // namespace kasto

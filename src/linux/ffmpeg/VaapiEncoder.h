@@ -1,0 +1,11 @@
+#pragma once
+
+#include "linux/ffmpeg/VideoEncoder.h"
+
+namespace kasto {
+
+// The encoder of Intel's and AMD's graphics processors, on the default render device. Fails where there is
+// none.
+Result<std::unique_ptr<VideoEncoder>> openVaapiEncoder(const VideoInputSettings& settings);
+
+}  // namespace kasto

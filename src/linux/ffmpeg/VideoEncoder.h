@@ -1,0 +1,47 @@
+#pragma once
+
+#include "base/Result.h"
+#include "imaging/PixelBuffer.h"
+#include "platform/MovieWriter.h"
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <span>
+
+namespace kasto {
+
+// Video times are whole units of 1/600 s since the movie's zero.
+inline constexpr std::int32_t kVideoTimescale = 600;
+
+struct EncodedPicture {
+    std::span<const std::uint8_t> data;  // NAL units, each after its length in four bytes
+    std::int64_t timeUnits = 0;
+    bool isKey = false;  // a decoder can begin here
+};
+
+// Takes a picture as it leaves the encoder; the data is valid during the call only.
+using PictureSink = std::function<void(const EncodedPicture&)>;
+
+// Turns pictures into an H.264 High stream, in their order: no picture is predicted from a later one. One
+// thread at a time.
+class VideoEncoder {
+public:
+    virtual ~VideoEncoder() = default;
+
+    // The contents of the movie's avcC box. Valid as long as the encoder.
+    virtual std::span<const std::uint8_t> decoderConfiguration() const = 0;
+
+    // Encodes an i420 picture of the encoder's size; times must rise. What is ready afterwards, of this
+    // picture or former ones, goes to the sink. The buffer is let go of when the encoder is done with it.
+    // `asKey` makes this picture a key picture; others become one as the key-frame interval asks.
+    virtual Result<void> encode(const PixelBufferRef& picture, std::int64_t timeUnits, bool asKey,
+                                const PictureSink& sink) = 0;
+
+    // Hands out what the encoder still holds. Nothing can be encoded after this.
+    virtual Result<void> finish(const PictureSink& sink) = 0;
+};
+
+using VideoEncoderMaker = std::function<Result<std::unique_ptr<VideoEncoder>>(const VideoInputSettings&)>;
+
+}  // namespace kasto

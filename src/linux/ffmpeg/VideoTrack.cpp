@@ -1,0 +1,122 @@
+#include "linux/ffmpeg/VideoTrack.h"
+
+#include "linux/ffmpeg/EncoderChoice.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace kasto {
+
+namespace {
+
+// One being drawn, the one drawn last, which may be given again, and those the encoder is reading.
+constexpr int kBuffersBesideQueue = 4;
+
+// Eight pictures, fewer when they are so large that the queue would take too much memory.
+int queueLimitFor(const VideoInputSettings& settings) {
+    constexpr std::int64_t kMostBytes = 64 << 20;
+    const std::int64_t pictureBytes = std::int64_t{settings.width} * settings.height * 3 / 2;
+    return static_cast<int>(std::clamp<std::int64_t>(kMostBytes / pictureBytes, 3, 8));
+}
+
+std::int64_t toVideoUnits(MediaTime time) {
+    if (time.timescale == kVideoTimescale) return time.value;
+    return std::llround(time.seconds() * kVideoTimescale);
+}
+
+}  // namespace
+
+VideoTrack::VideoTrack(VideoInputSettings settings, MediaTime fragmentInterval)
+    : settings_(settings), fragmentInterval_(fragmentInterval), queueLimit_(queueLimitFor(settings)) {}
+
+VideoTrack::~VideoTrack() { cancel(); }
+
+Result<void> VideoTrack::open(MovieFile& file) {
+    auto encoder = openVideoEncoder(settings_);
+    if (!encoder) return std::unexpected(encoder.error());
+    encoder_ = std::move(*encoder);
+    file_ = &file;
+    indexInFile_ = file.addTrack(avcTrackFormat(settings_, encoder_->decoderConfiguration()));
+    pool_ = std::make_unique<PixelBufferPool>(PixelFormat::i420, settings_.width, settings_.height,
+                                              queueLimit_ + kBuffersBesideQueue);
+    encoding_ = std::make_unique<SerialQueue>("app.tolvane.kasto.movie", QueuePriority::userInteractive);
+    accepting_ = true;
+    return {};
+}
+
+void VideoTrack::startSession(MediaTime time) {
+    std::int64_t none = kNone;
+    sessionStartUnits_.compare_exchange_strong(none, toVideoUnits(time));
+}
+
+bool VideoTrack::isReadyForMoreMediaData() const {
+    return accepting_ && queued_ < queueLimit_ && file_->isKeepingUp() && !file_->error();
+}
+
+bool VideoTrack::append(const PixelBufferRef& buffer, MediaTime presentationTime) {
+    const std::int64_t sessionStartUnits = sessionStartUnits_;
+    if (!isReadyForMoreMediaData() || sessionStartUnits == kNone) return false;
+    if (!buffer || buffer->format() != PixelFormat::i420 || buffer->width() != settings_.width ||
+        buffer->height() != settings_.height)
+        return false;
+    const std::int64_t timeUnits = toVideoUnits(presentationTime) - sessionStartUnits;
+    if (timeUnits < 0 || timeUnits <= lastUnits_) return false;
+    lastUnits_ = timeUnits;
+    ++queued_;
+    encoding_->async([this, picture = buffer, timeUnits]() mutable {
+        encode(picture, timeUnits);
+        picture = {};
+        --queued_;
+    });
+    return true;
+}
+
+void VideoTrack::encode(const PixelBufferRef& picture, std::int64_t timeUnits) {
+    if (discarding_) return;
+    const auto encoded = encoder_->encode(picture, timeUnits, beginsFragment(timeUnits), toFile());
+    if (!encoded) fail(encoded.error());
+}
+
+// The file cuts its fragments at key pictures, so one is made where a cut is due.
+bool VideoTrack::beginsFragment(std::int64_t timeUnits) {
+    const bool begins =
+        fragmentStartUnits_ == kNone ||
+        static_cast<double>(timeUnits - fragmentStartUnits_) / kVideoTimescale >= fragmentInterval_.seconds();
+    if (begins) fragmentStartUnits_ = timeUnits;
+    return begins;
+}
+
+PictureSink VideoTrack::toFile() {
+    return [this](const EncodedPicture& picture) {
+        file_->append(indexInFile_,
+                      {.data = picture.data, .timeUnits = picture.timeUnits, .isKey = picture.isKey});
+    };
+}
+
+void VideoTrack::finish() {
+    accepting_ = false;
+    if (!encoding_) return;
+    encoding_->async([this] {
+        if (discarding_) return;
+        if (const auto finished = encoder_->finish(toFile()); !finished) fail(finished.error());
+    });
+    encoding_.reset();
+    encoder_.reset();
+}
+
+void VideoTrack::cancel() {
+    accepting_ = false;
+    discarding_ = true;
+    encoding_.reset();
+    encoder_.reset();
+}
+
+void VideoTrack::fail(const Error& error) {
+    accepting_ = false;
+    discarding_ = true;
+    error_.with([&](auto& held) {
+        if (!held) held = error;
+    });
+}
+
+}  // namespace kasto

@@ -1,0 +1,71 @@
+#pragma once
+
+#include "base/Guarded.h"
+#include "base/SerialQueue.h"
+#include "linux/ffmpeg/MovieFile.h"
+#include "linux/ffmpeg/VideoEncoder.h"
+#include "platform/MovieWriter.h"
+
+#include <atomic>
+#include <limits>
+#include <memory>
+#include <optional>
+
+namespace kasto {
+
+// The video track of a movie: a short queue of pictures, a thread that encodes them and hands them to the
+// file. A picture that finds the queue full is refused, as is one whose time, in units of 1/600 s, is not
+// after the one before.
+class VideoTrack final : public WriterInput, public PixelBufferAdaptor {
+public:
+    VideoTrack(VideoInputSettings settings, MediaTime fragmentInterval);
+    ~VideoTrack() override;
+
+    // Opens the encoder and adds the track to the file, which must outlive it. Blocks.
+    Result<void> open(MovieFile& file);
+
+    // The movie's zero; only the first call counts.
+    void startSession(MediaTime time);
+
+    // Encodes what is queued, hands everything to the file and lets the encoder go. Blocks.
+    void finish();
+
+    // Forgets what is queued and lets the encoder go.
+    void cancel();
+
+    // Why no more pictures are taken, if the encoder failed. Any thread.
+    std::optional<Error> error() const { return error_.copy(); }
+
+    bool isReadyForMoreMediaData() const override;
+    void markAsFinished() override { accepting_ = false; }
+
+    // Has as many buffers as the queue takes, and a few for whoever draws and for the encoder.
+    PixelBufferPool* pixelBufferPool() override { return pool_.get(); }
+    bool append(const PixelBufferRef& buffer, MediaTime presentationTime) override;
+
+private:
+    void encode(const PixelBufferRef& picture, std::int64_t timeUnits);
+    bool beginsFragment(std::int64_t timeUnits);
+    void fail(const Error& error);
+    PictureSink toFile();
+
+    static constexpr std::int64_t kNone = std::numeric_limits<std::int64_t>::min();
+
+    const VideoInputSettings settings_;
+    const MediaTime fragmentInterval_;
+    const int queueLimit_;
+    std::unique_ptr<PixelBufferPool> pool_;
+    MovieFile* file_ = nullptr;
+    std::size_t indexInFile_ = 0;
+    std::atomic<std::int64_t> sessionStartUnits_ = kNone;
+    std::int64_t lastUnits_ = kNone;           // the appending thread's
+    std::int64_t fragmentStartUnits_ = kNone;  // the encoding thread's
+    std::atomic<bool> accepting_ = false;
+    std::atomic<bool> discarding_ = false;
+    std::atomic<int> queued_ = 0;
+    Guarded<std::optional<Error>> error_;
+    std::unique_ptr<VideoEncoder> encoder_;  // the encoding thread's while there is one
+    std::unique_ptr<SerialQueue> encoding_;  // last: its jobs use the rest
+};
+
+}  // namespace kasto
