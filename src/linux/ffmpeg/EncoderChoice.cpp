@@ -61,7 +61,8 @@ Result<std::unique_ptr<VideoEncoder>> chooseVideoEncoder(std::span<const VideoEn
 
 Result<std::unique_ptr<VideoEncoder>> openVideoEncoder(const VideoInputSettings& settings) {
     static const std::array<VideoEncoderMaker, 2> kHardware{openVaapiEncoder, openNvencEncoder};
-    return chooseVideoEncoder(kHardware, openX264Encoder, settings);
+    return chooseVideoEncoder(
+        kHardware, [](const VideoInputSettings& taken) { return openX264Encoder(taken); }, settings);
 }
 
 }  // namespace kasto

@@ -4,8 +4,9 @@
 
 namespace kasto {
 
-// The software encoder. It works on several processor cores and holds back one picture fewer than it has
-// threads, at most.
+// The software encoder. It works on several processor cores at a time and holds back as many pictures as it
+// has threads, at most. Without a preset it takes one that keeps up on this machine.
 Result<std::unique_ptr<VideoEncoder>> openX264Encoder(const VideoInputSettings& settings);
+Result<std::unique_ptr<VideoEncoder>> openX264Encoder(const VideoInputSettings& settings, const char* preset);
 
 }  // namespace kasto
