@@ -1,8 +1,17 @@
 #include "linux/ffmpeg/FfmpegMovieWriter.h"
 
+#include <unistd.h>
+
 #include <utility>
 
 namespace kasto {
+
+namespace {
+
+// What libx264 takes.
+constexpr int kMostPixelsASide = 16'384;
+
+}  // namespace
 
 FfmpegMovieWriter::FfmpegMovieWriter(std::filesystem::path file, MediaTime fragmentInterval)
     : path_(std::move(file)), fragmentInterval_(fragmentInterval) {}
@@ -10,8 +19,8 @@ FfmpegMovieWriter::FfmpegMovieWriter(std::filesystem::path file, MediaTime fragm
 FfmpegMovieWriter::~FfmpegMovieWriter() { cancelWriting(); }
 
 WriterInput* FfmpegMovieWriter::addVideoInput(const VideoInputSettings& settings) {
-    const bool sizeFits = settings.width > 0 && settings.height > 0 && settings.width <= 0xffff &&
-                          settings.height <= 0xffff && settings.width % 2 == 0 && settings.height % 2 == 0;
+    const auto fits = [](int sizePx) { return sizePx > 0 && sizePx <= kMostPixelsASide && sizePx % 2 == 0; };
+    const bool sizeFits = fits(settings.width) && fits(settings.height);
     const bool ratesFit = settings.averageBitRate > 0 && settings.maxKeyFrameInterval > 0 &&
                           settings.expectedFrameRate > 0 && settings.expectedFrameRate <= kVideoTimescale;
     if (status() != WriterStatus::unknown || video_ || !sizeFits || !ratesFit) return nullptr;
@@ -28,6 +37,7 @@ PixelBufferAdaptor* FfmpegMovieWriter::adaptor(WriterInput& videoInput) {
 bool FfmpegMovieWriter::startWriting() {
     if (status() != WriterStatus::unknown) return false;
     if (const auto opened = open(); !opened) {
+        if (video_) video_->cancel();
         fail(opened.error());
         return false;
     }
@@ -37,11 +47,15 @@ bool FfmpegMovieWriter::startWriting() {
 
 Result<void> FfmpegMovieWriter::open() {
     if (!video_) return failure("The movie has no video track.");
+    if (const auto opened = video_->open(); !opened) return opened;
     auto file = MovieFile::create(path_, fragmentInterval_);
     if (!file) return std::unexpected(file.error());
     file_ = std::move(*file);
-    if (const auto opened = video_->open(*file_); !opened) return opened;
-    return file_->begin();
+    video_->beginIn(*file_);
+    const auto begun = file_->begin();
+    // A file without a beginning is of use to nobody.
+    if (!begun) unlink(path_.c_str());
+    return begun;
 }
 
 void FfmpegMovieWriter::startSession(MediaTime time) {

@@ -31,17 +31,20 @@ VideoTrack::VideoTrack(VideoInputSettings settings, MediaTime fragmentInterval)
 
 VideoTrack::~VideoTrack() { cancel(); }
 
-Result<void> VideoTrack::open(MovieFile& file) {
+Result<void> VideoTrack::open() {
     auto encoder = openVideoEncoder(settings_);
     if (!encoder) return std::unexpected(encoder.error());
     encoder_ = std::move(*encoder);
+    return {};
+}
+
+void VideoTrack::beginIn(MovieFile& file) {
     file_ = &file;
     indexInFile_ = file.addTrack(avcTrackFormat(settings_, encoder_->decoderConfiguration()));
     pool_ = std::make_unique<PixelBufferPool>(PixelFormat::i420, settings_.width, settings_.height,
                                               queueLimit_ + kBuffersBesideQueue);
     encoding_ = std::make_unique<SerialQueue>("app.tolvane.kasto.movie", QueuePriority::userInteractive);
     accepting_ = true;
-    return {};
 }
 
 void VideoTrack::startSession(MediaTime time) {

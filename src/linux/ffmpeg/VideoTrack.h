@@ -21,8 +21,11 @@ public:
     VideoTrack(VideoInputSettings settings, MediaTime fragmentInterval);
     ~VideoTrack() override;
 
-    // Opens the encoder and adds the track to the file, which must outlive it. Blocks.
-    Result<void> open(MovieFile& file);
+    // Opens the encoder. Blocks.
+    Result<void> open();
+
+    // Adds the track to the file, which must outlive it, and takes pictures from now on.
+    void beginIn(MovieFile& file);
 
     // The movie's zero; only the first call counts.
     void startSession(MediaTime time);
