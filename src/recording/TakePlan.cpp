@@ -1,0 +1,167 @@
+#include "recording/TakePlan.h"
+
+#include "base/AppIdentity.h"
+#include "base/DebugLog.h"
+#include "base/Prefs.h"
+#include "platform/Displays.h"
+#include "platform/PointerInput.h"
+#include "recording/KastoError.h"
+
+#include <algorithm>
+#include <cmath>
+#include <iterator>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace kasto {
+
+namespace {
+
+constexpr double kScaleOfUnknownDisplay = 2.0;
+constexpr double kSmallestRegionPts = 40;
+constexpr double kBitsPerPixel = 0.08;
+constexpr std::int64_t kMostBitsPerSecond = 60'000'000;
+constexpr int kKeyFrameIntervalS = 2;
+constexpr int kStreamQueueDepth = 8;
+
+struct Target {
+    DisplayId display = 0;
+    std::optional<Rect> regionPts;
+};
+
+struct Area {
+    Rect partPts;  // from the display's top-left corner
+    bool isWholeDisplay = true;
+    Point displayOriginPts;
+    int width = 0;  // in pixels
+    int height = 0;
+};
+
+DisplayId fallbackDisplay(const Desktop& desktop) {
+    const Point pointer = desktop.pointer.location().value_or(Point{});
+    return desktop.displays.displayAt(pointer).value_or(desktop.displays.mainDisplay());
+}
+
+bool contains(const std::vector<DisplayId>& displays, DisplayId id) {
+    return std::ranges::find(displays, id) != displays.end();
+}
+
+Result<Target> chooseTarget(const std::vector<DisplayId>& shareable, DisplayId fallback) {
+    Target target{fallback, std::nullopt};
+    const auto regionDisplay = Prefs::regionDisplayID();
+    const auto region = Prefs::regionRect();
+    if (regionDisplay && region) {
+        if (contains(shareable, *regionDisplay))
+            target = {*regionDisplay, region};
+        else
+            DebugLog::log("region display " + std::to_string(*regionDisplay) +
+                          " missing — recording full screen");
+    }
+    if (contains(shareable, target.display)) return target;
+    if (shareable.empty()) return failure(KastoError::noDisplay);
+    return Target{shareable.front(), std::nullopt};
+}
+
+ContentFilter filterFor(DisplayId display, const ShareableContent& content) {
+    ContentFilter filter{display, {}};
+    std::ranges::copy_if(content.applications, std::back_inserter(filter.excludedApplications),
+                         [](const auto& app) { return app.bundleIdentifier == kBundleIdentifier; });
+    DebugLog::log("filter excludes " + std::to_string(filter.excludedApplications.size()) + " app(s)");
+    return filter;
+}
+
+std::string whole(double number) { return std::to_string(static_cast<int>(number)); }
+
+// Whole and even. The tolerance keeps a display of 1366 pixels at a scale of 1.2 from losing two of them to
+// the rounding of its size in points.
+int evenPixels(double pixels) {
+    constexpr double kTolerance = 1e-6;
+    return static_cast<int>(pixels + kTolerance) / 2 * 2;
+}
+
+// The region as far as the display shows it, in whole points; the whole display if too little is left.
+Rect partToRecord(const std::optional<Rect>& regionPts, const Rect& wholePts) {
+    if (!regionPts) return wholePts;
+    // A display may end within a point: rounding outward must not reach beyond it.
+    const Rect part = regionPts->intersection(wholePts).integral().intersection(wholePts);
+    if (part.width >= kSmallestRegionPts && part.height >= kSmallestRegionPts) return part;
+    DebugLog::log("region degenerate — recording full screen");
+    return wholePts;
+}
+
+Result<Area> measure(const Displays& displays, const Target& target) {
+    const auto all = displays.all();
+    const auto display = std::ranges::find(all, target.display, &Display::id);
+    const bool known = display != all.end();
+    const double scale = known && display->scale > 0 ? display->scale : kScaleOfUnknownDisplay;
+    const Rect boundsPts = known ? display->boundsPts : Rect{};
+    const Rect wholePts{0, 0, boundsPts.width, boundsPts.height};
+
+    Area area;
+    area.partPts = partToRecord(target.regionPts, wholePts);
+    area.isWholeDisplay = area.partPts == wholePts;
+    area.displayOriginPts = {boundsPts.x, boundsPts.y};
+    area.width = evenPixels(scale * area.partPts.width);
+    area.height = evenPixels(scale * area.partPts.height);
+    // It went away since it was listed.
+    if (area.width <= 0 || area.height <= 0) return failure(KastoError::noDisplay);
+    return area;
+}
+
+StreamConfiguration streamConfiguration(const Area& area, int fps, bool microphoneDeliverable) {
+    StreamConfiguration configuration;
+    configuration.width = area.width;
+    configuration.height = area.height;
+    configuration.minimumFrameIntervalS = 1.0 / fps;
+    configuration.queueDepth = kStreamQueueDepth;
+    configuration.showsCursor = true;
+    if (!area.isWholeDisplay) {
+        const Rect& part = area.partPts;
+        configuration.sourceRectPts = part;
+        DebugLog::log("region " + whole(part.width) + "×" + whole(part.height) + " @ (" + whole(part.x) +
+                      "," + whole(part.y) + ")");
+    }
+    configuration.capturesAudio = Prefs::captureSystemSound();
+    configuration.capturesMicrophone = microphoneDeliverable && Prefs::captureMic();
+    return configuration;
+}
+
+// The file of options may say anything; a take needs a rate that can be divided by.
+int framesPerSecond() { return std::clamp(Prefs::fps(), 1, 240); }
+
+}  // namespace
+
+VideoInputSettings videoInputSettings(int width, int height, int fps) {
+    VideoInputSettings settings;
+    settings.width = width;
+    settings.height = height;
+    settings.averageBitRate =
+        std::min(static_cast<std::int64_t>(static_cast<double>(width) * height * fps * kBitsPerPixel),
+                 kMostBitsPerSecond);
+    settings.maxKeyFrameInterval = kKeyFrameIntervalS * fps;
+    settings.expectedFrameRate = fps;
+    settings.allowFrameReordering = true;
+    return settings;
+}
+
+Result<TakePlan> planTake(const Desktop& desktop) {
+    const DisplayId fallback = fallbackDisplay(desktop);
+    const auto content = desktop.screenCapture.shareableContent();
+    if (!content) return std::unexpected(content.error());
+    const auto target = chooseTarget(content->displays, fallback);
+    if (!target) return std::unexpected(target.error());
+    ContentFilter filter = filterFor(target->display, *content);
+    const auto area = measure(desktop.displays, *target);
+    if (!area) return std::unexpected(area.error());
+    const int fps = framesPerSecond();
+
+    TakePlan plan;
+    plan.filter = std::move(filter);
+    plan.areaGlobalPts = area->partPts.translated(area->displayOriginPts.x, area->displayOriginPts.y);
+    plan.stream = streamConfiguration(*area, fps, desktop.screenCapture.deliversMicrophone());
+    plan.video = videoInputSettings(area->width, area->height, fps);
+    return plan;
+}
+
+}  // namespace kasto
