@@ -1,0 +1,89 @@
+#include "recording/TakeMovie.h"
+
+#include "base/DebugLog.h"
+#include "recording/KastoError.h"
+
+#include <unistd.h>
+
+#include <array>
+#include <cerrno>
+#include <ctime>
+#include <string>
+#include <system_error>
+
+namespace kasto {
+
+namespace {
+
+constexpr MediaTime kFragmentInterval{4 * 600, 600};
+
+// "kasto-20261116-184200"
+std::string nameOfNow() {
+    const std::time_t now = std::time(nullptr);
+    std::tm local{};
+    localtime_r(&now, &local);
+    std::array<char, 64> name{};
+    return {name.data(), std::strftime(name.data(), name.size(), "kasto-%Y%m%d-%H%M%S", &local)};
+}
+
+// Something is there, or it cannot be told: both rule a name out.
+bool mayExist(const std::filesystem::path& file) {
+    std::error_code error;
+    return std::filesystem::symlink_status(file, error).type() != std::filesystem::file_type::not_found;
+}
+
+// A name nobody uses: a second take within the same second, or within the hour that a change of the clocks
+// repeats, gets "-2". The name's MP4 counts too, since a finished movie may turn into it.
+std::filesystem::path newMovieFile(const std::filesystem::path& folder) {
+    const std::string name = nameOfNow();
+    for (int take = 1;; ++take) {
+        const std::string stem = take == 1 ? name : name + "-" + std::to_string(take);
+        if (!mayExist(folder / (stem + ".mov")) && !mayExist(folder / (stem + ".mp4")))
+            return folder / (stem + ".mov");
+    }
+}
+
+// Told before the writer is asked, whose refusal has one text for all causes.
+Result<void> checkWritable(const std::filesystem::path& folder) {
+    if (access(folder.c_str(), W_OK | X_OK) == 0) return {};
+    return std::unexpected(systemError("write to " + folder.string(), errno));
+}
+
+}  // namespace
+
+Result<TakeMovie> TakeMovie::open(MovieWriters& writers, const std::filesystem::path& folder,
+                                  const VideoInputSettings& video, bool systemSound, bool microphone) {
+    if (auto writable = checkWritable(folder); !writable) return std::unexpected(writable.error());
+    TakeMovie movie;
+    movie.file_ = newMovieFile(folder);
+    auto writer = writers.makeWriter(movie.file_, kFragmentInterval);
+    if (!writer) return std::unexpected(writer.error());
+    movie.writer_ = std::move(*writer);
+
+    movie.video_ = movie.writer_->addVideoInput(video);
+    if (!movie.video_) return failure(KastoError::writerFailed);
+    movie.audio_.open(*movie.writer_, systemSound, microphone);
+    movie.adaptor_ = movie.writer_->adaptor(*movie.video_);
+    if (!movie.adaptor_ || !movie.writer_->startWriting()) {
+        if (const auto error = movie.writer_->error()) DebugLog::log("writer refused: " + error->description);
+        return failure(KastoError::writerFailed);
+    }
+    return movie;
+}
+
+std::optional<std::filesystem::path> TakeMovie::finish() {
+    video_->markAsFinished();
+    audio_.markAsFinished();
+    writer_->finishWriting();
+    if (writer_->status() != WriterStatus::completed) return std::nullopt;
+    return file_;
+}
+
+void TakeMovie::discard() {
+    writer_->cancelWriting();
+    // Nothing worth keeping is in it, and a file that cannot be deleted does no more harm than lie there.
+    std::error_code ignored;
+    std::filesystem::remove(file_, ignored);
+}
+
+}  // namespace kasto

@@ -1,0 +1,54 @@
+#pragma once
+
+#include "base/MediaClock.h"
+#include "base/Result.h"
+#include "imaging/PixelBuffer.h"
+#include "platform/MovieWriter.h"
+#include "platform/ScreenStream.h"
+#include "recording/AudioTracks.h"
+
+#include <filesystem>
+#include <memory>
+#include <optional>
+
+namespace kasto {
+
+// The movie file of one take, being written. One thread at a time; the sound tracks may meanwhile be used on
+// another.
+class TakeMovie {
+public:
+    // Opens a new file in the folder, named after the local time, and starts writing. Fails with the reason
+    // the folder cannot be written to, with the writer's own error, or with KastoError::writerFailed.
+    static Result<TakeMovie> open(MovieWriters& writers, const std::filesystem::path& folder,
+                                  const VideoInputSettings& video, bool systemSound, bool microphone);
+
+    // What is true of a writer that takes pictures at this moment.
+    bool isWriting() const { return writer_->status() == WriterStatus::writing; }
+    bool isReadyForVideo() const { return isWriting() && video_->isReadyForMoreMediaData(); }
+
+    PixelBufferPool* pixelBufferPool() { return adaptor_->pixelBufferPool(); }
+    void startSession(MediaTime time) { writer_->startSession(time); }
+    // A refused picture costs this one frame; the writer's status tells of what is worse.
+    void appendVideo(const PixelBufferRef& buffer, MediaTime time) { (void)adaptor_->append(buffer, time); }
+    AudioTracks& audio() { return audio_; }
+
+    // Ends the tracks and waits for the file. The file, if the writer completed it, else none and the file
+    // stays as it is.
+    std::optional<std::filesystem::path> finish();
+
+    // Gives the movie up and deletes its file.
+    void discard();
+
+    const std::filesystem::path& file() const { return file_; }
+
+private:
+    TakeMovie() = default;
+
+    std::filesystem::path file_;
+    std::unique_ptr<MovieWriter> writer_;
+    WriterInput* video_ = nullptr;
+    PixelBufferAdaptor* adaptor_ = nullptr;
+    AudioTracks audio_;
+};
+
+}  // namespace kasto
