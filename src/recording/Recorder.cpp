@@ -1,0 +1,190 @@
+#include "recording/Recorder.h"
+
+#include "base/DebugLog.h"
+#include "base/MediaClock.h"
+#include "base/Prefs.h"
+#include "camera/CameraSource.h"
+#include "model/CaptureModel.h"
+
+#include <algorithm>
+#include <string>
+#include <utility>
+#include <variant>
+
+namespace kasto {
+
+using namespace std::string_literals;
+
+namespace {
+
+constexpr double kFirstTickS = 0.05;
+constexpr double kTickLeewayS = 0.002;
+constexpr std::int32_t kMovieTimescale = 600;
+
+// What the model takes as the aspect of a webcam.
+double cameraAspect(const PixelBuffer& frame) {
+    return std::clamp(static_cast<double>(frame.width()) / std::max(frame.height(), 1), 0.4, 3.0);
+}
+
+const char* trueOrFalse(bool value) { return value ? "true" : "false"; }
+
+}  // namespace
+
+Recorder::Recorder(CaptureModel& model, CameraSource& camera, const Desktop& desktop)
+    : model_(model), camera_(camera), desktop_(desktop) {}
+
+Recorder::~Recorder() { stop(); }
+
+Result<void> Recorder::start() {
+    const std::scoped_lock oneAtATime(takeLock_);
+    if (stream_) return failure("a take is already being recorded");
+
+    const auto plan = planTake(desktop_);
+    if (!plan) return std::unexpected(plan.error());
+    captureDisplayID_ = plan->filter.display;
+    model_.configure(plan->areaGlobalPts, plan->stream.width, plan->stream.height);
+
+    auto stream = openStream(*plan);
+    if (!stream) return std::unexpected(stream.error());
+    const bool systemSound = plan->stream.capturesAudio;
+    const bool microphone = plan->stream.capturesMicrophone;
+    auto movie =
+        TakeMovie::open(desktop_.movieWriters, Prefs::saveDir(), plan->video, systemSound, microphone);
+    if (!movie) return std::unexpected(movie.error());
+    replaceMovie(std::move(*movie));
+    compositor_.begin(plan->video.width, plan->video.height);
+    DebugLog::log("audio: sys="s + trueOrFalse(systemSound) + " mic=" + trueOrFalse(microphone));
+
+    if (auto capturing = startCapture(std::move(*stream)); !capturing) return capturing;
+    const int fps = plan->video.expectedFrameRate;
+    timer_ = videoQueue_.startTimer(kFirstTickS, 1.0 / fps, kTickLeewayS, [this] { encodeTick(); });
+    DebugLog::log("recording " + std::to_string(plan->video.width) + "x" +
+                  std::to_string(plan->video.height) + "@" + std::to_string(fps) + " → " +
+                  movie_->file().filename().string());
+    return {};
+}
+
+Result<std::unique_ptr<ScreenStream>> Recorder::openStream(const TakePlan& plan) {
+    life_.set({});
+    auto stream = desktop_.screenCapture.makeStream(plan.filter, plan.stream, *this);
+    if (!stream) return stream;
+    const auto add = [&](bool wanted, StreamOutputType type, SerialQueue& queue) -> Result<void> {
+        if (!wanted) return {};
+        return (*stream)->addStreamOutput(*this, type, queue);
+    };
+    auto added = add(true, StreamOutputType::screen, captureQueue_);
+    if (added) added = add(plan.stream.capturesAudio, StreamOutputType::audio, audioQueue_);
+    if (added) added = add(plan.stream.capturesMicrophone, StreamOutputType::microphone, audioQueue_);
+    if (!added) return std::unexpected(added.error());
+    return stream;
+}
+
+// A take that could not start its capture left its movie behind: it has no frame.
+void Recorder::replaceMovie(TakeMovie movie) {
+    if (movie_) movie_->discard();
+    movie_ = std::move(movie);
+    sessionStarted_ = false;
+    forgetPictures();
+}
+
+Result<void> Recorder::startCapture(std::unique_ptr<ScreenStream> stream) {
+    auto capturing = stream->startCapture();
+    if (capturing) {
+        startT_ = mediaClockNow();
+        // It may have ended by itself already, when nobody was to be told yet.
+        capturing = life_.with([](Life& life) -> Result<void> {
+            if (life.endedWith) return std::unexpected(*life.endedWith);
+            life.running = true;
+            return {};
+        });
+    }
+    if (!capturing) {
+        stream.reset();
+        drainQueues();
+        return capturing;
+    }
+    stream_ = std::move(stream);
+    return {};
+}
+
+std::optional<std::filesystem::path> Recorder::stop() {
+    const std::scoped_lock oneAtATime(takeLock_);
+    life_.with([](Life& life) { life.running = false; });
+    timer_.reset();
+    if (stream_) {
+        // One that cannot be stopped in order is stopped by its destruction.
+        (void)stream_->stopCapture();
+        stream_.reset();
+    }
+    drainQueues();
+    return closeMovie();
+}
+
+// No tick and no append is under way after this, and no picture of an ended stream still to come.
+void Recorder::drainQueues() {
+    captureQueue_.drain();
+    videoQueue_.drain();
+    audioQueue_.drain();
+}
+
+std::optional<std::filesystem::path> Recorder::closeMovie() {
+    if (!movie_) return std::nullopt;
+    std::optional<std::filesystem::path> result;
+    compositor_.end();
+    if (sessionStarted_ && movie_->isWriting())
+        result = movie_->finish();
+    else
+        movie_->discard();
+    movie_.reset();
+    forgetPictures();
+    DebugLog::log("stopped → " + (result ? result->filename().string() : "(no file)"));
+    return result;
+}
+
+void Recorder::forgetPictures() { latest_.set({}); }
+
+void Recorder::streamDidOutputSampleBuffer(const SampleBuffer& buffer, StreamOutputType type) {
+    if (const auto* picture = std::get_if<ScreenFrame>(&buffer)) {
+        if (type == StreamOutputType::screen && picture->status == FrameStatus::complete && picture->pixels)
+            latest_.set({picture->pixels, picture->generation});
+    } else if (const auto* samples = std::get_if<AudioSamples>(&buffer)) {
+        // Sound never leads the picture.
+        if (sessionStarted_) movie_->audio().append(*samples, type, startT_);
+    }
+}
+
+void Recorder::streamDidStopWithError(const Error& error) {
+    DebugLog::log("stream stopped: " + error.description);
+    const bool wasRunning = life_.with([&](Life& life) {
+        life.endedWith = error;
+        return std::exchange(life.running, false);
+    });
+    if (wasRunning && onStreamStopped) onStreamStopped(error);
+}
+
+void Recorder::encodeTick() {
+    if (!life_.with([](const Life& life) { return life.running; }) || !movie_) return;
+    const double now = mediaClockNow();
+    // Stepped even if no frame comes of it: its easing follows real time.
+    FrameIngredients ingredients;
+    ingredients.snapshot = model_.step(now);
+    ingredients.screen = latest_.copy();
+    if (!ingredients.screen.pixels || !movie_->isReadyForVideo()) return;
+    PixelBufferPool* const pool = movie_->pixelBufferPool();
+    if (!pool) return;
+    if (ingredients.snapshot.camRect) {
+        ingredients.camera = camera_.latest();
+        if (ingredients.camera) model_.setCamAspect(cameraAspect(*ingredients.camera));
+    }
+    const PixelBufferRef frame = compositor_.compose(ingredients, *pool);
+    if (!frame) return;
+
+    const MediaTime pts = MediaTime::fromSeconds(now - startT_, kMovieTimescale);
+    if (!sessionStarted_) {
+        movie_->startSession(pts);
+        sessionStarted_ = true;
+    }
+    movie_->appendVideo(frame, pts);
+}
+
+}  // namespace kasto
