@@ -1,0 +1,40 @@
+#pragma once
+
+#include "platform/Displays.h"
+#include "platform/PointerInput.h"
+
+#include <optional>
+#include <utility>
+#include <vector>
+
+namespace kasto::test {
+
+// Displays as a test lists them; the first one is the main one. Set up before use from other threads.
+class FakeDisplays : public Displays {
+public:
+    std::vector<Display> displays{{1, "one", {0, 0, 640, 360}, 1, true}};
+
+    std::vector<Display> all() const override { return displays; }
+
+    std::optional<DisplayId> displayAt(Point globalPts) const override {
+        for (const auto& display : displays)
+            if (display.boundsPts.contains(globalPts)) return display.id;
+        return std::nullopt;
+    }
+
+    DisplayId mainDisplay() const override { return displays.empty() ? 0 : displays.front().id; }
+
+    void setOnChange(std::function<void()> onChange) override { onChange_ = std::move(onChange); }
+
+private:
+    std::function<void()> onChange_;
+};
+
+class FakePointer : public PointerInput {
+public:
+    std::optional<Point> at;
+
+    std::optional<Point> location() const override { return at; }
+};
+
+}  // namespace kasto::test
