@@ -84,7 +84,7 @@ void Recorder::replaceMovie(TakeMovie movie) {
     if (movie_) movie_->discard();
     movie_ = std::move(movie);
     sessionStarted_ = false;
-    forgetPictures();
+    latest_.set({});
 }
 
 Result<void> Recorder::startCapture(std::unique_ptr<ScreenStream> stream) {
@@ -136,12 +136,10 @@ std::optional<std::filesystem::path> Recorder::closeMovie() {
     else
         movie_->discard();
     movie_.reset();
-    forgetPictures();
+    latest_.set({});
     DebugLog::log("stopped → " + (result ? result->filename().string() : "(no file)"));
     return result;
 }
-
-void Recorder::forgetPictures() { latest_.set({}); }
 
 void Recorder::streamDidOutputSampleBuffer(const SampleBuffer& buffer, StreamOutputType type) {
     if (const auto* picture = std::get_if<ScreenFrame>(&buffer)) {

@@ -70,7 +70,6 @@ private:
     Result<std::unique_ptr<ScreenStream>> openStream(const TakePlan& plan);
     Result<void> startCapture(std::unique_ptr<ScreenStream> stream);
     void replaceMovie(TakeMovie movie);
-    void forgetPictures();
     void encodeTick();
     void drainQueues();
     std::optional<std::filesystem::path> closeMovie();

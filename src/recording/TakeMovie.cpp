@@ -45,7 +45,8 @@ std::filesystem::path newMovieFile(const std::filesystem::path& folder) {
 
 // Told before the writer is asked, whose refusal has one text for all causes.
 Result<void> checkWritable(const std::filesystem::path& folder) {
-    if (access(folder.c_str(), W_OK | X_OK) == 0) return {};
+    const auto asFolder = folder / "";  // the slash at the end rules out a file in its place
+    if (access(asFolder.c_str(), W_OK | X_OK) == 0) return {};
     return std::unexpected(systemError("write to " + folder.string(), errno));
 }
 

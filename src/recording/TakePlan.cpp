@@ -73,7 +73,7 @@ ContentFilter filterFor(DisplayId display, const ShareableContent& content) {
 
 std::string whole(double number) { return std::to_string(static_cast<int>(number)); }
 
-// Whole and even. The tolerance keeps a display of 1366 pixels at a scale of 1.2 from losing two of them to
+// Whole and even. The tolerance keeps a display of 768 pixels at a scale of 1.4 from losing two of them to
 // the rounding of its size in points.
 int evenPixels(double pixels) {
     constexpr double kTolerance = 1e-6;
