@@ -5,9 +5,12 @@
 #include "support/TestFolder.h"
 
 #include <atomic>
+#include <chrono>
 #include <filesystem>
 #include <memory>
 #include <optional>
+#include <thread>
+#include <utility>
 #include <vector>
 
 namespace kasto::test {
@@ -57,7 +60,8 @@ public:
     std::atomic<bool> ready = true;
     std::atomic<bool> audioReady = true;
     std::atomic<bool> takesSamples = true;
-    std::atomic<int> askedWhetherReady = 0;
+    std::atomic<int> msPerSound = 0;  // how long an append of sound takes
+    std::atomic<int> askedForStatus = 0;
     Guarded<std::optional<Error>> error;
 
     std::vector<std::shared_ptr<WrittenMovie>> movies;
@@ -76,10 +80,7 @@ private:
     struct Video : WriterInput, PixelBufferAdaptor {
         Video(FakeMovieWriters& ownerWriters, WrittenMovie& to) : owner(ownerWriters), movie(to) {}
 
-        bool isReadyForMoreMediaData() const override {
-            ++owner.askedWhetherReady;
-            return owner.ready;
-        }
+        bool isReadyForMoreMediaData() const override { return owner.ready; }
         void markAsFinished() override { ++movie.tracksFinished; }
         PixelBufferPool* pixelBufferPool() override { return owner.hasPool ? pool.get() : nullptr; }
         bool append(const PixelBufferRef& buffer, MediaTime time) override {
@@ -102,6 +103,7 @@ private:
         bool append(const AudioSamples& samples, MediaTime time) override {
             if (movie.tracksFinished > 0) movie.usedAfterEnd = true;
             if (!owner.takesSamples) return false;
+            std::this_thread::sleep_for(std::chrono::milliseconds(owner.msPerSound));
             movie.sounds[track].with([&](auto& sounds) { sounds.push_back({samples, time}); });
             return true;
         }
@@ -146,7 +148,10 @@ private:
             movie->status = owner.completes ? WriterStatus::completed : WriterStatus::failed;
         }
         void cancelWriting() override { movie->status = WriterStatus::cancelled; }
-        WriterStatus status() const override { return movie->status; }
+        WriterStatus status() const override {
+            ++owner.askedForStatus;
+            return movie->status;
+        }
         std::optional<Error> error() const override { return owner.error.copy(); }
 
         FakeMovieWriters& owner;
