@@ -8,7 +8,7 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <regex>
+#include <string>
 #include <thread>
 
 namespace kasto {
@@ -32,7 +32,10 @@ TEST_F(RecorderTest, RunsATakeAndTellsItsSteps) {
     const auto movie = recorder->stop();
     ASSERT_TRUE(movie);
     const std::string name = movie->filename();
-    EXPECT_TRUE(std::regex_match(name, std::regex(R"(kasto-\d{8}-\d{6}\.mov)"))) << name;
+    std::string shape = name;
+    std::ranges::replace_if(
+        shape, [](char c) { return c >= '0' && c <= '9'; }, '0');
+    EXPECT_EQ(shape, "kasto-00000000-000000.mov");
     EXPECT_EQ(movie->parent_path(), Prefs::saveDir());
     EXPECT_TRUE(std::filesystem::exists(*movie));
     EXPECT_EQ(log.all(), (std::vector<std::string>{
