@@ -1,0 +1,101 @@
+#pragma once
+
+#include "base/SerialQueue.h"
+#include "camera/CameraSource.h"
+#include "model/CaptureModel.h"
+#include "platform/Desktop.h"
+#include "recording/Recorder.h"
+#include "shell/MainQueue.h"
+
+#include <QMessageBox>
+#include <QObject>
+#include <QPointer>
+#include <chrono>
+#include <filesystem>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace kasto {
+
+// The one controller: every trigger starts or stops a take through it.
+//
+// Main thread only. What has to wait for the recorder runs on a worker of its own and goes on here when that
+// is done; `isRecording` and the private busy mark keep such tasks from overlapping. A request that does not
+// fit the phase is ignored.
+class AppDelegate final : public QObject {
+    Q_OBJECT
+
+public:
+    // The desktop's services outlive the controller.
+    explicit AppDelegate(const Desktop& desktop);
+
+    // Finishes a take that still runs, without its move or reveal, and waits for it.
+    ~AppDelegate() override;
+
+    // Once, when the event loop is about to run.
+    void applicationDidFinishLaunching();
+
+    // Ends the program: at once when idle, else after the take that is being started, recorded or finished
+    // is safely in its file. `readyToTerminate` tells when.
+    void terminate();
+
+    // Runs the command word of each URL, in order: its host, else its path without slashes at its ends.
+    void openUrls(const std::vector<std::string>& urls);
+
+    // Starts a take when idle. Without the right to record the screen, asks for that instead.
+    void startRecording();
+
+    // Stops the take that runs, else starts one.
+    void toggleRecording();
+
+    // Stops the take that runs, if one does.
+    void stopFromCommand();
+
+    // Ends the take that runs and finishes its file, then calls `done`. Does nothing (and calls nothing)
+    // when none runs. `reveal` shows the file to the user in the end.
+    void finishStop(bool reveal, std::function<void()> done = {});
+
+    bool isRecording() const { return isRecording_; }
+
+    // When the newest take started.
+    std::chrono::system_clock::time_point startDate() const { return startDate_; }
+
+signals:
+    void readyToTerminate();
+
+private:
+    // TakeControl.cpp
+    void takeStarted(const Result<void>& started);
+    void takeFailed(const Error& error);
+    void streamStopped();
+    void becomeIdle();
+
+    // FinishTake.cpp
+    void takeFinished(const std::optional<std::filesystem::path>& file, bool reveal);
+
+    // Alert.cpp
+    void showAlert(const std::string& message, const std::string& informativeText);
+
+    // UrlCommands.cpp
+    void runCommand(const std::string& word);
+
+    const Desktop desktop_;
+    // Outlived by nothing that posts to it: the worker and the recorder end first.
+    const std::shared_ptr<MainQueue> mainQueue_ = std::make_shared<MainQueue>();
+    CaptureModel model_;
+    CameraSource camera_;
+    Recorder recorder_{model_, camera_, desktop_};
+    SerialQueue worker_{"app.tolvane.kasto.take", QueuePriority::userInteractive};
+
+    std::chrono::system_clock::time_point startDate_ = std::chrono::system_clock::now();
+    bool isRecording_ = false;
+    bool isBusy_ = false;       // a start or a finish is in progress
+    bool streamEnded_ = false;  // the stream of the take being started is gone already
+    bool quitsWhenIdle_ = false;
+    QPointer<QMessageBox> alert_;
+};
+
+}  // namespace kasto

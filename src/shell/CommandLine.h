@@ -1,0 +1,34 @@
+#pragma once
+
+#include "base/Result.h"
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace kasto {
+
+inline constexpr std::string_view kUsage =
+    "usage: kasto [--help] [--version] [URL…]\n"
+    "\n"
+    "Records the screen. Without a URL, starts and waits for one; with URLs, hands them to the kasto\n"
+    "that is running, or runs them itself if none is.\n"
+    "\n"
+    "  kasto:record   start a take\n"
+    "  kasto:stop     stop it\n"
+    "  kasto:toggle   start a take, or stop the one that runs\n";
+
+// What a start of the program was asked for.
+struct CommandLine {
+    enum class Task { run, showHelp, showVersion };
+
+    Task task = Task::run;
+    std::vector<std::string> urls;
+
+    bool operator==(const CommandLine&) const = default;
+};
+
+// Reads the arguments, without the program's name. Fails on anything but an option or a kasto URL.
+Result<CommandLine> parseCommandLine(const std::vector<std::string>& arguments);
+
+}  // namespace kasto

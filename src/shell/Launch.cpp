@@ -1,0 +1,43 @@
+#include "base/DebugLog.h"
+#include "platform/ScreenAccess.h"
+#include "shell/AppDelegate.h"
+
+#include <QCoreApplication>
+
+namespace kasto {
+
+namespace {
+
+const char* trueOrFalse(bool value) { return value ? "true" : "false"; }
+
+}  // namespace
+
+AppDelegate::AppDelegate(const Desktop& desktop) : desktop_(desktop) {}
+
+AppDelegate::~AppDelegate() {
+    mainQueue_->close();
+    delete alert_;
+}
+
+void AppDelegate::applicationDidFinishLaunching() {
+    recorder_.onStreamStopped = [this, queue = std::weak_ptr(mainQueue_)](const std::optional<Error>&) {
+        if (const auto main = queue.lock()) main->async([this] { streamStopped(); });
+    };
+    if (!desktop_.screenAccess.preflight()) desktop_.screenAccess.request();
+    DebugLog::trimIfHuge();
+    const auto version = QCoreApplication::applicationVersion().toStdString();
+    DebugLog::log("launched " + (version.empty() ? "?" : version) +
+                  ", screenAccess=" + trueOrFalse(desktop_.screenAccess.preflight()) +
+                  " ax=" + trueOrFalse(desktop_.screenAccess.accessibilityTrusted()));
+}
+
+void AppDelegate::terminate() {
+    quitsWhenIdle_ = true;
+    if (isRecording_) {
+        finishStop(false);
+    } else if (!isBusy_) {
+        emit readyToTerminate();
+    }
+}
+
+}  // namespace kasto
