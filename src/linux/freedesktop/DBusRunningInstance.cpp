@@ -1,0 +1,100 @@
+#include "linux/freedesktop/DBusRunningInstance.h"
+
+#include "base/AppIdentity.h"
+
+#include <QDBusAbstractAdaptor>
+#include <QDBusConnection>
+#include <QDBusConnectionInterface>
+#include <QDBusMessage>
+#include <QDBusReply>
+#include <QObject>
+#include <QVariantList>
+#include <QVariantMap>
+#include <utility>
+
+namespace kasto {
+
+namespace {
+
+const QString kName = QString::fromUtf8(kBundleIdentifier.data(), kBundleIdentifier.size());
+const QString kObjectPath = "/" + QString(kName).replace('.', '/');
+const QString kInterface = "org.freedesktop.Application";
+
+Error busError(const QDBusError& error) {
+    const auto text = error.message().toStdString();
+    return {"session bus: " + (text.empty() ? "not there" : text)};
+}
+
+// The interface's operations, as the desktop calls them.
+class ApplicationAdaptor final : public QDBusAbstractAdaptor {
+    Q_OBJECT
+    Q_CLASSINFO("D-Bus Interface", "org.freedesktop.Application")
+
+public:
+    explicit ApplicationAdaptor(QObject* parent) : QDBusAbstractAdaptor(parent) {}
+
+    std::function<void(const std::vector<std::string>&)> onOpenUrls;
+
+public slots:
+    // There is no window to bring to the front.
+    void Activate(const QVariantMap&) {}
+
+    void Open(const QStringList& uris, const QVariantMap&) {
+        std::vector<std::string> urls;
+        for (const auto& uri : uris) urls.push_back(uri.toStdString());
+        if (onOpenUrls) onOpenUrls(urls);
+    }
+
+    void ActivateAction(const QString& action, const QVariantList&, const QVariantMap&) {
+        if (onOpenUrls) onOpenUrls({"kasto:" + action.toStdString()});
+    }
+};
+
+}  // namespace
+
+class DBusRunningInstance::Bus {
+public:
+    QObject object;
+    ApplicationAdaptor adaptor{&object};
+    QDBusConnection connection = QDBusConnection::connectToBus(QDBusConnection::SessionBus, kName);
+
+    ~Bus() { QDBusConnection::disconnectFromBus(kName); }
+};
+
+DBusRunningInstance::DBusRunningInstance() : bus_(std::make_unique<Bus>()) {}
+
+DBusRunningInstance::~DBusRunningInstance() = default;
+
+Result<bool> DBusRunningInstance::claim() {
+    auto& connection = bus_->connection;
+    if (!connection.isConnected()) return std::unexpected(busError(connection.lastError()));
+    // The object is there before the name: whoever finds the name finds somebody who answers.
+    if (!connection.registerObject(kObjectPath, &bus_->object)) return std::unexpected(busError({}));
+    const auto reply = connection.interface()->registerService(
+        kName, QDBusConnectionInterface::DontQueueService, QDBusConnectionInterface::DontAllowReplacement);
+    if (!reply.isValid()) return std::unexpected(busError(reply.error()));
+    return reply.value() == QDBusConnectionInterface::ServiceRegistered;
+}
+
+Result<void> DBusRunningInstance::forward(const std::vector<std::string>& urls) {
+    auto call =
+        QDBusMessage::createMethodCall(kName, kObjectPath, kInterface, urls.empty() ? "Activate" : "Open");
+    if (!urls.empty()) {
+        QStringList uris;
+        for (const auto& url : urls) uris.append(QString::fromStdString(url));
+        call << uris;
+    }
+    call << QVariantMap();
+    const auto reply = bus_->connection.call(call);
+    if (reply.type() == QDBusMessage::ErrorMessage)
+        return failure("session bus: " + reply.errorMessage().toStdString());
+    return {};
+}
+
+void DBusRunningInstance::setOnOpenUrls(std::function<void(const std::vector<std::string>&)> onOpenUrls) {
+    bus_->adaptor.onOpenUrls = std::move(onOpenUrls);
+}
+
+}  // namespace kasto
+
+#include "DBusRunningInstance.moc"

@@ -1,0 +1,71 @@
+#include "linux/freedesktop/QuitSignals.h"
+
+#include <sys/eventfd.h>
+#include <unistd.h>
+
+#include <QSocketNotifier>
+#include <array>
+#include <atomic>
+#include <cerrno>
+#include <csignal>
+#include <utility>
+
+namespace kasto {
+
+namespace {
+
+constexpr std::array kSignals{SIGINT, SIGTERM, SIGHUP};
+
+// A handler may do little more than write to a descriptor, and finds it only here.
+std::atomic<int> wakeFd = -1;
+static_assert(std::atomic<int>::is_always_lock_free);
+
+void wakeUp(int) {
+    const int errorBefore = errno;
+    const std::uint64_t one = 1;
+    // Fails only when the counter is full, and then the loop is awake already.
+    [[maybe_unused]] const auto written = write(wakeFd.load(), &one, sizeof one);
+    errno = errorBefore;
+}
+
+}  // namespace
+
+class QuitSignals::Wake {
+public:
+    Wake(int fd, std::function<void()> onQuit)
+        : fd_(fd), notifier_(fd, QSocketNotifier::Read), onQuit_(std::move(onQuit)) {
+        QObject::connect(&notifier_, &QSocketNotifier::activated, &notifier_, [this] {
+            std::uint64_t count = 0;
+            if (read(fd_, &count, sizeof count) == sizeof count) onQuit_();
+        });
+        wakeFd = fd;
+        struct sigaction action = {};
+        action.sa_handler = wakeUp;
+        action.sa_flags = SA_RESTART;
+        for (std::size_t i = 0; i < kSignals.size(); ++i) sigaction(kSignals[i], &action, &former_[i]);
+    }
+
+    ~Wake() {
+        for (std::size_t i = 0; i < kSignals.size(); ++i) sigaction(kSignals[i], &former_[i], nullptr);
+        wakeFd = -1;
+        close(fd_);
+    }
+
+private:
+    const int fd_;
+    QSocketNotifier notifier_;
+    std::function<void()> onQuit_;
+    std::array<struct sigaction, kSignals.size()> former_{};
+};
+
+QuitSignals::QuitSignals(std::unique_ptr<Wake> wake) : wake_(std::move(wake)) {}
+
+QuitSignals::~QuitSignals() = default;
+
+Result<std::unique_ptr<QuitSignals>> QuitSignals::install(std::function<void()> onQuit) {
+    const int fd = eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
+    if (fd < 0) return std::unexpected(systemError("eventfd", errno));
+    return std::unique_ptr<QuitSignals>(new QuitSignals(std::make_unique<Wake>(fd, std::move(onQuit))));
+}
+
+}  // namespace kasto
