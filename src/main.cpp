@@ -1,0 +1,115 @@
+// Picks what serves the program on this desktop, builds the controller and runs the loop.
+
+#include "base/DebugLog.h"
+#include "base/HomeFolders.h"
+#include "linux/ffmpeg/FfmpegMovieWriters.h"
+#include "linux/freedesktop/DBusRunningInstance.h"
+#include "linux/freedesktop/QuitSignals.h"
+#include "linux/x11/X11Displays.h"
+#include "linux/x11/X11Pointer.h"
+#include "linux/x11/X11ScreenAccess.h"
+#include "linux/x11/X11ScreenCapture.h"
+#include "platform/OwnWindows.h"
+#include "shell/AppDelegate.h"
+#include "shell/CommandLine.h"
+
+#include <QApplication>
+#include <QTimer>
+#include <cstdio>
+#include <filesystem>
+#include <string>
+
+namespace {
+
+using namespace kasto;
+
+constexpr int kFailed = 1;
+constexpr int kMisused = 2;
+
+int complain(const Error& error, int status) {
+    std::fprintf(stderr, "kasto: %s\n", error.description.c_str());
+    return status;
+}
+
+void makeLogFolder() {
+    // Without the folder the log goes to the system log alone.
+    std::error_code ignored;
+    std::filesystem::create_directories(DebugLog::fileLocation().parent_path(), ignored);
+}
+
+int runApplication(const Desktop& desktop, const std::vector<std::string>& urls) {
+    AppDelegate delegate(desktop);
+    desktop.runningInstance.setOnOpenUrls(
+        [&](const std::vector<std::string>& opened) { delegate.openUrls(opened); });
+    QObject::connect(&delegate, &AppDelegate::readyToTerminate, qApp, &QCoreApplication::quit);
+    const auto quitSignals = QuitSignals::install([&] { delegate.terminate(); });
+    if (!quitSignals) return complain(quitSignals.error(), kFailed);
+
+    QTimer::singleShot(0, &delegate, [&] {
+        delegate.applicationDidFinishLaunching();
+        delegate.openUrls(urls);
+    });
+    const int status = QApplication::exec();
+    desktop.runningInstance.setOnOpenUrls({});
+    return status;
+}
+
+// Becomes the running kasto, or hands the URLs to the one that is.
+int claimAndRun(const Desktop& desktop, const std::vector<std::string>& urls) {
+    const auto claimed = desktop.runningInstance.claim();
+    if (claimed && !*claimed) {
+        const auto forwarded = desktop.runningInstance.forward(urls);
+        return forwarded ? 0 : complain(forwarded.error(), kFailed);
+    }
+    makeLogFolder();
+    if (!claimed) DebugLog::log("runs alone: " + claimed.error().description);
+    return runApplication(desktop, urls);
+}
+
+int runOnX11(int& argc, char** argv, const CommandLine& line) {
+    // Qt ends the process by itself where it finds no display, so the connection is tried first.
+    const auto displays = X11Displays::open("");
+    if (!displays) return complain(displays.error(), kFailed);
+    const auto pointer = X11Pointer::open("", **displays);
+    if (!pointer) return complain(pointer.error(), kFailed);
+
+    // The windows must be the X server's that is recorded, to be known there as the program's own.
+    if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM")) qputenv("QT_QPA_PLATFORM", "xcb");
+    QApplication application(argc, argv);
+    QApplication::setApplicationName("kasto");
+    QApplication::setApplicationVersion(KASTO_VERSION);
+    QApplication::setDesktopFileName("app.tolvane.kasto");
+    QApplication::setQuitOnLastWindowClosed(false);
+
+    OwnWindows ownWindows;
+    X11ScreenAccess screenAccess;
+    X11ScreenCapture screenCapture("", **displays, ownWindows);
+    FfmpegMovieWriters movieWriters;
+    DBusRunningInstance runningInstance;
+    return claimAndRun({.displays = **displays,
+                        .pointer = **pointer,
+                        .screenAccess = screenAccess,
+                        .screenCapture = screenCapture,
+                        .movieWriters = movieWriters,
+                        .ownWindows = ownWindows,
+                        .runningInstance = runningInstance},
+                       line.urls);
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    const auto line = parseCommandLine({argv + 1, argv + argc});
+    if (!line) return complain(line.error(), kMisused);
+    if (line->task == CommandLine::Task::showHelp) {
+        std::fputs(std::string(kUsage).c_str(), stdout);
+        return 0;
+    }
+    if (line->task == CommandLine::Task::showVersion) {
+        std::puts("kasto " KASTO_VERSION);
+        return 0;
+    }
+    const int status = runOnX11(argc, argv, *line);
+    DebugLog::flush();
+    return status;
+}
