@@ -82,6 +82,7 @@ Region HiddenWindows::paintedAt(const OwnPlace& place) const {
 }
 
 void HiddenWindows::noteEvent(const xcb_generic_event_t& event) {
+    if (!isRedirected_) return;  // the tree is read as a whole when a window is registered
     const int type = event.response_type & 0x7f;
     if (type == damageEvent_ + XCB_DAMAGE_NOTIFY) {
         contents_.noteEvent(reinterpret_cast<const xcb_damage_notify_event_t&>(event));

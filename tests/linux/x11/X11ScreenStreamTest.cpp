@@ -135,10 +135,12 @@ TEST_F(X11ScreenStreamTest, CatchesUpAfterEveryPictureWasHeld) {
     auto wanted = configuration();
     wanted.queueDepth = 4;
     ASSERT_TRUE(start(wanted).has_value());
-    for (int i = 0; i < 40; ++i) {
-        client.fill(window, {i * 10, i * 10, 25, 25}, 0xffaa00u + static_cast<unsigned>(i));
+    const auto draw = [&](int i) {
+        client.fill(window, {i * 10 % 600, i * 10 % 440, 25, 25}, 0xffaa00u + static_cast<unsigned>(i));
         std::this_thread::sleep_for(std::chrono::milliseconds(6));
-    }
+    };
+    for (int i = 0; i < 500 && receiver.count() < 4; ++i) draw(i);
+    for (int i = 0; i < 10; ++i) draw(i);
     {
         const std::scoped_lock locked(mutex);
         EXPECT_EQ(held.size(), 4u);
