@@ -6,25 +6,30 @@
 #include <xcb/shm.h>
 
 #include <optional>
-#include <span>
 #include <vector>
 
 namespace kasto::x11 {
 
-// Reads rectangles of a window or pixmap into a picture, all requests under way at a time. One thread.
+enum class ReadWay {
+    best,    // the server copies straight into the pictures where it can
+    images,  // only what every server with shared memory can
+};
+
+// Reads parts of a window or pixmap into a picture, all requests under way at a time. One thread.
 class ImageReader {
 public:
-    explicit ImageReader(const Connection& connection) : connection_(connection) {}
+    ImageReader(const Connection& connection, ReadWay way);
 
-    // Asks for rectangles (in pixels of the picture) of a drawable that holds the picture at (dx, dy). The
-    // pixels in them are undefined until `finish`. Blocks only if they do not fit the scratch memory
-    // together.
-    Result<void> request(std::uint32_t drawable, int dx, int dy, std::span<const PixelRect> rects,
-                         const PictureSet& pictures, Picture& into);
+    // Asks for a part (in pixels of the picture) of a drawable that holds the picture at (dx, dy). May read
+    // more where that is cheaper; all that is read, and undefined until `finish`. Blocks only if it does not
+    // fit the scratch memory at once.
+    Result<Region> request(std::uint32_t drawable, int dx, int dy, const Region& part,
+                           const PictureSet& pictures, Picture& into);
 
-    // The same for the pixels of `part` only; where it overlaps an earlier request, it wins.
-    Result<void> requestPart(std::uint32_t drawable, const Region& part, const PictureSet& pictures,
-                             Picture& into);
+    // The same for exactly this part of a pixmap of the picture's size; where it overlaps an earlier request,
+    // it wins.
+    Result<void> requestExactly(std::uint32_t pixmap, const Region& part, const PictureSet& pictures,
+                                Picture& into);
 
     // Waits for all that was asked for; what the server refused to read, in pixels of the picture.
     Region finish();
@@ -38,13 +43,17 @@ private:
         Picture* into;
         std::size_t strideBytes;
     };
+    enum class Place { inPlace, viaScratch };
 
-    enum class Way { inPlace, viaScratch };
-    Result<void> ask(std::uint32_t drawable, int dx, int dy, const PixelRect& rect, Way way,
+    void copyInServer(std::uint32_t drawable, int dx, int dy, const Region& part, const PictureSet& pictures,
+                      Picture& into);
+    Result<void> ask(std::uint32_t drawable, int dx, int dy, const PixelRect& rect, Place place,
                      const Region& part, const PictureSet& pictures, Picture& into);
     static void copyFromScratch(const Pending& read);
 
     const Connection& connection_;
+    ServerObject<xcb_free_gc> copyGc_;  // none: the server has no pixmaps in shared memory
+    Region copied_;                     // by the server, under way
     std::optional<SharedMemory> scratch_;
     std::size_t scratchUsed_ = 0;
     std::vector<Pending> pending_;

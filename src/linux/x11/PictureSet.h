@@ -14,6 +14,7 @@ namespace kasto::x11 {
 struct Picture {
     explicit Picture(SharedMemory shared) : memory(std::move(shared)) {}
     SharedMemory memory;
+    std::uint32_t pixmap = 0;  // the same memory as a pixmap, once it is one; ends with the connection
     std::atomic<bool> isLent = false;
     Region stale;  // what differs from the newest picture
 };

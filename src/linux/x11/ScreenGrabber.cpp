@@ -2,7 +2,6 @@
 
 #include "base/MediaClock.h"
 #include "linux/x11/Monitors.h"
-#include "linux/x11/ReadPlan.h"
 
 #include <algorithm>
 
@@ -20,7 +19,7 @@ ScreenGrabber::ScreenGrabber(const GrabSettings& settings, Connection connection
     : settings_(settings),
       connection_(std::move(connection)),
       pictures_(connection_, settings.capturePx.width, settings.capturePx.height, settings.pictureLimit),
-      reader_(connection_),
+      reader_(connection_, settings.readWay),
       dirty_(pictures_.area()) {}
 
 Result<void> ScreenGrabber::begin() {
@@ -127,40 +126,38 @@ Result<std::optional<GrabbedPicture>> ScreenGrabber::take(Picture& target) {
         wanted.unite(hidden_->takeExposed()).intersect(pictures_.area()).subtract(hidden_->hidden());
         beneath = hidden_->takeBeneath();
     }
-    const auto reads = planReads(wanted, pictures_.area());
     const Region cursorArea = cursor_ ? cursor_->changedArea() : Region();
-    if (reads.empty() && beneath.isEmpty() && cursorArea.isEmpty()) return std::nullopt;
+    if (wanted.isEmpty() && beneath.isEmpty() && cursorArea.isEmpty()) return std::nullopt;
 
-    const Region whole(reads);
-    if (auto done = read(reads, beneath, target); !done) return std::unexpected(done.error());
+    const auto whole = read(wanted, beneath, target);
+    if (!whole) return std::unexpected(whole.error());
     const auto settled = settle(beneath, target);
     if (!settled) return std::unexpected(settled.error());
-    if (!*settled || !refused_.isEmpty()) return giveUp(whole, beneath, target);
+    if (!*settled || !refused_.isEmpty()) return giveUp(*whole, beneath, target);
 
     // Also what was read beyond the damage may have changed meanwhile.
-    const Region changed = united(united(whole, beneath), cursorArea);
+    const Region changed = united(united(*whole, beneath), cursorArea);
     if (cursor_) cursor_->paint(pictures_, target);
     return GrabbedPicture{pictures_.publish(target, changed), changed.rects(), timeS};
 }
 
-Result<void> ScreenGrabber::read(const std::vector<PixelRect>& reads, const Region& beneath,
-                                 Picture& target) {
+Result<Region> ScreenGrabber::read(const Region& wanted, const Region& beneath, Picture& target) {
     const auto& capture = settings_.capturePx;
-    const Region whole(reads);
-    if (auto asked = reader_.request(connection_.root(), capture.x, capture.y, reads, pictures_, target);
-        !asked)
-        return asked;
+    auto whole = reader_.request(connection_.root(), capture.x, capture.y, wanted, pictures_, target);
+    if (!whole) return whole;
     if (!beneath.isEmpty()) {
         const auto pixmap = hidden_->compose(beneath);
-        if (auto asked = reader_.requestPart(pixmap, beneath, pictures_, target); !asked) return asked;
+        if (auto asked = reader_.requestExactly(pixmap, beneath, pictures_, target); !asked)
+            return std::unexpected(asked.error());
     }
     // While the server reads: all that is not read comes from the newest picture, without its cursor.
-    pictures_.copyNewest(united(target.stale, Region(patch().box)).subtract(whole), patch(), target);
+    pictures_.copyNewest(united(target.stale, Region(patch().box)).subtract(*whole).subtract(beneath),
+                         patch(), target);
     refused_ = reader_.finish();
-    // Reads are larger than what was asked for and may hold windows that are to be hidden.
+    // Reads may be larger than what was asked for and show windows that are to be hidden.
     if (hidden_)
-        pictures_.copyNewest(intersected(whole, hidden_->hidden()).subtract(beneath), patch(), target);
-    return {};
+        pictures_.copyNewest(intersected(*whole, hidden_->hidden()).subtract(beneath), patch(), target);
+    return whole;
 }
 
 // A window that appeared or moved before the server read the pixels is in them, but then its event has come
@@ -174,7 +171,7 @@ Result<bool> ScreenGrabber::settle(Region& beneath, Picture& target) {
         const auto again = hidden_->takeBeneath();
         if (again.isEmpty()) continue;
         const auto pixmap = hidden_->compose(again);
-        if (auto asked = reader_.requestPart(pixmap, again, pictures_, target); !asked)
+        if (auto asked = reader_.requestExactly(pixmap, again, pictures_, target); !asked)
             return std::unexpected(asked.error());
         refused_.unite(reader_.finish());
         beneath.unite(again);

@@ -23,6 +23,7 @@ struct GrabSettings {
     PixelRect capturePx;  // the part of it to show, in the root window
     int pictureLimit = 8;
     bool showsCursor = true;
+    ReadWay readWay = ReadWay::best;
     const OwnWindows* hiddenWindows = nullptr;  // kept out of the pictures; none shows all windows
 };
 
@@ -50,7 +51,7 @@ private:
     Result<void> checkDisplay() const;
     Region takeDamage();
     Result<std::optional<GrabbedPicture>> take(Picture& target);
-    Result<void> read(const std::vector<PixelRect>& reads, const Region& beneath, Picture& target);
+    Result<Region> read(const Region& wanted, const Region& beneath, Picture& target);
     Result<bool> settle(Region& beneath, Picture& target);
     std::optional<GrabbedPicture> giveUp(const Region& read, const Region& beneath, Picture& target);
     const Patch& patch() const;

@@ -5,6 +5,7 @@
 #include "linux/x11/X11Displays.h"
 #include "linux/x11/X11ScreenAccess.h"
 #include "linux/x11/X11ScreenCapture.h"
+#include "linux/x11/X11ScreenStream.h"
 #include "platform/OwnWindows.h"
 #include "support/PrivateXServer.h"
 
@@ -65,28 +66,6 @@ protected:
     StreamReceiver receiver;
     std::unique_ptr<ScreenStream> stream;
 };
-
-TEST_F(X11ScreenStreamTest, FollowsRandomDrawingPixelForPixel) {
-    client.setRootColor(0x204060);
-    const auto window = client.makeWindow({40, 30, 500, 400}, WindowKind::overrideRedirect, 0x808080);
-    client.show(window);
-    ASSERT_TRUE(start(configuration()).has_value());
-    ASSERT_TRUE(receiver.waitForPicture(client.screen(kScreen)));
-
-    std::mt19937 random(7);
-    const auto below = [&](int limit) { return static_cast<int>(random() % static_cast<unsigned>(limit)); };
-    for (int i = 0; i < 300; ++i) {
-        if (i % 10 == 0) client.move(window, below(200) - 60, below(160) - 40);
-        for (int j = below(6); j >= 0; --j)
-            client.fill(window, {below(500), below(400), 1 + below(i % 3 == 0 ? 500 : 40), 1 + below(90)},
-                        random() & 0xffffff);
-        if (i % 15 != 0) continue;
-        ASSERT_TRUE(receiver.waitForPicture(client.screen(kScreen))) << i;
-    }
-    ASSERT_TRUE(receiver.waitForPicture(client.screen(kScreen)));
-    EXPECT_EQ(receiver.falseReports(), 0u);
-    EXPECT_GT(receiver.count(), 20u);
-}
 
 TEST_F(X11ScreenStreamTest, SmallChangesAreReportedSmallAndNothingIsSentWhenIdle) {
     const auto window = client.makeWindow(kScreen, WindowKind::overrideRedirect, 0x336699);
@@ -173,6 +152,42 @@ Pixels withCursor(const XClient& client, Pixels screen) {
     }
     return screen;
 }
+
+class ReadWayTest : public X11ScreenStreamTest, public testing::WithParamInterface<x11::ReadWay> {};
+
+TEST_P(ReadWayTest, FollowsRandomDrawingPixelForPixel) {
+    client.setRootColor(0x204060);
+    const auto window = client.makeWindow({40, 30, 500, 400}, WindowKind::overrideRedirect, 0x808080);
+    client.show(window);
+    const x11::GrabSettings settings{.serverName = server.display(),
+                                     .display = displays->mainDisplay(),
+                                     .displayPx = kScreen,
+                                     .capturePx = kScreen,
+                                     .readWay = GetParam()};
+    stream = std::make_unique<X11ScreenStream>(settings, 1.0 / 200, receiver);
+    ASSERT_TRUE(stream->addStreamOutput(receiver, StreamOutputType::screen, receiver.queue).has_value());
+    ASSERT_TRUE(stream->startCapture().has_value());
+    ASSERT_TRUE(receiver.waitForPicture(withCursor(client, client.screen(kScreen))));
+
+    std::mt19937 random(7);
+    const auto below = [&](int limit) { return static_cast<int>(random() % static_cast<unsigned>(limit)); };
+    for (int i = 0; i < 300; ++i) {
+        if (i % 10 == 0) client.move(window, below(200) - 60, below(160) - 40);
+        for (int j = below(6); j >= 0; --j)
+            client.fill(window, {below(500), below(400), 1 + below(i % 3 == 0 ? 500 : 40), 1 + below(90)},
+                        random() & 0xffffff);
+        if (i % 15 != 0) continue;
+        ASSERT_TRUE(receiver.waitForPicture(withCursor(client, client.screen(kScreen)))) << i;
+    }
+    ASSERT_TRUE(receiver.waitForPicture(withCursor(client, client.screen(kScreen))));
+    EXPECT_EQ(receiver.falseReports(), 0u);
+    EXPECT_GT(receiver.count(), 20u);
+}
+
+INSTANTIATE_TEST_SUITE_P(Ways, ReadWayTest, testing::Values(x11::ReadWay::best, x11::ReadWay::images),
+                         [](const auto& info) {
+                             return info.param == x11::ReadWay::best ? "Best" : "Images";
+                         });
 
 TEST_F(X11ScreenStreamTest, TheCursorFollowsThePointerAndLeavesNoTrace) {
     const auto window = client.makeWindow(kScreen, WindowKind::overrideRedirect, 0x775533);

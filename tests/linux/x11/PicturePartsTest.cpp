@@ -1,0 +1,73 @@
+#include "XClient.h"
+#include "linux/x11/Connection.h"
+#include "linux/x11/PictureSet.h"
+#include "linux/x11/ReadPlan.h"
+#include "linux/x11/SharedMemory.h"
+#include "support/PrivateXServer.h"
+
+#include <gtest/gtest.h>
+#include <xcb/shm.h>
+
+namespace kasto::x11 {
+namespace {
+
+TEST(ReadPlanTest, ReadsAllThatIsNeededAndLittleElse) {
+    const PixelRect area{0, 0, 1000, 1000};
+    std::vector<PixelRect> dots;
+    std::vector<PixelRect> manyDots;
+    for (int i = 0; i < 20; ++i) dots.push_back({100 + i % 5 * 12, 300 + i / 5 * 12, 4, 4});
+    for (int i = 0; i < 300; ++i) manyDots.push_back({i * 3, i * 2, 1, 1});
+    const struct {
+        const char* name;
+        std::vector<PixelRect> needed;
+        std::vector<PixelRect> planned;
+    } rows[] = {
+        {"nothing", {}, {}},
+        {"one", {{10, 10, 5, 5}}, {{10, 10, 5, 5}}},
+        {"a cluster becomes its box", dots, {{100, 300, 52, 40}}},
+        {"far apart stay apart", {{0, 0, 50, 50}, {900, 900, 50, 50}}, {{0, 0, 50, 50}, {900, 900, 50, 50}}},
+        {"an outline is not filled",
+         {{100, 100, 600, 4}, {100, 696, 600, 4}},
+         {{100, 100, 600, 4}, {100, 696, 600, 4}}},
+        {"most of it becomes all of it", {{0, 0, 1000, 650}}, {area}},
+        {"too many become their box", manyDots, {{0, 0, 898, 599}}},
+    };
+    for (const auto& row : rows) {
+        const Region needed(row.needed);
+        const auto plan = planReads(needed, area);
+        EXPECT_EQ(plan, row.planned) << row.name;
+        EXPECT_TRUE(subtracted(needed, Region(plan)).isEmpty()) << row.name;
+    }
+}
+
+class SharedMemoryTest : public testing::TestWithParam<SharingWay> {};
+
+TEST_P(SharedMemoryTest, TheServerWritesAndTheMemoryOutlivesIt) {
+    test::PrivateXServer server(64, 64);
+    test::XClient client(server.display());
+    client.setRootColor(0x123456);
+    std::optional<SharedMemory> memory;
+    {
+        const auto connection = Connection::open(server.display());
+        ASSERT_TRUE(connection.has_value());
+        auto made = SharedMemory::make(*connection, 64 * 64 * 4, GetParam());
+        ASSERT_TRUE(made.has_value()) << made.error().description;
+        memory.emplace(std::move(*made));
+        const auto asked = xcb_shm_get_image(connection->raw(), connection->root(), 0, 0, 64, 64, ~0u,
+                                             XCB_IMAGE_FORMAT_Z_PIXMAP, memory->segment(), 0);
+        const Reply<xcb_shm_get_image_reply_t> reply(
+            xcb_shm_get_image_reply(connection->raw(), asked, nullptr));
+        ASSERT_TRUE(reply);
+    }
+    server.kill();
+    const auto* pixels = reinterpret_cast<const std::uint32_t*>(memory->data());
+    for (int i = 0; i < 64 * 64; ++i) ASSERT_EQ(pixels[i] & 0xffffff, 0x123456u) << i;
+}
+
+INSTANTIATE_TEST_SUITE_P(Ways, SharedMemoryTest, testing::Values(SharingWay::descriptor, SharingWay::systemV),
+                         [](const auto& info) {
+                             return info.param == SharingWay::descriptor ? "Descriptor" : "SystemV";
+                         });
+
+}  // namespace
+}  // namespace kasto::x11
