@@ -24,7 +24,11 @@ Result<Picture*> PictureSet::takeFree() {
         if (picture != newest_ && !picture->isLent.load(std::memory_order_acquire)) return picture.get();
     if (pictures_.size() >= limit_) return nullptr;
     auto memory = SharedMemory::make(connection_, strideBytes() * static_cast<std::size_t>(height_));
-    if (!memory) return std::unexpected(memory.error());
+    if (!memory) {
+        // Two are enough to go on with.
+        if (pictures_.size() >= 2) return nullptr;
+        return std::unexpected(memory.error());
+    }
     pictures_.push_back(std::make_shared<Picture>(std::move(*memory)));
     pictures_.back()->stale = Region(area());
     return pictures_.back().get();

@@ -83,6 +83,13 @@ protected:
         return false;
     }
 
+    // Frames and backgrounds of others have some red: only the very colour is a leak then.
+    void allowOtherReds() {
+        receiver.setInspect([this](const ScreenFrame& frame) {
+            leaks += std::ranges::count(test::toPixels(frame).rgb, kOwnColor & 0xffffff) > 0;
+        });
+    }
+
     // A manager shows what was drawn a moment later.
     bool waitForScreen(const std::function<bool(const Pixels&)>& condition) const {
         for (int i = 0; i < 500; ++i) {
@@ -208,10 +215,7 @@ TEST_P(HiddenWindowsTest, AManagedWindowLeavesItsFrameBehind) {
     server.startWindowManager();
     const auto panel = own.makeWindow({150, 100, 200, 150}, WindowKind::managed, kOwnColor);
     ownWindows.set({.nativeId = panel, .sharing = SharingType::none, .paintedPx = {}});
-    receiver.setInspect([this](const ScreenFrame& frame) {
-        for (const auto pixel : test::toPixels(frame).rgb)
-            if (pixel == (kOwnColor & 0xffffff)) ++leaks;
-    });
+    allowOtherReds();
     ASSERT_NO_FATAL_FAILURE(start());
     own.show(panel);
     for (const auto id : {foreign[1].id, foreign[0].id}) client.lower(id);
@@ -247,19 +251,21 @@ TEST_P(HiddenWindowsTest, AManagedWindowLeavesItsFrameBehind) {
     EXPECT_EQ(leaks, 0);
 }
 
+INSTANTIATE_TEST_SUITE_P(Desktops, HiddenWindowsTest,
+                         testing::Values(Desktop::bare, Desktop::compositingManager, Desktop::fadingManager),
+                         [](const auto& info) { return nameOf(info.param); });
+
 // Managers come and go: what was under the window stays right through it.
-TEST_P(HiddenWindowsTest, AManagerMayStartAndEndMeanwhile) {
-    if (GetParam() != Desktop::bare) server.endCompositingManager();
+class ChangingDesktopTest : public HiddenWindowsTest {};
+
+TEST_P(ChangingDesktopTest, AManagerMayStartAndEndMeanwhile) {
     const auto cover = client.makeWindow(kScreen, WindowKind::overrideRedirect, 0x2040);
     foreign.insert(foreign.begin(), {cover, kScreen, std::vector<std::uint32_t>(kWidth * kHeight, 0x2040)});
     client.show(cover);
     client.lower(cover);
     const auto panel = own.makeWindow({100, 80, 200, 150}, WindowKind::overrideRedirect, kOwnColor);
     ownWindows.set({.nativeId = panel, .sharing = SharingType::none, .paintedPx = {}});
-    receiver.setInspect([this](const ScreenFrame& frame) {
-        for (const auto pixel : test::toPixels(frame).rgb)
-            if (pixel == (kOwnColor & 0xffffff)) ++leaks;
-    });
+    allowOtherReds();
     ASSERT_NO_FATAL_FAILURE(start());
     own.show(panel);
     std::mt19937 random(23);
@@ -278,8 +284,7 @@ TEST_P(HiddenWindowsTest, AManagerMayStartAndEndMeanwhile) {
     EXPECT_EQ(leaks, 0);
 }
 
-INSTANTIATE_TEST_SUITE_P(Desktops, HiddenWindowsTest,
-                         testing::Values(Desktop::bare, Desktop::compositingManager, Desktop::fadingManager),
+INSTANTIATE_TEST_SUITE_P(Desktops, ChangingDesktopTest, testing::Values(Desktop::bare),
                          [](const auto& info) { return nameOf(info.param); });
 
 class PaintedRegionTest : public HiddenWindowsTest {};

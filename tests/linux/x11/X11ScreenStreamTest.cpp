@@ -293,6 +293,7 @@ TEST_F(X11ScreenStreamTest, EndsOnceByItselfWhenTheDisplayChanges) {
 
 TEST_F(X11ScreenStreamTest, EndsOnceByItselfWhenTheServerGoes) {
     ASSERT_TRUE(start(configuration()).has_value());
+    receiver.queue.drain();
     server.kill();
     ASSERT_TRUE(receiver.waitForEnd());
     EXPECT_TRUE(stream->stopCapture().has_value());
