@@ -2,12 +2,13 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstdlib>
 #include <new>
 
 namespace kasto {
 
 namespace {
+
+constexpr std::align_val_t kVectorAlignment{64};
 
 // Columns are composed or converted by groups of this many, so that most vectors are whole.
 constexpr int kColumnGroup = 32;
@@ -24,18 +25,12 @@ bool holdsRow(const PixelRect& box, int row) { return row >= box.y && row < box.
 
 }  // namespace
 
-void PixelMemory::Free::operator()(Pixel* pixels) const { std::free(pixels); }
+void PixelMemory::Free::operator()(Pixel* pixels) const { ::operator delete(pixels, kVectorAlignment); }
 
-Pixel* PixelMemory::reserve(std::size_t pixels) {
-    constexpr std::size_t kAlignment = 64;
-    if (capacity_ < pixels) {
-        const std::size_t bytes = (pixels * sizeof(Pixel) + kAlignment - 1) / kAlignment * kAlignment;
-        auto* memory = static_cast<Pixel*>(std::aligned_alloc(kAlignment, bytes));
-        if (!memory) throw std::bad_alloc();
-        pixels_.reset(memory);
-        capacity_ = pixels;
-    }
-    return pixels_.get();
+void PixelMemory::reserve(std::size_t pixels) {
+    if (pixels <= capacity_) return;
+    pixels_.reset(static_cast<Pixel*>(::operator new(pixels * sizeof(Pixel), kVectorAlignment)));
+    capacity_ = pixels;
 }
 
 void StripPainter::begin(const RenderPlan& plan, PixelBuffer& target, int stripRows) {
@@ -67,7 +62,8 @@ void StripPainter::begin(const RenderPlan& plan, PixelBuffer& target, int stripR
         } else if (picture.way() == Resampling::Way::interpolate) {
             EnlargedRows& rows = enlarged_[i];
             const auto length = static_cast<std::size_t>(picture.box().width) + kRowPadding;
-            rows.pixels[0] = rows.memory.reserve(2 * length);
+            rows.memory.reserve(2 * length);
+            rows.pixels[0] = rows.memory.data();
             rows.pixels[1] = rows.pixels[0] + length;
             rows.sourceRows[0] = rows.sourceRows[1] = -1;
         }

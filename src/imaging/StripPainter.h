@@ -14,7 +14,7 @@ namespace kasto {
 class PixelMemory {
 public:
     // At least that many pixels, aligned for vectors.
-    Pixel* reserve(std::size_t pixels);
+    void reserve(std::size_t pixels);
     Pixel* data() const { return pixels_.get(); }
 
 private:
