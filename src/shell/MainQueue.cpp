@@ -24,12 +24,10 @@ void MainQueue::close() {
     QCoreApplication::removePostedEvents(this);
 }
 
-bool MainQueue::event(QEvent* event) {
-    if (event->type() != QEvent::User) return QObject::event(event);
+void MainQueue::customEvent(QEvent*) {
     std::deque<Job> due;
     state_.with([&](State& state) { std::swap(due, state.jobs); });
     for (auto& job : due) job();
-    return true;
 }
 
 }  // namespace kasto

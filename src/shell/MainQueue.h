@@ -30,7 +30,7 @@ private:
         bool closed = false;
     };
 
-    bool event(QEvent* event) override;
+    void customEvent(QEvent* event) override;
 
     Guarded<State> state_;
 };
