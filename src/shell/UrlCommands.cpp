@@ -10,7 +10,7 @@ namespace {
 // Characters that would break a log line stay percent-encoded.
 QString commandWord(const QUrl& url) {
     if (!url.host().isEmpty()) return url.host().toLower();
-    auto path = url.path();
+    auto path = url.path(QUrl::PrettyDecoded);
     while (path.startsWith('/')) path.remove(0, 1);
     while (path.endsWith('/')) path.chop(1);
     return path.toLower();
