@@ -1,0 +1,85 @@
+#include "desktop/DesktopSession.h"
+
+#include "support/WaitUntil.h"
+
+#include <algorithm>
+#include <array>
+#include <sstream>
+#include <stdexcept>
+
+namespace kasto::test {
+
+namespace {
+
+std::string desktopCommand(const std::filesystem::path& home) {
+    return "exec '" KASTO_SOURCE_DIR "/scripts/desktop' '" + home.string() + "' 1280x720 >/dev/null";
+}
+
+}  // namespace
+
+DesktopSession::DesktopSession() : desktop_(popen(desktopCommand(home()).c_str(), "we"), pclose) {
+    const auto file = home_ / "desktop.env";
+    if (!desktop_ || !waitUntil([&] { return exists(file); }))
+        throw std::runtime_error("the private desktop did not start");
+    std::istringstream lines(readFile(file));
+    for (std::string line; std::getline(lines, line);) environment_.push_back(line);
+}
+
+ChildProcess DesktopSession::start(const std::vector<std::string>& command,
+                                   const std::vector<std::string>& changes) const {
+    auto environment = environment_;
+    for (const auto& change : changes) {
+        const auto name = change.substr(0, change.find('=') + 1);
+        std::erase_if(environment, [&](const auto& variable) { return variable.starts_with(name); });
+        environment.push_back(change);
+    }
+    return ChildProcess(command, environment);
+}
+
+ChildProcess DesktopSession::showChart() const {
+    auto client = start({DESKTOP_CLIENTS, "chart"});
+    const bool shown = waitUntil([&] {
+        return run({"xdotool", "search", "--onlyvisible", "--name", "^chart$"}) == 0;
+    });
+    if (!shown) throw std::runtime_error("the colour chart did not appear");
+    return client;
+}
+
+ChildProcess DesktopSession::startKasto() const {
+    const auto before = timesLogged(" launched ");
+    auto kasto = start({KASTO});
+    if (!waitForLog(" launched ", before + 1)) throw std::runtime_error("kasto did not start");
+    return kasto;
+}
+
+bool DesktopSession::waitForLog(const std::string& text, std::size_t times) const {
+    return waitUntil([&] { return timesLogged(text) >= times; });
+}
+
+std::size_t DesktopSession::timesLogged(const std::string& text) const {
+    std::istringstream lines(readFile(home() / "Library/Logs/kasto.log"));
+    std::size_t times = 0;
+    for (std::string line; std::getline(lines, line);) times += line.find(text) != std::string::npos;
+    return times;
+}
+
+std::vector<std::filesystem::path> DesktopSession::movies() const {
+    std::vector<std::filesystem::path> found;
+    std::error_code none;
+    for (const auto& entry : std::filesystem::directory_iterator(home() / "Movies/kasto", none))
+        if (entry.path().extension() == ".mov") found.push_back(entry.path());
+    std::ranges::sort(found);
+    return found;
+}
+
+std::string outputOf(const std::string& command) {
+    const std::unique_ptr<FILE, int (*)(FILE*)> pipe(popen(command.c_str(), "re"), pclose);
+    if (!pipe) throw std::runtime_error("cannot run " + command);
+    std::string output;
+    std::array<char, 65536> chunk{};
+    for (std::size_t count = 0; (count = fread(chunk.data(), 1, chunk.size(), pipe.get())) > 0;)
+        output.append(chunk.data(), count);
+    return output;
+}
+
+}  // namespace kasto::test

@@ -1,0 +1,55 @@
+#pragma once
+
+#include "support/PrivateXServer.h"
+#include "support/TestFolder.h"
+
+#include <cstddef>
+#include <cstdio>
+#include <filesystem>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace kasto::test {
+
+// A private desktop with a home, a session bus and a window manager, and the program on it. Throws where it
+// cannot be started.
+class DesktopSession {
+public:
+    DesktopSession();
+
+    const std::filesystem::path& home() const { return home_.path(); }
+
+    // Starts a program there; `changes` replaces variables of the desktop's environment.
+    ChildProcess start(const std::vector<std::string>& command,
+                       const std::vector<std::string>& changes = {}) const;
+
+    // Runs a program there to its end; its status.
+    int run(const std::vector<std::string>& command, const std::vector<std::string>& changes = {}) const {
+        return start(command, changes).wait();
+    }
+
+    // Shows the colour chart; returns when it is on the screen.
+    ChildProcess showChart() const;
+
+    // Starts kasto; returns when it is ready for commands.
+    ChildProcess startKasto() const;
+
+    // Waits until the program has logged so many lines that hold this text; false if it does not.
+    bool waitForLog(const std::string& text, std::size_t times = 1) const;
+    std::size_t timesLogged(const std::string& text) const;
+
+    // The movies there are in the default folder.
+    std::vector<std::filesystem::path> movies() const;
+
+private:
+    TestFolder home_;
+    // The desktop ends when this end of its input is closed, however this program ends.
+    std::unique_ptr<FILE, int (*)(FILE*)> desktop_;
+    std::vector<std::string> environment_;
+};
+
+// What a command prints.
+std::string outputOf(const std::string& command);
+
+}  // namespace kasto::test

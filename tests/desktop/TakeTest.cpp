@@ -1,0 +1,159 @@
+// Whole takes on a private desktop, and the movies they leave.
+
+#include "desktop/ColourChart.h"
+#include "desktop/DesktopSession.h"
+#include "desktop/MovieProbe.h"
+#include "support/WaitUntil.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <chrono>
+#include <cmath>
+#include <csignal>
+#include <thread>
+
+namespace kasto::test {
+namespace {
+
+void letItRecordFor(double seconds) { std::this_thread::sleep_for(std::chrono::duration<double>(seconds)); }
+
+class TakeTest : public testing::Test {
+protected:
+    int command(const std::string& word) const { return desktop.run({KASTO, "kasto:" + word}); }
+
+    void record() {
+        ASSERT_EQ(command("record"), 0);
+        ASSERT_TRUE(desktop.waitForLog(" recording "));
+    }
+
+    std::filesystem::path theMovie() const {
+        const auto movies = desktop.movies();
+        EXPECT_EQ(movies.size(), 1u);
+        return movies.empty() ? "" : movies.front();
+    }
+
+    DesktopSession desktop;
+};
+
+// Tolerates what lossy coding does, and no more: a wrong colour matrix or range is off by much more.
+int worstPatchError(const std::vector<Colour>& picture) {
+    int worst = 0;
+    for (std::size_t i = 0; i < chart::kPatches.size(); ++i) {
+        const auto row = i / chart::kColumns * chart::kPatchHeight + chart::kPatchHeight / 2;
+        const auto column = i % chart::kColumns * chart::kPatchWidth + chart::kPatchWidth / 2;
+        const auto shown = picture[row * chart::kScreenWidth + column];
+        const auto wanted = chart::kPatches[i];
+        worst = std::max({worst, std::abs(shown.red - wanted.red), std::abs(shown.green - wanted.green),
+                          std::abs(shown.blue - wanted.blue)});
+    }
+    return worst;
+}
+
+TEST_F(TakeTest, recordsTheScreenInItsColoursAtASteadyPace) {
+    ASSERT_EQ(desktop.run({"xdotool", "mousemove", "700", "700"}), 0);
+    const auto client = desktop.showChart();
+    const auto kasto = desktop.startKasto();
+    record();
+    letItRecordFor(3);
+    EXPECT_EQ(command("record"), 0);
+    EXPECT_EQ(command("toggle"), 0);
+    ASSERT_TRUE(desktop.waitForLog(" stopped → kasto-"));
+    EXPECT_EQ(desktop.timesLogged(" recording "), 1u);
+
+    const MovieProbe movie(theMovie());
+    auto stream = movie.videoStream();
+    EXPECT_EQ(stream["codec_name"], "h264");
+    EXPECT_EQ(stream["profile"], "High");
+    EXPECT_EQ(stream["width"] + "x" + stream["height"], "1280x720");
+    EXPECT_EQ(stream["time_base"], "1/600");
+    for (const auto* tag : {"color_space", "color_transfer", "color_primaries"})
+        EXPECT_EQ(stream[tag], "bt709") << tag;
+    EXPECT_EQ(stream["color_range"], "tv");
+    EXPECT_EQ(movie.complaints(), "");
+
+    const auto picture = movie.pictureAt(1.5);
+    ASSERT_EQ(picture.size(), static_cast<std::size_t>(chart::kScreenWidth) * chart::kScreenHeight);
+    EXPECT_LE(worstPatchError(picture), 2);
+
+    // At 60 pictures a second a tick lasts 10 units. A busy machine may lose a few.
+    const auto times = movie.times();
+    ASSERT_GT(times.size(), 100u);
+    EXPECT_EQ(times.front(), 0);
+    std::size_t unsteady = 0;
+    std::size_t holes = 0;
+    for (std::size_t i = 1; i < times.size(); ++i) {
+        const auto spacing = times[i] - times[i - 1];
+        EXPECT_GT(spacing, 0);
+        unsteady += spacing < 8 || spacing > 12;
+        holes += spacing > 25;
+    }
+    EXPECT_LE(unsteady, times.size() / 5);
+    EXPECT_LE(holes, times.size() / 50);
+}
+
+TEST_F(TakeTest, leavesAPlayableMovieWhenKilled) {
+    const auto client = desktop.showChart();
+    auto kasto = desktop.startKasto();
+    record();
+    ASSERT_TRUE(waitUntil([&] {
+        letItRecordFor(0.5);
+        const auto movies = desktop.movies();
+        return !movies.empty() && !MovieProbe(movies.front()).times().empty();
+    }));
+    kasto.kill();
+    const MovieProbe movie(theMovie());
+    EXPECT_GT(movie.times().size(), 30u);
+    EXPECT_LE(worstPatchError(movie.pictureAt(0.5)), 2);
+
+    const auto next = desktop.startKasto();
+    ASSERT_EQ(command("record"), 0);
+    EXPECT_TRUE(desktop.waitForLog(" recording ", 2));
+    EXPECT_EQ(desktop.movies().size(), 2u);
+}
+
+TEST_F(TakeTest, finishesTheTakeWhenToldToEnd) {
+    const auto client = desktop.showChart();
+    for (const int signal : {SIGTERM, SIGINT}) {
+        const auto before = desktop.movies().size();
+        auto kasto = desktop.startKasto();
+        ASSERT_EQ(command("record"), 0);
+        ASSERT_TRUE(desktop.waitForLog(" recording ", before + 1));
+        letItRecordFor(1.2);
+        ASSERT_EQ(::kill(kasto.pid(), signal), 0);
+        EXPECT_EQ(kasto.wait(), 0);
+        EXPECT_EQ(desktop.timesLogged(" stopped → kasto-"), before + 1);
+        ASSERT_EQ(desktop.movies().size(), before + 1);
+        const MovieProbe movie(desktop.movies().back());
+        EXPECT_EQ(movie.complaints(), "");
+        EXPECT_GT(movie.times().size(), 20u);
+    }
+}
+
+TEST_F(TakeTest, saysWhyATakeCannotStartAndStaysUsable) {
+    const auto isAlertShown = [&] {
+        return desktop.run({"xdotool", "search", "--onlyvisible", "--name", "^kasto$"}) == 0;
+    };
+    writeFile(desktop.home() / "Movies", "not a folder");
+    const auto client = desktop.showChart();
+    const auto kasto = desktop.startKasto();
+    EXPECT_FALSE(isAlertShown());
+    ASSERT_EQ(command("record"), 0);
+    ASSERT_TRUE(waitUntil(isAlertShown));
+    // The window manager may not have taken the window over yet.
+    ASSERT_TRUE(waitUntil([&] {
+        desktop.run({"xdotool", "search", "--onlyvisible", "--name", "^kasto$", "windowactivate", "--sync",
+                     "key", "Return"});
+        return !isAlertShown();
+    }));
+
+    std::filesystem::remove(desktop.home() / "Movies");
+    record();
+    letItRecordFor(1);
+    ASSERT_EQ(command("stop"), 0);
+    ASSERT_TRUE(desktop.waitForLog(" stopped → kasto-"));
+    EXPECT_EQ(MovieProbe(theMovie()).complaints(), "");
+}
+
+}  // namespace
+}  // namespace kasto::test
