@@ -22,6 +22,8 @@ public:
     }
 
     int get() const { return fd_; }
+    // Gives the descriptor up to whoever closes it from here on.
+    int release() { return std::exchange(fd_, -1); }
     explicit operator bool() const { return fd_ >= 0; }
 
 private:

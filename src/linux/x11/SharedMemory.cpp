@@ -1,6 +1,6 @@
 #include "linux/x11/SharedMemory.h"
 
-#include "linux/x11/FileDescriptor.h"
+#include "base/FileDescriptor.h"
 
 #include <fcntl.h>
 #include <sys/mman.h>

@@ -1,9 +1,9 @@
 #include "linux/x11/X11Displays.h"
 
+#include "base/FileDescriptor.h"
 #include "base/Guarded.h"
 #include "base/Thread.h"
 #include "linux/x11/Connection.h"
-#include "linux/x11/FileDescriptor.h"
 #include "linux/x11/Monitors.h"
 
 #include <poll.h>
@@ -42,7 +42,7 @@ const x11::Monitor* mainOf(const Layout& layout) {
 
 class X11Displays::Watch {
 public:
-    Watch(x11::Connection connection, x11::FileDescriptor stop, std::uint8_t randrEvent)
+    Watch(x11::Connection connection, FileDescriptor stop, std::uint8_t randrEvent)
         : connection_(std::move(connection)), stop_(std::move(stop)), randrEvent_(randrEvent) {
         // Monitors that are defined or dropped by hand show as a change of the root window only.
         const std::uint32_t mask = XCB_EVENT_MASK_PROPERTY_CHANGE | XCB_EVENT_MASK_STRUCTURE_NOTIFY;
@@ -107,7 +107,7 @@ private:
     }
 
     x11::Connection connection_;
-    x11::FileDescriptor stop_;
+    FileDescriptor stop_;
     std::uint8_t randrEvent_;
     std::thread thread_;
 };
@@ -117,7 +117,7 @@ Result<std::unique_ptr<X11Displays>> X11Displays::open(const std::string& displa
     if (!connection) return std::unexpected(connection.error());
     const auto randrEvent = x11::selectMonitorEvents(*connection);
     if (!randrEvent) return std::unexpected(randrEvent.error());
-    x11::FileDescriptor stop(eventfd(0, EFD_CLOEXEC));
+    FileDescriptor stop(eventfd(0, EFD_CLOEXEC));
     if (!stop) return std::unexpected(systemError("eventfd", errno));
     return std::unique_ptr<X11Displays>(
         new X11Displays(std::make_unique<Watch>(std::move(*connection), std::move(stop), *randrEvent)));
