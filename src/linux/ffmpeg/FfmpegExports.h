@@ -1,0 +1,14 @@
+#pragma once
+
+#include "platform/ExportSession.h"
+
+namespace kasto {
+
+// Rewraps movies with libavformat.
+class FfmpegExports : public MovieExports {
+public:
+    Result<std::unique_ptr<ExportSession>> makePassthroughSession(
+        const std::filesystem::path& movie) override;
+};
+
+}  // namespace kasto
