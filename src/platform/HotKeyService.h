@@ -1,0 +1,36 @@
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+
+namespace kasto {
+
+// A key with modifiers, all of them held and no others but locks.
+struct KeyChord {
+    char32_t key = 0;  // what the key types without modifiers, lower case
+    bool control = false;
+    bool option = false;   // Alt
+    bool command = false;  // Super
+    bool shift = false;
+    bool operator==(const KeyChord&) const = default;
+};
+
+// A chord that is ours; destroying it gives the chord free. Main thread, and gone before its service.
+class HotKeyRegistration {
+public:
+    virtual ~HotKeyRegistration() = default;
+};
+
+// Chords that reach the program whatever has the focus. Main thread.
+class HotKeyService {
+public:
+    virtual ~HotKeyService() = default;
+
+    // Calls `onPress` on the main thread once per press, not again while the keys stay down. Null when the
+    // chord cannot be had: another program has it, or the keyboard has no such key.
+    virtual std::unique_ptr<HotKeyRegistration> registerChord(const KeyChord& chord,
+                                                              std::function<void()> onPress) = 0;
+};
+
+}  // namespace kasto

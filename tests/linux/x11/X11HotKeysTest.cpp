@@ -1,0 +1,109 @@
+#include "input/HotKey.h"
+#include "linux/x11/Connection.h"
+#include "linux/x11/X11HotKeys.h"
+#include "support/PrivateXServer.h"
+
+#include <gtest/gtest.h>
+#include <poll.h>
+
+namespace kasto {
+namespace {
+
+using test::PrivateXServer;
+
+// A program with hot keys, as far as its loop goes.
+struct Program {
+    explicit Program(const std::string& display) : connection(*x11::Connection::open(display)) {}
+
+    // Hands the events on until nothing more comes.
+    void handleEvents() {
+        xcb_flush(connection.raw());
+        pollfd incoming{xcb_get_file_descriptor(connection.raw()), POLLIN, 0};
+        constexpr int kQuietMs = 150;
+        do {
+            while (const x11::Reply<xcb_generic_event_t> event{xcb_poll_for_event(connection.raw())})
+                hotKeys.handleEvent(event.get());
+        } while (poll(&incoming, 1, kQuietMs) > 0);
+    }
+
+    x11::Connection connection;
+    X11HotKeys hotKeys{connection.raw()};
+};
+
+constexpr auto kChord = HotKey::kControl | HotKey::kOption | HotKey::kCommand;
+
+class X11HotKeysTest : public testing::Test {
+protected:
+    X11HotKeysTest() {
+        hotKey = HotKey::make(program.hotKeys, HotKey::kKeyR, kChord);
+        if (hotKey) hotKey->onPress = [this] { ++presses; };
+    }
+
+    void type(const std::string& keys) {
+        ASSERT_EQ(server.run({"xdotool", "key", "--delay", "20", keys}), 0);
+        program.handleEvents();
+    }
+
+    PrivateXServer server;
+    Program program{server.display()};
+    std::unique_ptr<HotKey> hotKey;
+    int presses = 0;
+};
+
+TEST_F(X11HotKeysTest, AnswersTheExactChordInEveryLockState) {
+    ASSERT_TRUE(hotKey);
+    type("ctrl+alt+super+r");
+    EXPECT_EQ(presses, 1);
+    for (const auto* other : {"ctrl+alt+r", "ctrl+alt+super+shift+r", "r", "ctrl+alt+super+e"}) type(other);
+    EXPECT_EQ(presses, 1) << "only the exact chord counts";
+    int expected = 1;
+    for (const auto* lock : {"Caps_Lock", "Num_Lock", "Caps_Lock"}) {
+        type(lock);
+        type("ctrl+alt+super+r");
+        EXPECT_EQ(presses, ++expected) << "after " << lock;
+    }
+}
+
+TEST_F(X11HotKeysTest, AHeldKeyIsOnePress) {
+    ASSERT_TRUE(hotKey);
+    ASSERT_EQ(server.run({"xdotool", "keydown", "ctrl",  "keydown", "alt", "keydown", "super", "keydown",
+                          "r",       "sleep",   "1.2",   "keyup",   "r",   "keydown", "r",     "keyup",
+                          "r",       "keyup",   "super", "keyup",   "alt", "keyup",   "ctrl"}),
+              0);
+    program.handleEvents();
+    EXPECT_EQ(presses, 2) << "one press held until it repeats, and one more";
+}
+
+TEST_F(X11HotKeysTest, FollowsTheLayout) {
+    ASSERT_TRUE(hotKey);
+    struct Row {
+        const char* layout;
+        const char* key;
+    };
+    // The letter's own place, also where it is another one, in a second group, and on a layout without the
+    // letter.
+    for (const auto& [layout, key] :
+         {Row{"dvorak", "32"}, Row{"us,ru", "27"}, Row{"ru", "27"}, Row{"us", "27"}}) {
+        ASSERT_EQ(server.run({"setxkbmap", layout}), 0);
+        program.handleEvents();
+        presses = 0;
+        ASSERT_EQ(server.run({"xdotool", "keydown", "37", "keydown", "64", "keydown", "133", "key", key,
+                              "keyup", "133", "keyup", "64", "keyup", "37"}),
+                  0);
+        program.handleEvents();
+        EXPECT_EQ(presses, 1) << layout;
+    }
+}
+
+TEST_F(X11HotKeysTest, OneOwnerAtATime) {
+    ASSERT_TRUE(hotKey);
+    Program other(server.display());
+    EXPECT_FALSE(HotKey::make(other.hotKeys, HotKey::kKeyR, kChord));
+    hotKey.reset();
+    program.handleEvents();
+    EXPECT_TRUE(HotKey::make(other.hotKeys, HotKey::kKeyR, kChord));
+    EXPECT_FALSE(HotKey::make(other.hotKeys, 999, kChord)) << "there is no such key";
+}
+
+}  // namespace
+}  // namespace kasto
