@@ -284,6 +284,23 @@ TEST_P(ChangingDesktopTest, AManagerMayStartAndEndMeanwhile) {
     EXPECT_EQ(leaks, 0);
 }
 
+// A software cursor can make the server lose damage of what moves beneath it.
+TEST_P(ChangingDesktopTest, AWindowThatMovesUnderThePointerLeavesNoTrace) {
+    const auto panel = own.makeWindow({500, 20, 60, 60}, WindowKind::overrideRedirect, kOwnColor);
+    ownWindows.set({.nativeId = panel, .sharing = SharingType::none, .paintedPx = {}});
+    own.show(panel);
+    client.movePointer(300, 200);
+    ASSERT_NO_FATAL_FAILURE(start());
+    auto& bounds = foreign[1].boundsPx;
+    for (int i = 0; i < 40; ++i) {
+        bounds.x = 160 + i * 37 % 130;
+        bounds.y = 90 + i * 23 % 100;
+        client.move(foreign[1].id, bounds.x, bounds.y);
+        ASSERT_TRUE(receiver.waitForPicture(expected())) << i;
+    }
+    EXPECT_EQ(leaks, 0);
+}
+
 INSTANTIATE_TEST_SUITE_P(Desktops, ChangingDesktopTest, testing::Values(Desktop::bare),
                          [](const auto& info) { return nameOf(info.param); });
 
