@@ -2,10 +2,13 @@
 
 #include "base/DebugLog.h"
 #include "base/HomeFolders.h"
+#include "linux/ffmpeg/FfmpegExports.h"
 #include "linux/ffmpeg/FfmpegMovieWriters.h"
 #include "linux/freedesktop/DBusRunningInstance.h"
+#include "linux/freedesktop/DesktopWorkspace.h"
 #include "linux/freedesktop/QuitSignals.h"
 #include "linux/x11/X11Displays.h"
+#include "linux/x11/X11HotKeys.h"
 #include "linux/x11/X11Pointer.h"
 #include "linux/x11/X11ScreenAccess.h"
 #include "linux/x11/X11ScreenCapture.h"
@@ -13,11 +16,15 @@
 #include "shell/AppDelegate.h"
 #include "shell/CommandLine.h"
 
+#include <QAbstractNativeEventFilter>
 #include <QApplication>
 #include <QTimer>
 #include <cstdio>
+#include <cstdlib>
 #include <filesystem>
+#include <optional>
 #include <string>
+#include <utility>
 
 namespace {
 
@@ -31,10 +38,43 @@ int complain(const Error& error, int status) {
     return status;
 }
 
+// The hot keys of an X server by the connection that Qt has to it; none where Qt draws elsewhere.
+class UiHotKeys final : public HotKeyService, private QAbstractNativeEventFilter {
+public:
+    explicit UiHotKeys(QGuiApplication& application) {
+        const auto* x11 = application.nativeInterface<QNativeInterface::QX11Application>();
+        if (!x11) return;
+        keys_.emplace(x11->connection());
+        application.installNativeEventFilter(this);
+    }
+
+    std::unique_ptr<HotKeyRegistration> registerChord(const KeyChord& chord,
+                                                      std::function<void()> onPress) override {
+        return keys_ ? keys_->registerChord(chord, std::move(onPress)) : nullptr;
+    }
+
+private:
+    bool nativeEventFilter(const QByteArray& eventType, void* message, qintptr*) override {
+        return eventType == "xcb_generic_event_t" &&
+               keys_->handleEvent(static_cast<const xcb_generic_event_t*>(message));
+    }
+
+    std::optional<X11HotKeys> keys_;
+};
+
 void makeLogFolder() {
     // Without the folder the log goes to the system log alone.
     std::error_code ignored;
     std::filesystem::create_directories(DebugLog::fileLocation().parent_path(), ignored);
+}
+
+AppDelegate* running = nullptr;  // while the event loop runs
+
+// Qt ends the process where it stands when the X server goes, and some session managers take the answer to
+// their question for the end: a take is finished in both cases.
+void finishTakeAtExit() {
+    if (auto* delegate = std::exchange(running, nullptr)) delegate->finishNow();
+    DebugLog::flush();
 }
 
 int runApplication(const Desktop& desktop, const std::vector<std::string>& urls) {
@@ -49,7 +89,13 @@ int runApplication(const Desktop& desktop, const std::vector<std::string>& urls)
         delegate.applicationDidFinishLaunching();
         delegate.openUrls(urls);
     });
+    QObject::connect(
+        qApp, &QGuiApplication::commitDataRequest, &delegate, [&] { delegate.finishNow(); },
+        Qt::DirectConnection);
+    running = &delegate;
+    std::atexit(finishTakeAtExit);
     const int status = QApplication::exec();
+    running = nullptr;
     desktop.runningInstance.setOnOpenUrls({});
     return status;
 }
@@ -85,14 +131,20 @@ int runOnX11(int& argc, char** argv, const CommandLine& line) {
     X11ScreenAccess screenAccess;
     X11ScreenCapture screenCapture("", **displays, ownWindows);
     FfmpegMovieWriters movieWriters;
+    FfmpegExports movieExports;
     DBusRunningInstance runningInstance;
+    UiHotKeys hotKeys(application);
+    DesktopWorkspace workspace;
     return claimAndRun({.displays = **displays,
                         .pointer = **pointer,
                         .screenAccess = screenAccess,
                         .screenCapture = screenCapture,
                         .movieWriters = movieWriters,
+                        .movieExports = movieExports,
                         .ownWindows = ownWindows,
-                        .runningInstance = runningInstance},
+                        .runningInstance = runningInstance,
+                        .hotKeys = hotKeys,
+                        .workspace = workspace},
                        line.urls);
 }
 

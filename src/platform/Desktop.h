@@ -3,12 +3,15 @@
 namespace kasto {
 
 class Displays;
+class HotKeyService;
+class MovieExports;
 class MovieWriters;
 class OwnWindows;
 class PointerInput;
 class RunningInstance;
 class ScreenAccess;
 class ScreenCapture;
+class Workspace;
 
 // What kasto expects of a desktop, one reference per service. All of them outlive the program's components.
 struct Desktop {
@@ -17,8 +20,11 @@ struct Desktop {
     ScreenAccess& screenAccess;
     ScreenCapture& screenCapture;
     MovieWriters& movieWriters;
+    MovieExports& movieExports;
     OwnWindows& ownWindows;
     RunningInstance& runningInstance;
+    HotKeyService& hotKeys;
+    Workspace& workspace;
 };
 
 }  // namespace kasto

@@ -2,6 +2,7 @@
 
 #include "base/SerialQueue.h"
 #include "camera/CameraSource.h"
+#include "input/HotKey.h"
 #include "model/CaptureModel.h"
 #include "platform/Desktop.h"
 #include "recording/Recorder.h"
@@ -10,6 +11,7 @@
 #include <QMessageBox>
 #include <QObject>
 #include <QPointer>
+#include <QTimer>
 #include <chrono>
 #include <filesystem>
 #include <functional>
@@ -58,6 +60,22 @@ public:
     // when none runs. `reveal` shows the file to the user in the end.
     void finishStop(bool reveal, std::function<void()> done = {});
 
+    // Lets the user choose the folder for finished takes, and keeps the answer.
+    void chooseOutputFolder();
+
+    // Finished takes stay in the default folder again.
+    void clearOutputFolder();
+
+    // Shows the folder where takes land in the file browser.
+    void openFolder();
+
+    // Opens the desktop's settings where the right to record the screen is granted.
+    void openPrivacyPane();
+
+    // Finishes the take that runs, or is being finished, before it returns, and shows nothing: for a process
+    // that is about to end without its event loop.
+    void finishNow();
+
     bool isRecording() const { return isRecording_; }
 
     // When the newest take started.
@@ -74,10 +92,17 @@ private:
     void becomeIdle();
 
     // FinishTake.cpp
+    std::optional<std::filesystem::path> stopAndFile();
     void takeFinished(const std::optional<std::filesystem::path>& file, bool reveal);
 
-    // Alert.cpp
-    void showAlert(const std::string& message, const std::string& informativeText);
+    // ScreenPermission.cpp
+    void startPermissionWatch();
+    void permissionTick();
+    void permissionAlert();
+
+    // Alert.cpp: the first button is the default one, the last what Escape means.
+    QMessageBox& showAlert(const std::string& message, const std::string& informativeText,
+                           const std::vector<std::string>& buttons);
 
     // UrlCommands.cpp
     void runCommand(const std::string& word);
@@ -96,6 +121,8 @@ private:
     bool streamEnded_ = false;  // the stream of the take being started is gone already
     bool quitsWhenIdle_ = false;
     QPointer<QMessageBox> alert_;
+    std::unique_ptr<QTimer> permissionTimer_;  // while the right to record is waited for
+    std::unique_ptr<HotKey> hotKey_;           // none where the chord is taken
 };
 
 }  // namespace kasto

@@ -1,4 +1,8 @@
+#include "base/Prefs.h"
+#include "platform/Workspace.h"
+#include "recording/Mp4Conversion.h"
 #include "shell/AppDelegate.h"
+#include "shell/TakeFiling.h"
 
 #include <utility>
 
@@ -8,8 +12,9 @@ void AppDelegate::finishStop(bool reveal, std::function<void()> done) {
     if (!isRecording_) return;
     isRecording_ = false;
     isBusy_ = true;
+    // Converting and moving may take as long as copying the movie does: both stay off the main thread.
     worker_.async([this, reveal, done = std::move(done)]() mutable {
-        auto file = recorder_.stop();
+        auto file = stopAndFile();
         mainQueue_->async([this, reveal, file = std::move(file), done = std::move(done)] {
             takeFinished(file, reveal);
             if (done) done();
@@ -17,7 +22,24 @@ void AppDelegate::finishStop(bool reveal, std::function<void()> done) {
     });
 }
 
-// The file is whole and in the default folder here.
-void AppDelegate::takeFinished(const std::optional<std::filesystem::path>&, bool) { becomeIdle(); }
+// On the worker.
+std::optional<std::filesystem::path> AppDelegate::stopAndFile() {
+    auto file = recorder_.stop();
+    if (file && Prefs::convertMP4()) file = convertToMP4(desktop_.movieExports, *file).value_or(*file);
+    if (file) file = fileTake(*file);
+    return file;
+}
+
+void AppDelegate::finishNow() {
+    if (isRecording_ || isBusy_) worker_.async([this] { stopAndFile(); });
+    isRecording_ = false;
+    worker_.drain();
+}
+
+void AppDelegate::takeFinished(const std::optional<std::filesystem::path>& file, bool reveal) {
+    isBusy_ = false;
+    if (reveal && file) desktop_.workspace.reveal(*file);
+    becomeIdle();
+}
 
 }  // namespace kasto

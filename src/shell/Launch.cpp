@@ -20,10 +20,20 @@ AppDelegate::~AppDelegate() {
 }
 
 void AppDelegate::applicationDidFinishLaunching() {
+    hotKey_ =
+        HotKey::make(desktop_.hotKeys, HotKey::kKeyR, HotKey::kControl | HotKey::kOption | HotKey::kCommand);
+    if (hotKey_) {
+        hotKey_->onPress = [this, queue = std::weak_ptr(mainQueue_)] {
+            if (const auto main = queue.lock()) main->async([this] { toggleRecording(); });
+        };
+    }
     recorder_.onStreamStopped = [this, queue = std::weak_ptr(mainQueue_)](const std::optional<Error>&) {
         if (const auto main = queue.lock()) main->async([this] { streamStopped(); });
     };
-    if (!desktop_.screenAccess.preflight()) desktop_.screenAccess.request();
+    if (!desktop_.screenAccess.preflight()) {
+        desktop_.screenAccess.request();
+        startPermissionWatch();
+    }
     DebugLog::trimIfHuge();
     const auto version = QCoreApplication::applicationVersion().toStdString();
     DebugLog::log("launched " + (version.empty() ? "?" : version) +

@@ -10,6 +10,8 @@ void AppDelegate::startRecording() {
     if (isRecording_ || isBusy_ || quitsWhenIdle_) return;
     if (!desktop_.screenAccess.preflight()) {
         desktop_.screenAccess.request();
+        startPermissionWatch();
+        permissionAlert();
         return;
     }
     isBusy_ = true;
@@ -49,7 +51,7 @@ void AppDelegate::takeStarted(const Result<void>& started) {
 
 void AppDelegate::takeFailed(const Error& error) {
     systemLog("kasto: start failed: " + error.description);
-    if (!quitsWhenIdle_) showAlert("recording failed", error.description);
+    if (!quitsWhenIdle_) showAlert("recording failed", error.description, {"OK"});
     becomeIdle();
 }
 

@@ -1,70 +1,13 @@
-#include "shell/AppDelegate.h"
-#include "support/FakeDesktop.h"
-#include "support/LogLines.h"
+#include "shell/ControllerTest.h"
 
 #include <gtest/gtest.h>
 
-#include <QApplication>
-#include <QDeadlineTimer>
-#include <algorithm>
 #include <thread>
 
 namespace kasto::test {
 namespace {
 
-// Runs the event loop until the condition holds; false if it has not come about within a time that only a
-// hanging program needs.
-template <class Condition>
-bool loopUntil(Condition&& condition) {
-    const QDeadlineTimer deadline(20'000);
-    while (!condition()) {
-        if (deadline.hasExpired()) return false;
-        QCoreApplication::processEvents(QEventLoop::AllEvents, 20);
-    }
-    return true;
-}
-
-QApplication& application() {
-    static int argc = 1;
-    static char name[] = "test";
-    static char* argv[] = {name, nullptr};
-    qputenv("QT_QPA_PLATFORM", "offscreen");
-    static QApplication app(argc, argv);
-    QApplication::setQuitOnLastWindowClosed(false);
-    return app;
-}
-
-class AppDelegateTest : public testing::Test {
-protected:
-    AppDelegateTest() {
-        application();
-        delegate = std::make_unique<AppDelegate>(desktop.record());
-        QObject::connect(delegate.get(), &AppDelegate::readyToTerminate, [this] { ++terminations; });
-        delegate->applicationDidFinishLaunching();
-    }
-
-    void record() {
-        delegate->startRecording();
-        ASSERT_TRUE(loopUntil([&] { return delegate->isRecording(); }));
-    }
-
-    std::ptrdiff_t stopsLogged() const { return countOf("kasto: stopped "); }
-    std::ptrdiff_t countOf(const std::string& beginning) const {
-        return std::ranges::count_if(log.all(),
-                                     [&](const auto& line) { return line.starts_with(beginning); });
-    }
-
-    static QMessageBox* alert() {
-        for (auto* widget : QApplication::topLevelWidgets())
-            if (auto* box = qobject_cast<QMessageBox*>(widget); box && box->isVisible()) return box;
-        return nullptr;
-    }
-
-    FakeDesktop desktop;
-    LogLines log;
-    int terminations = 0;
-    std::unique_ptr<AppDelegate> delegate;
-};
+class AppDelegateTest : public ControllerTest {};
 
 TEST_F(AppDelegateTest, tellsTheVersionAndItsRightsAtLaunch) {
     EXPECT_EQ(log.count("kasto: launched ?, screenAccess=true ax=false"), 1);

@@ -10,6 +10,7 @@ class X11ScreenAccess : public ScreenAccess {
 public:
     bool preflight() const override { return true; }
     void request() override {}
+    std::optional<std::string> settingsLink() const override { return std::nullopt; }
     bool accessibilityTrusted() const override { return false; }
 };
 

@@ -1,0 +1,72 @@
+#pragma once
+
+#include "shell/AppDelegate.h"
+#include "support/FakeDesktop.h"
+#include "support/LogLines.h"
+
+#include <gtest/gtest.h>
+
+#include <QApplication>
+#include <QDeadlineTimer>
+#include <algorithm>
+#include <memory>
+#include <string>
+
+namespace kasto::test {
+
+// Runs the event loop until the condition holds; false if it has not come about within a time that only a
+// hanging program needs.
+template <class Condition>
+bool loopUntil(Condition&& condition) {
+    const QDeadlineTimer deadline(20'000);
+    while (!condition()) {
+        if (deadline.hasExpired()) return false;
+        QCoreApplication::processEvents(QEventLoop::AllEvents, 20);
+    }
+    return true;
+}
+
+inline QApplication& application() {
+    static int argc = 1;
+    static char name[] = "test";
+    static char* argv[] = {name, nullptr};
+    qputenv("QT_QPA_PLATFORM", "offscreen");
+    static QApplication app(argc, argv);
+    QApplication::setQuitOnLastWindowClosed(false);
+    return app;
+}
+
+// A launched controller on a desktop of fakes.
+class ControllerTest : public testing::Test {
+protected:
+    ControllerTest() {
+        application();
+        delegate = std::make_unique<AppDelegate>(desktop.record());
+        QObject::connect(delegate.get(), &AppDelegate::readyToTerminate, [this] { ++terminations; });
+        delegate->applicationDidFinishLaunching();
+    }
+
+    void record() {
+        delegate->startRecording();
+        ASSERT_TRUE(loopUntil([&] { return delegate->isRecording(); }));
+    }
+
+    std::ptrdiff_t stopsLogged() const { return countOf("kasto: stopped "); }
+    std::ptrdiff_t countOf(const std::string& beginning) const {
+        return std::ranges::count_if(log.all(),
+                                     [&](const auto& line) { return line.starts_with(beginning); });
+    }
+
+    static QMessageBox* alert() {
+        for (auto* widget : QApplication::topLevelWidgets())
+            if (auto* box = qobject_cast<QMessageBox*>(widget); box && box->isVisible()) return box;
+        return nullptr;
+    }
+
+    FakeDesktop desktop;
+    LogLines log;
+    int terminations = 0;
+    std::unique_ptr<AppDelegate> delegate;
+};
+
+}  // namespace kasto::test
