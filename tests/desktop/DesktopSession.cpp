@@ -4,8 +4,10 @@
 
 #include <algorithm>
 #include <array>
+#include <csignal>
 #include <sstream>
 #include <stdexcept>
+#include <string_view>
 
 namespace kasto::test {
 
@@ -50,6 +52,12 @@ ChildProcess DesktopSession::startKasto() const {
     auto kasto = start({KASTO});
     if (!waitForLog(" launched ", before + 1)) throw std::runtime_error("kasto did not start");
     return kasto;
+}
+
+void DesktopSession::killXServer() const {
+    constexpr std::string_view kName = "X_SERVER_PID=";
+    for (const auto& variable : environment_)
+        if (variable.starts_with(kName)) ::kill(std::stoi(variable.substr(kName.size())), SIGKILL);
 }
 
 bool DesktopSession::waitForLog(const std::string& text, std::size_t times) const {

@@ -35,6 +35,9 @@ public:
     // Starts kasto; returns when it is ready for commands.
     ChildProcess startKasto() const;
 
+    // Ends the X server as a crash does.
+    void killXServer() const;
+
     // Waits until the program has logged so many lines that hold this text; false if it does not.
     bool waitForLog(const std::string& text, std::size_t times = 1) const;
     std::size_t timesLogged(const std::string& text) const;
