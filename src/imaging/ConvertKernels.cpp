@@ -80,10 +80,12 @@ HWY_INLINE Levels added(const Levels& a, const Levels& b) {
     return {hn::Add(a.blueRed, b.blueRed), hn::Add(a.greenAlpha, b.greenAlpha)};
 }
 
+// Puts the even lanes of a vector before its odd ones.
+template <int kLanes>
 struct EvenThenOdd {
-    alignas(64) std::int32_t lanes[kMaxPixels];
-    explicit EvenThenOdd(int count) {
-        for (int i = 0; i < count; ++i) lanes[i] = i < count / 2 ? 2 * i : 2 * i - count + 1;
+    alignas(64) std::int32_t lanes[kLanes] = {};
+    constexpr EvenThenOdd() {
+        for (int i = 0; i < kLanes; ++i) lanes[i] = i < kLanes / 2 ? 2 * i : 2 * i - kLanes + 1;
     }
 };
 
@@ -119,8 +121,8 @@ HWY_INLINE void convertBlock(const Pixel* upper, const Pixel* lower, const Lanes
 void convertRowPair(const Pixel* upper, const Pixel* lower, int count, std::uint8_t* upperLuma,
                     std::uint8_t* lowerLuma, std::uint8_t* blueChroma, std::uint8_t* redChroma) {
     const int lanes = pixelsPerVector();
-    const EvenThenOdd evenThenOdd(lanes);
-    const auto order = hn::SetTableIndices(Integers(), evenThenOdd.lanes);
+    static constexpr EvenThenOdd<hn::MaxLanes(Words())> kEvenThenOdd;
+    const auto order = hn::SetTableIndices(Integers(), kEvenThenOdd.lanes);
     int i = 0;
     for (; i + 2 * lanes <= count; i += 2 * lanes) {
         convertBlock(upper + i, lower + i, order,

@@ -13,13 +13,9 @@ namespace kasto {
 
 namespace {
 
-// What one strip of the target may take of a core's second level cache.
-constexpr int kStripBytes = 128 * 1024;
-constexpr int kMaxStripRows = 64;
-
-int stripRowsFor(int width) {
-    return std::clamp(kStripBytes / (width * static_cast<int>(sizeof(Pixel))) / 2 * 2, 2, kMaxStripRows);
-}
+// A thread's share at a time: small enough to spread evenly, large enough that what strips have in common
+// (the source rows at their seams) counts little.
+constexpr int kStripRows = 32;
 
 }  // namespace
 
@@ -31,11 +27,10 @@ public:
     void render(const Image& image, PixelBuffer& target, const Rect& bounds) {
         plan_.compile(image, target.width(), target.height(), bounds);
         rows_ = target.height();
-        stripRows_ = stripRowsFor(target.width());
-        const int strips = (rows_ + stripRows_ - 1) / stripRows_;
+        const int strips = (rows_ + kStripRows - 1) / kStripRows;
         const int workers = std::min(pool_.workers(), strips);
         for (int i = 0; i < workers; ++i) {
-            painters_[static_cast<std::size_t>(i)].begin(plan_, target, stripRows_);
+            painters_[static_cast<std::size_t>(i)].begin(plan_, target);
         }
         nextStrip_ = 0;
         pool_.run(workers, &Engine::paint, this);
@@ -46,9 +41,9 @@ private:
         auto& engine = *static_cast<Engine*>(context);
         StripPainter& painter = engine.painters_[static_cast<std::size_t>(worker)];
         while (true) {
-            const int top = engine.nextStrip_.fetch_add(1, std::memory_order_relaxed) * engine.stripRows_;
+            const int top = engine.nextStrip_.fetch_add(1, std::memory_order_relaxed) * kStripRows;
             if (top >= engine.rows_) return;
-            painter.paint(top, std::min(top + engine.stripRows_, engine.rows_));
+            painter.paint(top, std::min(top + kStripRows, engine.rows_));
         }
     }
 
@@ -56,7 +51,6 @@ private:
     RenderPlan plan_;
     std::vector<StripPainter> painters_;
     int rows_ = 0;
-    int stripRows_ = 2;
     std::atomic<int> nextStrip_ = 0;
 };
 

@@ -45,6 +45,10 @@ void overRow(const Pixel* source, int count, Pixel* row);
 void colorOverRow(const FineColor& color, int count, Pixel* row);
 void gradientOverRow(const GradientRun& run, int count, Pixel* row);
 
+// row = foreground up to the gradient's inner radius, background from the outer one on, mixed between.
+void mixRowByGradient(const GradientRun& run, const Pixel* foreground, const Pixel* background, int count,
+                      Pixel* row);
+
 // row = foreground where the mask's alpha is full, background where it is none, mixed between.
 void mixRow(const Pixel* foreground, const Pixel* background, const Pixel* mask, int count, Pixel* row);
 
@@ -62,8 +66,9 @@ void interpolateRows(const Pixel* a, const Pixel* b, std::uint16_t fraction, Pix
 void averageRows(const Pixel* const* sources, const std::uint16_t* weights, int taps, Pixel alpha, int count,
                  Pixel* row);
 
-// row[i] = sum of source[first[i] + k] * weights[k * stride + i] / 65536
-void averageColumns(const Pixel* source, const std::int32_t* first, const std::uint16_t* weights, int stride,
+// row[i] = sum of source[first[i] + k] * weights[k * stride + i] / 65536 (held twice in the word). The places
+// ascend; the tables hold kRowPadding more entries, and up to kRowPadding pixels after the last are read.
+void averageColumns(const Pixel* source, const std::int32_t* first, const std::uint32_t* weights, int stride,
                     int taps, int count, Pixel* row);
 
 }  // namespace kernels

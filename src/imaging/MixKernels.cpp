@@ -27,32 +27,67 @@ void overRow(const Pixel* source, int count, Pixel* row) {
 
 void colorOverRow(const FineColor& color, int count, Pixel* row) {
     const auto fine = fineColor(color);
-    const auto alpha = alphaWeights(fine);
+    const auto alpha = alphaWeights(color);
     mapRow(
         count, row, [&](int, Pixels background) HWY_ATTR { return over(fine, alpha, background); }, row);
 }
 
+// How far the pixels of a run are from the inner radius (0) to the outer one (65535).
+class GradientPlaces {
+public:
+    HWY_INLINE explicit GradientPlaces(const GradientRun& run)
+        : run_(run),
+          lanesX_(hn::MulAdd(hn::Iota(floats_, 0.0F), hn::Set(floats_, run.stepX),
+                             hn::Set(floats_, run.firstX))) {}
+
+    HWY_INLINE Channels16 at(int i) const {
+        const auto x = hn::Add(lanesX_, hn::Set(floats_, run_.stepX * static_cast<float>(i)));
+        const auto distance = hn::Sqrt(hn::MulAdd(x, x, hn::Set(floats_, run_.squaredY)));
+        const auto place = hn::Mul(hn::Sub(distance, hn::Set(floats_, run_.radius0)),
+                                   hn::Set(floats_, run_.perRadius * kFull));
+        const auto clamped = hn::Min(hn::Max(place, hn::Zero(floats_)), hn::Set(floats_, kFull));
+        const auto word = hn::BitCast(Words(), hn::NearestInt(clamped));
+        return halves(hn::Or(word, hn::ShiftLeft<16>(word)));
+    }
+
+private:
+    static constexpr float kFull = 65535.0F;
+    hn::RebindToFloat<Words> floats_;
+    const GradientRun& run_;
+    hn::Vec<hn::RebindToFloat<Words>> lanesX_;
+};
+
 void gradientOverRow(const GradientRun& run, int count, Pixel* row) {
-    const hn::RebindToFloat<Words> floats;
+    const GradientPlaces places(run);
     const auto inner = fineColor(run.inner);
+    const auto innerAlpha = alphaWeights(run.inner);
+    if ((run.outer.blueRed | run.outer.greenAlpha) == 0) {
+        const auto fading = [&](int i, Pixels background) HWY_ATTR {
+            const auto nearness = hn::Not(places.at(i));
+            return over(scaledBy(inner, nearness), hn::MulHigh(innerAlpha, nearness), background);
+        };
+        mapRow(count, row, fading, row);
+        return;
+    }
     const auto outer = fineColor(run.outer);
-    const auto lanesX = hn::Mul(hn::Iota(floats, 0.0F), hn::Set(floats, run.stepX));
-    const auto squaredY = hn::Set(floats, run.squaredY);
-    const auto radius0 = hn::Set(floats, run.radius0);
-    const auto perRadius = hn::Set(floats, run.perRadius * 65535.0F);
-    const auto all = hn::Set(floats, 65535.0F);
+    const auto outerAlpha = alphaWeights(run.outer);
+    const auto blending = [&](int i, Pixels background) HWY_ATTR {
+        const auto place = places.at(i);
+        const auto alpha =
+            hn::SaturatedAdd(hn::MulHigh(innerAlpha, hn::Not(place)), hn::MulHigh(outerAlpha, place));
+        return over(between(inner, outer, place), alpha, background);
+    };
+    mapRow(count, row, blending, row);
+}
+
+void mixRowByGradient(const GradientRun& run, const Pixel* foreground, const Pixel* background, int count,
+                      Pixel* row) {
+    const GradientPlaces places(run);
     mapRow(
         count, row,
-        [&](int i, Pixels background) HWY_ATTR {
-            const auto x = hn::Add(lanesX, hn::Set(floats, run.firstX + run.stepX * static_cast<float>(i)));
-            const auto distance = hn::Sqrt(hn::MulAdd(x, x, squaredY));
-            const auto place = hn::Mul(hn::Sub(distance, radius0), perRadius);
-            const auto clamped = hn::Min(hn::Max(place, hn::Zero(floats)), all);
-            const auto weight = hn::BitCast(Words(), hn::NearestInt(clamped));
-            const auto color = between(inner, outer, halves(hn::Or(weight, hn::ShiftLeft<16>(weight))));
-            return over(color, alphaWeights(color), background);
-        },
-        row);
+        [&](int i, Pixels front, Pixels back)
+            HWY_ATTR { return join(between(split(front), split(back), places.at(i))); },
+        foreground, background);
 }
 
 void mixRow(const Pixel* foreground, const Pixel* background, const Pixel* mask, int count, Pixel* row) {
@@ -73,6 +108,7 @@ HWY_EXPORT(copyRow);
 HWY_EXPORT(overRow);
 HWY_EXPORT(colorOverRow);
 HWY_EXPORT(gradientOverRow);
+HWY_EXPORT(mixRowByGradient);
 HWY_EXPORT(mixRow);
 
 void kernels::copyRow(const Pixel* source, Pixel alpha, int count, Pixel* row) {
@@ -89,6 +125,11 @@ void kernels::colorOverRow(const FineColor& color, int count, Pixel* row) {
 
 void kernels::gradientOverRow(const GradientRun& run, int count, Pixel* row) {
     HWY_DYNAMIC_DISPATCH(gradientOverRow)(run, count, row);
+}
+
+void kernels::mixRowByGradient(const GradientRun& run, const Pixel* foreground, const Pixel* background,
+                               int count, Pixel* row) {
+    HWY_DYNAMIC_DISPATCH(mixRowByGradient)(run, foreground, background, count, row);
 }
 
 void kernels::mixRow(const Pixel* foreground, const Pixel* background, const Pixel* mask, int count,

@@ -44,8 +44,8 @@ HWY_INLINE FinePixels split(Pixels pixels) {
 HWY_INLINE Pixels join(FinePixels fine) {
     const auto half = hn::Set(Halves(), 130);
     const auto blueRed = hn::ShiftRight<8>(hn::SaturatedAdd(fine.blueRed, half));
-    const auto greenAlpha = hn::And(hn::SaturatedAdd(fine.greenAlpha, half), hn::Set(Halves(), 0xFF00));
-    return hn::BitCast(Words(), hn::Or(blueRed, greenAlpha));
+    const auto greenAlpha = hn::SaturatedAdd(fine.greenAlpha, half);
+    return hn::BitCast(Words(), hn::OrAnd(blueRed, greenAlpha, hn::Set(Halves(), 0xFF00)));
 }
 
 // Scales by weights of 65536 parts; those of a pixel stand in both halves of its word.
@@ -73,29 +73,43 @@ HWY_INLINE Channels16 alphaWeights(Pixels pixels) {
     return hn::BitCast(Halves(), hn::TableLookupBytes(bytes, hn::LoadDup128(Bytes(), kAlphas)));
 }
 
-HWY_INLINE Channels16 alphaWeights(FinePixels fine) {
-    const auto alpha = hn::ShiftRight<16>(hn::BitCast(Words(), fine.greenAlpha));
-    const auto full = hn::Add(alpha, hn::ShiftRight<8>(alpha));
-    return halves(hn::Or(full, hn::ShiftLeft<16>(full)));
+// Of one colour.
+HWY_INLINE Channels16 alphaWeights(const FineColor& color) {
+    const auto alpha = color.greenAlpha >> 16;
+    return hn::Set(Halves(), static_cast<std::uint16_t>(alpha + (alpha >> 8)));
 }
 
-// out[i] = f(i, inputs[i]...), the last few by way of copies, so that nothing beyond the row is touched.
+// The first `count` pixels of a vector, fewer than it holds; nothing beyond them is touched.
+HWY_INLINE Pixels loadFirst(const Pixel* from, int count) {
+    const Words words;
+#if HWY_TARGET <= HWY_AVX2
+    return hn::MaskedLoad(hn::FirstN(words, static_cast<std::size_t>(count)), words, from);
+#else
+    HWY_ALIGN Pixel padded[kMaxPixels] = {};
+    std::copy_n(from, count, padded);
+    return hn::Load(words, padded);
+#endif
+}
+
+HWY_INLINE void storeFirst(Pixels pixels, Pixel* to, int count) {
+    const Words words;
+#if HWY_TARGET <= HWY_AVX2
+    hn::BlendedStore(pixels, hn::FirstN(words, static_cast<std::size_t>(count)), words, to);
+#else
+    HWY_ALIGN Pixel padded[kMaxPixels];
+    hn::Store(pixels, words, padded);
+    std::copy_n(padded, count, to);
+#endif
+}
+
+// out[i] = f(i, inputs[i]...)
 template <class F, class... Inputs>
 HWY_INLINE void mapRow(int count, Pixel* out, F f, const Inputs*... inputs) {
     const Words words;
     const int lanes = pixelsPerVector();
     int i = 0;
     for (; i + lanes <= count; i += lanes) hn::StoreU(f(i, hn::LoadU(words, inputs + i)...), words, out + i);
-    if (i == count) return;
-    const auto rest = static_cast<std::size_t>(count - i);
-    const auto loadRest = [&](const Pixel* input) HWY_ATTR {
-        HWY_ALIGN Pixel padded[kMaxPixels] = {};
-        std::copy_n(input + i, rest, padded);
-        return hn::Load(words, padded);
-    };
-    HWY_ALIGN Pixel padded[kMaxPixels];
-    hn::Store(f(i, loadRest(inputs)...), words, padded);
-    std::copy_n(padded, rest, out + i);
+    if (i < count) storeFirst(f(i, loadFirst(inputs + i, count - i)...), out + i, count - i);
 }
 
 }  // namespace kasto::HWY_NAMESPACE

@@ -32,16 +32,35 @@ const T* as(const ImageNode* node) {
 
 }  // namespace
 
-Gradient::Run Gradient::columns(double radius, int row, Run within) const {
+ColumnRun Gradient::columns(double radius, int row, ColumnRun within) const {
     const double y = (row + 0.5 - centerY) / scaleY;
     const double squared = radius * radius - y * y;
     if (squared <= 0) return {within.begin, within.begin};
     const double half = std::sqrt(squared) * scaleX;
+    // Columns are never negative, so that conversion rounds down.
     const auto clamped = [&](double column) {
         return static_cast<int>(
             std::clamp(column, static_cast<double>(within.begin), static_cast<double>(within.end)));
     };
-    return {clamped(std::floor(centerX - half - 0.5)), clamped(std::ceil(centerX + half + 0.5))};
+    return {clamped(centerX - half - 0.5), clamped(centerX + half + 1.5)};
+}
+
+ColumnRun Gradient::columnsInside(double radius, int row, ColumnRun within) const {
+    const ColumnRun around = columns(radius, row, {within.begin - 2, within.end + 2});
+    return ColumnRun{around.begin + 2, around.end - 2}.intersection(within);
+}
+
+GradientRun Gradient::run(int row, int column) const {
+    const double y = (row + 0.5 - centerY) / scaleY;
+    return {
+        .firstX = static_cast<float>((column + 0.5 - centerX) / scaleX),
+        .stepX = static_cast<float>(1 / scaleX),
+        .squaredY = static_cast<float>(y * y),
+        .radius0 = static_cast<float>(radius0),
+        .perRadius = static_cast<float>(1 / (radius1 - radius0)),
+        .inner = inner,
+        .outer = outer,
+    };
 }
 
 // Walks the recipe from the top down. `layer` is drawn to; layers from `freeLayer` on may be used.
@@ -119,7 +138,7 @@ private:
         if (view.clip.isEmpty()) return std::nullopt;
         const FineColor fine = fineColor(color);
         const bool isOpaque = color.alpha >= 1;
-        plan_.solids_.push_back({fine, wholeColor(fine), isOpaque});
+        plan_.solids_.push_back({fine, wholeColor(fine)});
         return Draw{Draw::Leaf::solid, plan_.solids_.size() - 1, view.clip, isOpaque || onFreshLayer};
     }
 
@@ -243,8 +262,8 @@ void RenderPlan::compile(const Image& image, int width, int height, const Rect& 
     compiler.draw(image, {{1, 1, -bounds.x, bounds.y + height}, whole}, 0, 1);
 }
 
-Gradient::Run RenderPlan::touchedColumns(const Step& step, int top, int bottom) const {
-    const Gradient::Run whole{step.box.x, step.box.maxX()};
+ColumnRun RenderPlan::touchedColumns(const Step& step, int top, int bottom) const {
+    const ColumnRun whole = columnsOf(step.box);
     const bool isDisc = step.kind == Step::Kind::drawDisc;
     if (!isDisc && !(step.kind == Step::Kind::draw && step.drawing.leaf == Draw::Leaf::gradient))
         return whole;
@@ -252,6 +271,17 @@ Gradient::Run RenderPlan::touchedColumns(const Step& step, int top, int bottom) 
     if (!gradient.vanishesOutside) return whole;
     const int widest = std::clamp(static_cast<int>(std::floor(gradient.centerY)), top, bottom - 1);
     return gradient.columns(gradient.radius1, widest, whole);
+}
+
+ColumnRun RenderPlan::coveredColumns(const Step& step, int row) const {
+    const bool isDisc = step.kind == Step::Kind::drawDisc;
+    const bool isDrawing = isDisc || step.kind == Step::Kind::draw;
+    if (!isDrawing || step.layer != 0 || !step.drawing.replaces || !holdsRow(step.drawing.box, row))
+        return {};
+    const ColumnRun columns = columnsOf(step.drawing.box);
+    if (!isDisc) return columns;
+    const Gradient& disc = gradients_[step.disc];
+    return disc.columnsInside(disc.radius0, row, columns);
 }
 
 }  // namespace kasto

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "base/Geometry.h"
+#include "imaging/ColumnRun.h"
 #include "imaging/Image.h"
 #include "imaging/ImageNode.h"
 #include "imaging/Kernels.h"
@@ -16,7 +17,6 @@ namespace kasto {
 struct Solid {
     FineColor fine;
     Pixel pixel = 0;
-    bool isOpaque = false;
 };
 
 // A radial gradient in the target: an ellipse where the axes are scaled differently.
@@ -32,13 +32,16 @@ struct Gradient {
     bool isOpaqueInside = false;
     bool vanishesOutside = false;
 
-    // Columns [begin, end) inside `within` that hold every centre nearer than a radius on a row (and at most
-    // one more at each end).
-    struct Run {
-        int begin = 0;
-        int end = 0;
-    };
-    Run columns(double radius, int row, Run within) const;
+    // The columns inside `within` that hold every centre nearer than a radius on a row, and at most one more
+    // at each end.
+    ColumnRun columns(double radius, int row, ColumnRun within) const;
+
+    // The columns inside `within` whose centres are all nearer than a radius on a row, but for at most one at
+    // each end.
+    ColumnRun columnsInside(double radius, int row, ColumnRun within) const;
+
+    // What the kernels need to know of a row from one column on.
+    GradientRun run(int row, int column) const;
 };
 
 // A picture without parts, drawn inside a box.
@@ -58,7 +61,7 @@ struct Step {
         copy,      // `other` to the layer
         mix,       // `other` over the layer's pixels, by the alpha of `mask`
         drawDisc,  // `drawing` instead of the layer's pixels, by the alpha of gradient `disc`, which is full
-                   // inside and ends outside
+                   // inside its inner radius and none outside the other
     };
     Kind kind = Kind::clear;
     int layer = 0;
@@ -85,7 +88,10 @@ public:
     int layerCount() const { return layerCount_; }
 
     // The columns of a step that its rows [top, bottom) may change.
-    Gradient::Run touchedColumns(const Step& step, int top, int bottom) const;
+    ColumnRun touchedColumns(const Step& step, int top, int bottom) const;
+
+    // The columns of a row of the target where a step leaves nothing to be seen of what was there before.
+    ColumnRun coveredColumns(const Step& step, int row) const;
 
 private:
     struct View {

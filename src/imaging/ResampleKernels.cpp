@@ -7,11 +7,13 @@
 HWY_BEFORE_NAMESPACE();
 namespace kasto::HWY_NAMESPACE {
 
+using Signed = hn::RebindToSigned<Words>;
+
 // As many target pixels as a vector holds lie between as many source pixels and their right neighbours.
 HWY_INLINE Pixels enlargeVector(const Pixel* source, const std::int32_t* left,
                                 const std::uint32_t* fraction) {
     const Words words;
-    const hn::RebindToSigned<Words> integers;
+    const Signed integers;
     const auto lanes =
         hn::IndicesFromVec(words, hn::Sub(hn::LoadU(integers, left), hn::Set(integers, left[0])));
     const auto a = hn::TableLookupLanes(hn::LoadU(words, source), lanes);
@@ -61,18 +63,72 @@ void averageRows(const Pixel* const* sources, const std::uint16_t* weights, int 
     const int lanes = pixelsPerVector();
     int i = 0;
     for (; i + lanes <= count; i += lanes) {
-        hn::StoreU(average([&](const Pixel* source) HWY_ATTR { return hn::LoadU(words, source + i); }), words,
-                   row + i);
+        const auto load = [&](const Pixel* source) HWY_ATTR { return hn::LoadU(words, source + i); };
+        hn::StoreU(average(load), words, row + i);
     }
     if (i == count) return;
-    const auto rest = static_cast<std::size_t>(count - i);
-    HWY_ALIGN Pixel padded[kMaxPixels] = {};
-    const auto loadRest = [&](const Pixel* source) HWY_ATTR {
-        std::copy_n(source + i, rest, padded);
-        return hn::Load(words, padded);
+    const auto load = [&](const Pixel* source) HWY_ATTR { return loadFirst(source + i, count - i); };
+    storeFirst(average(load), row + i, count - i);
+}
+
+// `pick` gives the pixels of tap 0, 1, … at their places.
+template <class Pick>
+HWY_INLINE Pixels weightedSum(Pick pick, const std::uint32_t* weights, int stride, int taps) {
+    const Words words;
+    auto total = scaledBy(split(pick(0)), halves(hn::LoadU(words, weights)));
+    for (int k = 1; k < taps; ++k) {
+        total = sum(total, scaledBy(split(pick(k)), halves(hn::LoadU(words, weights + k * stride))));
+    }
+    return join(total);
+}
+
+// One vector of target pixels, whose first source pixels lie within some vectors of the source from
+// `source` on.
+HWY_INLINE Pixels averageVector(const Pixel* source, const std::int32_t* first, const std::uint32_t* weights,
+                                int stride, int taps) {
+    const Words words;
+    const Signed integers;
+    const int lanes = pixelsPerVector();
+    const auto places = hn::Sub(hn::LoadU(integers, first), hn::Set(integers, first[0]));
+    const auto order = hn::IndicesFromVec(words, hn::And(places, hn::Set(integers, lanes - 1)));
+    const auto pickWindow = [&](int k, int window) HWY_ATTR {
+        return hn::TableLookupLanes(hn::LoadU(words, source + k + window * lanes), order);
     };
-    hn::Store(average(loadRest), words, padded);
-    std::copy_n(padded, rest, row + i);
+    const auto isBeyond = [&](int window) HWY_ATTR {
+        return hn::RebindMask(words, hn::Gt(places, hn::Set(integers, window * lanes - 1)));
+    };
+    const int windows = (first[lanes - 1] - first[0]) / lanes + 1;
+    if (windows == 1) {
+        return weightedSum([&](int k) HWY_ATTR { return pickWindow(k, 0); }, weights, stride, taps);
+    }
+    const auto isSecond = isBeyond(1);
+    if (windows == 2) {
+        const auto pick = [&](int k) HWY_ATTR {
+            return hn::IfThenElse(isSecond, pickWindow(k, 1), pickWindow(k, 0));
+        };
+        return weightedSum(pick, weights, stride, taps);
+    }
+    const auto pick = [&](int k) HWY_ATTR {
+        auto pixels = hn::IfThenElse(isSecond, pickWindow(k, 1), pickWindow(k, 0));
+        for (int window = 2; window < windows; ++window) {
+            pixels = hn::IfThenElse(isBeyond(window), pickWindow(k, window), pixels);
+        }
+        return pixels;
+    };
+    return weightedSum(pick, weights, stride, taps);
+}
+
+void averageColumns(const Pixel* source, const std::int32_t* first, const std::uint32_t* weights, int stride,
+                    int taps, int count, Pixel* row) {
+    const int lanes = pixelsPerVector();
+    for (int i = 0; i < count; i += lanes) {
+        const auto pixels = averageVector(source + first[i], first + i, weights + i, stride, taps);
+        if (i + lanes <= count) {
+            hn::StoreU(pixels, Words(), row + i);
+        } else {
+            storeFirst(pixels, row + i, count - i);
+        }
+    }
 }
 
 }  // namespace kasto::HWY_NAMESPACE
@@ -84,6 +140,7 @@ namespace kasto {
 HWY_EXPORT(enlargeRow);
 HWY_EXPORT(interpolateRows);
 HWY_EXPORT(averageRows);
+HWY_EXPORT(averageColumns);
 
 void kernels::enlargeRow(const Pixel* source, int width, const std::int32_t* left,
                          const std::uint32_t* fraction, int count, Pixel* row) {
@@ -100,21 +157,9 @@ void kernels::averageRows(const Pixel* const* sources, const std::uint16_t* weig
     HWY_DYNAMIC_DISPATCH(averageRows)(sources, weights, taps, alpha, count, row);
 }
 
-void kernels::averageColumns(const Pixel* source, const std::int32_t* first, const std::uint16_t* weights,
+void kernels::averageColumns(const Pixel* source, const std::int32_t* first, const std::uint32_t* weights,
                              int stride, int taps, int count, Pixel* row) {
-    constexpr std::uint64_t kHalf = 0x0000'8000'0000'8000;
-    for (int i = 0; i < count; ++i) {
-        std::uint64_t blueRed = kHalf;  // one channel in each half
-        std::uint64_t greenAlpha = kHalf;
-        for (int k = 0; k < taps; ++k) {
-            const std::uint64_t pixel = source[first[i] + k];
-            const std::uint64_t weight = weights[k * stride + i];
-            blueRed += ((pixel & 0xFF) | (pixel & 0xFF0000) << 16) * weight;
-            greenAlpha += ((pixel >> 8 & 0xFF) | (pixel >> 24) << 32) * weight;
-        }
-        row[i] = static_cast<Pixel>((blueRed >> 16 & 0xFF) | (blueRed >> 48 << 16) |
-                                    (greenAlpha >> 16 & 0xFF) << 8 | greenAlpha >> 48 << 24);
-    }
+    HWY_DYNAMIC_DISPATCH(averageColumns)(source, first, weights, stride, taps, count, row);
 }
 
 }  // namespace kasto

@@ -69,9 +69,9 @@ void average(const Mapping& map, Resampling::Axis& axis) {
     const int taps = std::min(static_cast<int>(std::ceil(length)) + 1, map.sourceCount);
     const auto count = static_cast<std::size_t>(map.count);
     axis.taps = taps;
-    axis.stride = map.count;
-    axis.first.resize(count);
-    axis.weights.assign(count * static_cast<std::size_t>(taps), 0);
+    axis.stride = map.count + kRowPadding;
+    axis.first.resize(count + kRowPadding);
+    axis.weights.resize(static_cast<std::size_t>(axis.stride * taps));
     for (int i = 0; i < map.count; ++i) {
         const double begin = map.toSource(map.first + i + 0.5) - length / 2;
         const double end = begin + length;
@@ -87,9 +87,11 @@ void average(const Mapping& map, Resampling::Axis& axis) {
                 k == taps - 1 ? kWholeWeight : std::llround(covered / length * kWholeWeight);
             const auto weight = std::clamp<std::int64_t>(upTo - given, 0, kWholeWeight - 1);
             given = upTo;
-            axis.weights[static_cast<std::size_t>(k * map.count + i)] = static_cast<std::uint16_t>(weight);
+            axis.weights[static_cast<std::size_t>(k * axis.stride + i)] =
+                static_cast<std::uint32_t>(weight | weight << 16);
         }
     }
+    std::fill_n(axis.first.begin() + map.count, kRowPadding, axis.first[count - 1]);
 }
 
 Resampling::Way wayOf(const Mapping& map) {

@@ -58,7 +58,7 @@ public:
         int offset = 0;                       // copy: the first source pixel
         std::vector<std::int32_t> first;      // interpolate, average: the first source pixel of each
         std::vector<std::uint32_t> fraction;  // interpolate: of the second one, twice in the word
-        std::vector<std::uint16_t> weights;   // average: of the first ones, then of the second ones, …
+        std::vector<std::uint32_t> weights;   // average: of the first ones, then of the second ones, …
         int taps = 1;
         int stride = 0;  // entries from one tap to the next
     };

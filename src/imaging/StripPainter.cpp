@@ -1,76 +1,44 @@
 #include "imaging/StripPainter.h"
 
 #include <algorithm>
-#include <cmath>
-#include <new>
 
 namespace kasto {
 
 namespace {
 
-constexpr std::align_val_t kVectorAlignment{64};
+// Rows that are composed and converted together: as many as share their chroma.
+constexpr int kBandRows = 2;
+
+// Rows for which it is found out together what has to be done: about the size of a pulse's parts.
+constexpr int kLookRows = 8;
 
 // Columns are composed or converted by groups of this many, so that most vectors are whole.
 constexpr int kColumnGroup = 32;
 
-int size(Gradient::Run run) { return std::max(0, run.end - run.begin); }
-
-Gradient::Run common(Gradient::Run a, Gradient::Run b) {
-    return {std::max(a.begin, b.begin), std::min(a.end, b.end)};
+ColumnRun wholeGroups(ColumnRun columns, int width) {
+    const int end = (columns.end + kColumnGroup - 1) / kColumnGroup * kColumnGroup;
+    return {columns.begin / kColumnGroup * kColumnGroup, std::min(end, width)};
 }
-
-Gradient::Run columnsOf(const PixelRect& box) { return {box.x, box.maxX()}; }
-
-bool holdsRow(const PixelRect& box, int row) { return row >= box.y && row < box.maxY(); }
 
 }  // namespace
 
-void PixelMemory::Free::operator()(Pixel* pixels) const { ::operator delete(pixels, kVectorAlignment); }
-
-void PixelMemory::reserve(std::size_t pixels) {
-    if (pixels <= capacity_) return;
-    pixels_.reset(static_cast<Pixel*>(::operator new(pixels * sizeof(Pixel), kVectorAlignment)));
-    capacity_ = pixels;
-}
-
-void StripPainter::begin(const RenderPlan& plan, PixelBuffer& target, int stripRows) {
+void StripPainter::begin(const RenderPlan& plan, PixelBuffer& target) {
     plan_ = &plan;
     target_ = &target;
     isPlanar_ = target.format() == PixelFormat::i420;
+    const Step& first = plan.steps().front();
+    convertsBase_ = isPlanar_ && first.kind == Step::Kind::draw && first.drawing.leaf == Draw::Leaf::pixels &&
+                    plan.resampling(first.drawing.index).way() == Resampling::Way::copy;
+
     const auto width = static_cast<std::size_t>(target.width());
-    stride_ = static_cast<std::ptrdiff_t>((width + kColumnGroup - 1) / kColumnGroup * kColumnGroup);
-    layerSize_ = stride_ * stripRows;
+    stride_ = wholeGroups({0, target.width() + kColumnGroup - 1}, target.width() + kColumnGroup).end;
     const int ownLayers = plan.layerCount() - (isPlanar_ ? 0 : 1);
-    layers_.reserve(static_cast<std::size_t>(layerSize_ * ownLayers));
+    layers_.reserve(static_cast<std::size_t>(stride_ * kBandRows * ownLayers));
     drawn_.reserve(width);
     saved_.reserve(width);
-    masks_.reserve(width);
-    touched_.reserve(plan.steps().size());
-
-    const Step& first = plan.steps().front();
-    copiesBase_ = first.kind == Step::Kind::draw && first.drawing.leaf == Draw::Leaf::pixels &&
-                  plan.resampling(first.drawing.index).way() == Resampling::Way::copy;
-
-    std::size_t longest = 0;
-    std::size_t mostTaps = 0;
-    if (enlarged_.size() < plan.resamplingCount()) enlarged_.resize(plan.resamplingCount());
-    for (std::size_t i = 0; i < plan.resamplingCount(); ++i) {
-        const Resampling& picture = plan.resampling(i);
-        if (picture.way() == Resampling::Way::average) {
-            longest = std::max(longest, static_cast<std::size_t>(picture.sourceWidth()));
-            mostTaps = std::max(mostTaps, static_cast<std::size_t>(picture.rows().taps));
-        } else if (picture.way() == Resampling::Way::interpolate) {
-            EnlargedRows& rows = enlarged_[i];
-            const auto length = static_cast<std::size_t>(picture.box().width) + kRowPadding;
-            rows.memory.reserve(2 * length);
-            rows.pixels[0] = rows.memory.data();
-            rows.pixels[1] = rows.pixels[0] + length;
-            rows.sourceRows[0] = rows.sourceRows[1] = -1;
-        }
-    }
-    averaged_.reserve(longest);
-    if (averagedFrom_.size() < mostTaps) averagedFrom_.resize(mostTaps);
-    if (averagedBy_.size() < mostTaps) averagedBy_.resize(mostTaps);
+    active_.reserve(plan.steps().size());
+    touched_.reserve(plan.steps().size() + 1);
+    for (std::size_t i = 0; i < plan.resamplingCount(); ++i) pictures_.prepare(i, plan.resampling(i));
 }
 
 Pixel* StripPainter::layerRow(int layer, int row) const {
@@ -79,80 +47,107 @@ Pixel* StripPainter::layerRow(int layer, int row) const {
         if (layer == 0) return reinterpret_cast<Pixel*>(plane.data + row * plane.strideBytes);
         --layer;
     }
-    return layers_.data() + layer * layerSize_ + (row - top_) * stride_;
+    return layers_.data() + (layer * kBandRows + row - top_) * stride_;
 }
 
 void StripPainter::paint(int top, int bottom) {
-    top_ = top;
-    const Run whole{0, target_->width()};
-    if (!isPlanar_ || !copiesBase_) {
-        paintColumns(whole, top, bottom);
-        if (isPlanar_) convert(whole, top, bottom, false);
-        return;
+    for (int look = top; look < bottom; look += kLookRows) {
+        const int lookEnd = std::min(look + kLookRows, bottom);
+        findActive(look, lookEnd);
+        for (int row = look; row < lookEnd; row += kBandRows)
+            paintBand(row, std::min(row + kBandRows, lookEnd));
     }
-    findTouched(top, bottom);
-    int done = 0;
-    for (const Run& columns : touched_) {
-        convert({done, columns.begin}, top, bottom, true);
-        paintColumns(columns, top, bottom);
-        convert(columns, top, bottom, false);
-        done = columns.end;
-    }
-    convert({done, whole.end}, top, bottom, true);
 }
 
-// The columns where more is to be seen than the lowest picture, in ascending order.
-void StripPainter::findTouched(int top, int bottom) {
+void StripPainter::findActive(int top, int bottom) {
+    active_.clear();
     touched_.clear();
-    const auto& steps = plan_->steps();
-    for (std::size_t i = 1; i < steps.size(); ++i) {
-        const int first = std::max(top, steps[i].box.y);
-        const int last = std::min(bottom, steps[i].box.maxY());
-        if (first >= last) continue;
-        Run columns = plan_->touchedColumns(steps[i], first, last);
-        if (size(columns) == 0) continue;
-        columns.begin = columns.begin / kColumnGroup * kColumnGroup;
-        columns.end =
-            std::min((columns.end + kColumnGroup - 1) / kColumnGroup * kColumnGroup, target_->width());
-        touched_.push_back(columns);
-    }
-    std::sort(touched_.begin(), touched_.end(), [](Run a, Run b) { return a.begin < b.begin; });
-    std::size_t kept = 0;
-    for (std::size_t i = 1; i < touched_.size(); ++i) {
-        if (touched_[i].begin <= touched_[kept].end) {
-            touched_[kept].end = std::max(touched_[kept].end, touched_[i].end);
-        } else {
-            touched_[++kept] = touched_[i];
-        }
-    }
-    if (!touched_.empty()) touched_.resize(kept + 1);
-}
-
-void StripPainter::paintColumns(Run columns, int top, int bottom) {
     for (const Step& step : plan_->steps()) {
-        const Run inStep = common(columns, columnsOf(step.box));
-        if (size(inStep) == 0) continue;
         const int first = std::max(top, step.box.y);
         const int last = std::min(bottom, step.box.maxY());
-        for (int row = first; row < last; ++row) carryOut(step, row, inStep);
+        if (first >= last) continue;
+        active_.push_back(&step);
+        if (!convertsBase_ || active_.size() == 1) continue;
+        const ColumnRun columns = plan_->touchedColumns(step, first, last);
+        if (!columns.isEmpty()) touched_.push_back(wholeGroups(columns, target_->width()));
+    }
+    if (convertsBase_) {
+        uniteTouched();
+    } else {
+        touched_.push_back({0, target_->width()});
     }
 }
 
-void StripPainter::carryOut(const Step& step, int row, Run columns) {
+void StripPainter::uniteTouched() {
+    if (touched_.empty()) return;
+    std::sort(touched_.begin(), touched_.end(), [](ColumnRun a, ColumnRun b) { return a.begin < b.begin; });
+    auto last = touched_.begin();
+    for (const ColumnRun columns : touched_) {
+        if (columns.begin <= last->end) {
+            last->end = std::max(last->end, columns.end);
+        } else {
+            *++last = columns;
+        }
+    }
+    touched_.erase(last + 1, touched_.end());
+}
+
+void StripPainter::paintBand(int top, int bottom) {
+    top_ = top;
+    int done = 0;
+    for (const ColumnRun columns : touched_) {
+        convertUntouched({done, columns.begin});
+        for (int row = top; row < bottom; ++row) paintRow(row, columns);
+        if (isPlanar_) {
+            convert(columns, layerRow(0, top) + columns.begin, layerRow(0, top + 1) + columns.begin);
+        }
+        done = columns.end;
+    }
+    convertUntouched({done, target_->width()});
+}
+
+// What a picture on top hides is not drawn at all.
+void StripPainter::paintRow(int row, ColumnRun columns) {
+    const Step* cover = nullptr;
+    ColumnRun hidden{columns.end, columns.end};
+    for (const Step* step : active_) {
+        if (step->kind == Step::Kind::copy) break;  // what it takes is seen again further on
+        const ColumnRun covered = plan_->coveredColumns(*step, row).intersection(columns);
+        if (covered.isEmpty()) continue;
+        cover = step;
+        hidden = covered;
+    }
+    bool isBelow = cover != nullptr;
+    for (const Step* step : active_) {
+        if (step == cover) isBelow = false;
+        if (!holdsRow(step->box, row)) continue;
+        const ColumnRun inStep = columns.intersection(columnsOf(step->box));
+        if (isBelow) {
+            carryOut(*step, row, inStep.intersection({columns.begin, hidden.begin}));
+            carryOut(*step, row, inStep.intersection({hidden.end, columns.end}));
+        } else {
+            carryOut(*step, row, inStep);
+        }
+    }
+}
+
+void StripPainter::carryOut(const Step& step, int row, ColumnRun columns) {
+    if (columns.isEmpty()) return;
     Pixel* const target = layerRow(step.layer, row);
     switch (step.kind) {
         case Step::Kind::clear:
-            std::fill_n(target + columns.begin, size(columns), 0);
+            std::fill_n(target + columns.begin, columns.count(), 0);
             break;
         case Step::Kind::draw:
-            drawRow(step.drawing, row, columns, target);
+            draw(step.drawing, row, columns, target);
             break;
         case Step::Kind::copy:
-            std::copy_n(layerRow(step.other, row) + columns.begin, size(columns), target + columns.begin);
+            std::copy_n(layerRow(step.other, row) + columns.begin, columns.count(), target + columns.begin);
             break;
         case Step::Kind::mix:
             kernels::mixRow(layerRow(step.other, row) + columns.begin, target + columns.begin,
-                            layerRow(step.mask, row) + columns.begin, size(columns), target + columns.begin);
+                            layerRow(step.mask, row) + columns.begin, columns.count(),
+                            target + columns.begin);
             break;
         case Step::Kind::drawDisc:
             drawDisc(step, row, columns);
@@ -160,165 +155,72 @@ void StripPainter::carryOut(const Step& step, int row, Run columns) {
     }
 }
 
-void StripPainter::convert(Run columns, int top, int bottom, bool isUntouched) {
-    if (size(columns) == 0) return;
+// Straight from the lowest picture.
+void StripPainter::convertUntouched(ColumnRun columns) {
+    if (!convertsBase_ || columns.isEmpty()) return;
+    const Resampling& base = plan_->resampling(plan_->steps().front().drawing.index);
+    convert(columns, base.copiedFrom(top_, columns.begin), base.copiedFrom(top_ + 1, columns.begin));
+}
+
+void StripPainter::convert(ColumnRun columns, const Pixel* upper, const Pixel* lower) {
     const Plane& luma = target_->plane(0);
     const Plane& blue = target_->plane(1);
     const Plane& red = target_->plane(2);
-    const auto composed = [&](int row) -> const Pixel* {
-        if (!isUntouched) return layerRow(0, row) + columns.begin;
-        return plan_->resampling(plan_->steps().front().drawing.index).copiedFrom(row, columns.begin);
-    };
-    for (int row = top; row < bottom; row += 2) {
-        std::uint8_t* const upper = luma.data + row * luma.strideBytes + columns.begin;
-        kernels::convertRowPair(composed(row), composed(row + 1), size(columns), upper,
-                                upper + luma.strideBytes,
-                                blue.data + row / 2 * blue.strideBytes + columns.begin / 2,
-                                red.data + row / 2 * red.strideBytes + columns.begin / 2);
-    }
+    std::uint8_t* const upperLuma = luma.data + top_ * luma.strideBytes + columns.begin;
+    kernels::convertRowPair(upper, lower, columns.count(), upperLuma, upperLuma + luma.strideBytes,
+                            blue.data + top_ / 2 * blue.strideBytes + columns.begin / 2,
+                            red.data + top_ / 2 * red.strideBytes + columns.begin / 2);
 }
 
-void StripPainter::drawRow(const Draw& drawing, int row, Run columns, Pixel* target) {
-    columns = common(columns, columnsOf(drawing.box));
-    if (size(columns) == 0 || !holdsRow(drawing.box, row)) return;
-    switch (drawing.leaf) {
-        case Draw::Leaf::solid: {
-            const Solid& solid = plan_->solid(drawing.index);
-            if (drawing.replaces) {
-                std::fill_n(target + columns.begin, size(columns), solid.pixel);
-            } else {
-                kernels::colorOverRow(solid.fine, size(columns), target + columns.begin);
-            }
-            break;
+void StripPainter::draw(const Draw& drawing, int row, ColumnRun columns, Pixel* target) {
+    columns = columns.intersection(columnsOf(drawing.box));
+    if (columns.isEmpty() || !holdsRow(drawing.box, row)) return;
+    if (drawing.leaf == Draw::Leaf::gradient) {
+        drawGradient(plan_->gradient(drawing.index), row, columns, target);
+    } else if (drawing.leaf == Draw::Leaf::solid) {
+        const Solid& solid = plan_->solid(drawing.index);
+        if (drawing.replaces) {
+            std::fill_n(target + columns.begin, columns.count(), solid.pixel);
+        } else {
+            kernels::colorOverRow(solid.fine, columns.count(), target + columns.begin);
         }
-        case Draw::Leaf::gradient:
-            drawGradient(plan_->gradient(drawing.index), row, columns, target);
-            break;
-        case Draw::Leaf::pixels:
-            if (drawing.replaces) {
-                drawPixels(drawing.index, row, columns, target);
-            } else {
-                drawPixels(drawing.index, row, columns, drawn_.data());
-                kernels::overRow(drawn_.data() + columns.begin, size(columns), target + columns.begin);
-            }
-            break;
+    } else if (drawing.replaces) {
+        pictures_.draw(drawing.index, row, columns, target);
+    } else {
+        pictures_.draw(drawing.index, row, columns, drawn_.data());
+        kernels::overRow(drawn_.data() + columns.begin, columns.count(), target + columns.begin);
     }
 }
 
-void StripPainter::drawGradient(const Gradient& gradient, int row, Run columns, Pixel* target) {
+void StripPainter::drawGradient(const Gradient& gradient, int row, ColumnRun columns, Pixel* target) {
     if (gradient.vanishesOutside) columns = gradient.columns(gradient.radius1, row, columns);
-    if (size(columns) == 0) return;
-    const double y = (row + 0.5 - gradient.centerY) / gradient.scaleY;
-    const GradientRun run{
-        .firstX = static_cast<float>((columns.begin + 0.5 - gradient.centerX) / gradient.scaleX),
-        .stepX = static_cast<float>(1 / gradient.scaleX),
-        .squaredY = static_cast<float>(y * y),
-        .radius0 = static_cast<float>(gradient.radius0),
-        .perRadius = static_cast<float>(1 / (gradient.radius1 - gradient.radius0)),
-        .inner = gradient.inner,
-        .outer = gradient.outer,
-    };
-    kernels::gradientOverRow(run, size(columns), target + columns.begin);
+    if (columns.isEmpty()) return;
+    kernels::gradientOverRow(gradient.run(row, columns.begin), columns.count(), target + columns.begin);
 }
 
 // The layer's pixels are kept where the disc has its soft edge, replaced all along, and mixed there.
-void StripPainter::drawDisc(const Step& step, int row, Run columns) {
+void StripPainter::drawDisc(const Step& step, int row, ColumnRun columns) {
     const Gradient& disc = plan_->gradient(step.disc);
     columns = disc.columns(disc.radius1, row, columns);
-    if (size(columns) == 0) return;
-    Run inside = disc.columns(disc.radius0, row, columns);
-    // The columns at both ends of the run may have their centres outside.
-    inside = {std::min(inside.begin + 2, columns.end), std::max(inside.end - 2, columns.begin)};
-    if (size(inside) == 0) inside = {columns.end, columns.end};
-    const Run edges[2] = {{columns.begin, inside.begin}, {inside.end, columns.end}};
+    if (columns.isEmpty()) return;
+    ColumnRun inside = disc.columnsInside(disc.radius0, row, columns);
+    if (inside.isEmpty()) inside = {columns.end, columns.end};
+    const ColumnRun edges[2] = {{columns.begin, inside.begin}, {inside.end, columns.end}};
 
     Pixel* const target = layerRow(step.layer, row);
-    for (const Run& edge : edges) std::copy_n(target + edge.begin, size(edge), saved_.data() + edge.begin);
-    const Run drawn = holdsRow(step.drawing.box, row) ? common(columns, columnsOf(step.drawing.box))
-                                                      : Run{columns.end, columns.end};
-    if (size(drawn) < size(columns)) std::fill_n(target + columns.begin, size(columns), 0);
-    drawRow(step.drawing, row, columns, target);
-    for (const Run& edge : edges) {
-        if (size(edge) == 0) continue;
-        std::fill_n(masks_.data() + edge.begin, size(edge), 0);
-        drawGradient(disc, row, edge, masks_.data());
-        kernels::mixRow(target + edge.begin, saved_.data() + edge.begin, masks_.data() + edge.begin,
-                        size(edge), target + edge.begin);
+    for (const ColumnRun edge : edges) {
+        std::copy_n(target + edge.begin, edge.count(), saved_.data() + edge.begin);
     }
-}
-
-void StripPainter::drawPixels(std::size_t index, int row, Run columns, Pixel* target) {
-    const Resampling& picture = plan_->resampling(index);
-    switch (picture.way()) {
-        case Resampling::Way::copy:
-            kernels::copyRow(picture.copiedFrom(row, columns.begin), picture.addedAlpha(), size(columns),
-                             target + columns.begin);
-            break;
-        case Resampling::Way::interpolate:
-            drawInterpolated(index, row, columns, target);
-            break;
-        case Resampling::Way::average:
-            drawAveraged(picture, row, columns, target);
-            break;
+    const ColumnRun drawn = columns.intersection(columnsOf(step.drawing.box));
+    if (drawn.count() < columns.count() || !holdsRow(step.drawing.box, row)) {
+        std::fill_n(target + columns.begin, columns.count(), 0);
     }
-}
-
-void StripPainter::drawInterpolated(std::size_t index, int row, Run columns, Pixel* target) {
-    const Resampling& picture = plan_->resampling(index);
-    const Resampling::Axis& rows = picture.rows();
-    const int line = row - picture.box().y;
-    const int column = columns.begin - picture.box().x;
-    int upper = rows.offset + line;
-    std::uint32_t fraction = 0;
-    if (rows.way == Resampling::Way::interpolate) {
-        upper = rows.first[static_cast<std::size_t>(line)];
-        fraction = rows.fraction[static_cast<std::size_t>(line)] & 0xFFFF;
+    draw(step.drawing, row, columns, target);
+    for (const ColumnRun edge : edges) {
+        if (edge.isEmpty()) continue;
+        kernels::mixRowByGradient(disc.run(row, edge.begin), target + edge.begin, saved_.data() + edge.begin,
+                                  edge.count(), target + edge.begin);
     }
-    if (fraction == 0) {
-        kernels::copyRow(enlargedRow(index, upper, upper) + column, picture.addedAlpha(), size(columns),
-                         target + columns.begin);
-        return;
-    }
-    const Pixel* const above = enlargedRow(index, upper, upper + 1);
-    const Pixel* const below = enlargedRow(index, upper + 1, upper);
-    kernels::interpolateRows(above + column, below + column, static_cast<std::uint16_t>(fraction),
-                             picture.addedAlpha(), size(columns), target + columns.begin);
-}
-
-// A row of the picture as wide as in the target; the row `keep` is not given up for it.
-const Pixel* StripPainter::enlargedRow(std::size_t index, int sourceRow, int keep) {
-    const Resampling& picture = plan_->resampling(index);
-    const Resampling::Axis& columns = picture.columns();
-    if (columns.way == Resampling::Way::copy) return picture.sourceRow(sourceRow) + columns.offset;
-    EnlargedRows& rows = enlarged_[index];
-    for (int i = 0; i < 2; ++i) {
-        if (rows.sourceRows[i] == sourceRow) return rows.pixels[i];
-    }
-    const int place = rows.sourceRows[0] == keep ? 1 : 0;
-    rows.sourceRows[place] = sourceRow;
-    kernels::enlargeRow(picture.sourceRow(sourceRow), picture.sourceWidth(), columns.first.data(),
-                        columns.fraction.data(), picture.box().width, rows.pixels[place]);
-    return rows.pixels[place];
-}
-
-void StripPainter::drawAveraged(const Resampling& picture, int row, Run columns, Pixel* target) {
-    const Resampling::Axis& down = picture.rows();
-    const Resampling::Axis& across = picture.columns();
-    const int line = row - picture.box().y;
-    const int column = columns.begin - picture.box().x;
-    const int firstRow = down.first[static_cast<std::size_t>(line)];
-    const int firstColumn = across.first[static_cast<std::size_t>(column)];
-    const int lastColumn =
-        across.first[static_cast<std::size_t>(column + size(columns) - 1)] + across.taps - 1;
-    for (int k = 0; k < down.taps; ++k) {
-        const auto tap = static_cast<std::size_t>(k);
-        averagedFrom_[tap] = picture.sourceRow(firstRow + k) + firstColumn;
-        averagedBy_[tap] = down.weights[static_cast<std::size_t>(k * down.stride + line)];
-    }
-    kernels::averageRows(averagedFrom_.data(), averagedBy_.data(), down.taps, picture.addedAlpha(),
-                         lastColumn - firstColumn + 1, averaged_.data() + firstColumn);
-    kernels::averageColumns(averaged_.data(), across.first.data() + column, across.weights.data() + column,
-                            across.stride, across.taps, size(columns), target + columns.begin);
 }
 
 }  // namespace kasto

@@ -1,80 +1,56 @@
 #pragma once
 
+#include "imaging/ColumnRun.h"
 #include "imaging/Kernels.h"
+#include "imaging/PictureRows.h"
 #include "imaging/PixelBuffer.h"
+#include "imaging/PixelMemory.h"
 #include "imaging/RenderPlan.h"
 
 #include <cstddef>
-#include <memory>
 #include <vector>
 
 namespace kasto {
 
-// Memory for pixels that only ever grows. Contents are lost when it does.
-class PixelMemory {
-public:
-    // At least that many pixels, aligned for vectors.
-    void reserve(std::size_t pixels);
-    Pixel* data() const { return pixels_.get(); }
-
-private:
-    struct Free {
-        void operator()(Pixel* pixels) const;
-    };
-    std::unique_ptr<Pixel, Free> pixels_;
-    std::size_t capacity_ = 0;
-};
-
-// Carries out a plan for strips of the target, one thread's share at a time. Layers hold one strip each; they
-// and the enlarged rows of pictures stay in the cache.
+// Carries out a plan for strips of the target, one thread's share at a time. A strip is worked through in
+// bands of two rows, from left to right: the lowest picture is read as it lies in memory, and the layers,
+// which hold one band each, stay in the first level cache.
 class StripPainter {
 public:
     // Gets ready for the strips of one render. The plan and the target have to stay until the last one.
-    void begin(const RenderPlan& plan, PixelBuffer& target, int stripRows);
+    void begin(const RenderPlan& plan, PixelBuffer& target);
 
-    // Draws the target's rows [top, bottom); an even number of rows and not more than announced.
+    // Draws the target's rows [top, bottom), for i420 an even number from an even one on.
     void paint(int top, int bottom);
 
 private:
-    using Run = Gradient::Run;
+    void findActive(int top, int bottom);
+    void uniteTouched();
+    void paintBand(int top, int bottom);
+    void paintRow(int row, ColumnRun columns);
+    void carryOut(const Step& step, int row, ColumnRun columns);
+    void convertUntouched(ColumnRun columns);
+    void convert(ColumnRun columns, const Pixel* upper, const Pixel* lower);
 
-    // The two enlarged rows a picture's target row lies between.
-    struct EnlargedRows {
-        PixelMemory memory;
-        Pixel* pixels[2] = {};
-        int sourceRows[2] = {-1, -1};
-    };
-
+    void draw(const Draw& drawing, int row, ColumnRun columns, Pixel* target);
+    void drawGradient(const Gradient& gradient, int row, ColumnRun columns, Pixel* target);
+    void drawDisc(const Step& step, int row, ColumnRun columns);
     Pixel* layerRow(int layer, int row) const;
-    void findTouched(int top, int bottom);
-    void paintColumns(Run columns, int top, int bottom);
-    void carryOut(const Step& step, int row, Run columns);
-    void convert(Run columns, int top, int bottom, bool isUntouched);
-
-    void drawRow(const Draw& drawing, int row, Run columns, Pixel* target);
-    void drawGradient(const Gradient& gradient, int row, Run columns, Pixel* target);
-    void drawDisc(const Step& step, int row, Run columns);
-    void drawPixels(std::size_t index, int row, Run columns, Pixel* target);
-    void drawInterpolated(std::size_t index, int row, Run columns, Pixel* target);
-    void drawAveraged(const Resampling& picture, int row, Run columns, Pixel* target);
-    const Pixel* enlargedRow(std::size_t index, int sourceRow, int keep);
 
     const RenderPlan* plan_ = nullptr;
     PixelBuffer* target_ = nullptr;
     bool isPlanar_ = false;
-    bool copiesBase_ = false;  // the lowest picture covers the target pixel by pixel
-    int top_ = 0;              // of the strip at hand
-    std::ptrdiff_t stride_ = 0;
-    std::ptrdiff_t layerSize_ = 0;
+    bool convertsBase_ = false;  // the lowest picture may be converted as it is
+    int top_ = 0;                // of the band at hand
+    std::ptrdiff_t stride_ = 0;  // of the layers
     PixelMemory layers_;
-    PixelMemory drawn_;  // rows that go over a layer
-    PixelMemory saved_;
-    PixelMemory masks_;
-    PixelMemory averaged_;
-    std::vector<const Pixel*> averagedFrom_;
-    std::vector<std::uint16_t> averagedBy_;
-    std::vector<EnlargedRows> enlarged_;  // by picture
-    std::vector<Run> touched_;
+    PixelMemory drawn_;  // a row that goes over a layer
+    PixelMemory saved_;  // a row of a layer
+    PictureRows pictures_;
+    // Of the few rows at hand: the steps that change them, and the columns where more than the lowest picture
+    // is to be seen, in ascending order.
+    std::vector<const Step*> active_;
+    std::vector<ColumnRun> touched_;
 };
 
 }  // namespace kasto
