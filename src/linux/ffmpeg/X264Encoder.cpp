@@ -2,6 +2,7 @@
 
 #include "linux/ffmpeg/EncoderPreset.h"
 #include "linux/ffmpeg/LibavEncoder.h"
+#include "linux/ffmpeg/RepeatingEncoder.h"
 
 #include <algorithm>
 #include <array>
@@ -14,10 +15,11 @@ namespace {
 // ultrafast leaves out what makes the stream High, so both are asked for. No picture waits for a later one
 // and nothing looks ahead: on screens that buys no quality, and what the encoder holds is lost in a crash.
 // Variance-driven quantisers would spend the bits on flat areas instead of text (1.9 dB on scrolling text).
+// A constant rate is told, since with varying times each picture waits for the next one's.
 // A floor for the quantiser keeps a still screen from being refined beyond what can be seen.
 constexpr const char* kParameters =
     "cabac=1:8x8dct=1:bframes=0:weightp=0:scenecut=0:rc-lookahead=0:sync-lookahead=0:mbtree=0:aq-mode=0:"
-    "qpmin=10";
+    "qpmin=10:force-cfr=1";
 
 // More of them gain little and hold back more pictures.
 constexpr unsigned kMostThreads = 8;
@@ -34,6 +36,8 @@ Result<std::unique_ptr<VideoEncoder>> openX264Encoder(const VideoInputSettings& 
                                                       const char* preset) {
     auto context = makeEncoderContext("libx264", settings);
     if (!context) return std::unexpected(context.error());
+    // All threads work on one picture: none is held back, so that repeated pictures can follow at once.
+    (*context)->thread_type = FF_THREAD_SLICE;
     (*context)->thread_count = static_cast<int>(std::min(coreCount(), kMostThreads));
     const std::array<CodecOption, 4> options{{
         {"preset", preset},
@@ -41,7 +45,9 @@ Result<std::unique_ptr<VideoEncoder>> openX264Encoder(const VideoInputSettings& 
         {"forced-idr", "1"},
         {"x264-params", kParameters},
     }};
-    return LibavEncoder::open(std::move(*context), options);
+    auto encoder = LibavEncoder::open(std::move(*context), options);
+    if (!encoder) return encoder;
+    return sparingRepeats(std::move(*encoder), settings);
 }
 
 }  // namespace kasto

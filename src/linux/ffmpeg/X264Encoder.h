@@ -4,8 +4,8 @@
 
 namespace kasto {
 
-// The software encoder. It works on several processor cores at a time and holds back as many pictures as it
-// has threads, at most. Without a preset it takes one that keeps up on this machine.
+// The software encoder. It works on several processor cores at a time, holds no picture back, and is not
+// asked again for what has not changed. Without a preset it takes one that keeps up on this machine.
 Result<std::unique_ptr<VideoEncoder>> openX264Encoder(const VideoInputSettings& settings);
 Result<std::unique_ptr<VideoEncoder>> openX264Encoder(const VideoInputSettings& settings, const char* preset);
 

@@ -1,0 +1,146 @@
+#include "linux/ffmpeg/FfmpegHandles.h"
+#include "linux/ffmpeg/X264Encoder.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <cstring>
+#include <optional>
+#include <random>
+#include <vector>
+
+namespace kasto {
+namespace {
+
+constexpr int kWidth = 208;
+constexpr int kHeight = 120;
+
+using Luma = std::vector<std::uint8_t>;
+
+// Blocks of random grey, alike enough from one seed to the next that they are predicted from each other.
+PixelBufferRef blocks(unsigned seed) {
+    auto picture = PixelBuffer::make(PixelFormat::i420, kWidth, kHeight);
+    for (int p = 1; p < 3; ++p)
+        std::memset(picture->plane(p).data, 128,
+                    static_cast<std::size_t>(picture->plane(p).strideBytes * picture->plane(p).height));
+    std::minstd_rand random(7);
+    const auto& luma = picture->plane(0);
+    for (int y = 0; y < kHeight; y += 8)
+        for (int x = 0; x < kWidth; x += 8) {
+            const auto grey = static_cast<int>(16 + (random() + (x < 64 ? seed * 37 : 0)) % 220);
+            for (int row = y; row < y + 8; ++row)
+                std::memset(luma.data + row * luma.strideBytes + x, grey, 8);
+        }
+    return picture;
+}
+
+Luma lumaOf(const std::uint8_t* data, std::ptrdiff_t stride) {
+    Luma pixels;
+    for (int y = 0; y < kHeight; ++y)
+        pixels.insert(pixels.end(), data + y * stride, data + y * stride + kWidth);
+    return pixels;
+}
+
+double difference(const Luma& a, const Luma& b) {
+    double sum = 0;
+    for (std::size_t i = 0; i < a.size(); ++i) sum += std::abs(a[i] - b[i]);
+    return sum / static_cast<double>(a.size());
+}
+
+// A decoder of the stream, from its beginning or any key picture.
+class Decoder {
+public:
+    explicit Decoder(std::span<const std::uint8_t> configuration)
+        : context_(avcodec_alloc_context3(avcodec_find_decoder(AV_CODEC_ID_H264))) {
+        context_->extradata =
+            static_cast<std::uint8_t*>(av_mallocz(configuration.size() + AV_INPUT_BUFFER_PADDING_SIZE));
+        std::ranges::copy(configuration, context_->extradata);
+        context_->extradata_size = static_cast<int>(configuration.size());
+        context_->err_recognition = AV_EF_EXPLODE | AV_EF_CRCCHECK | AV_EF_BITSTREAM;
+        context_->thread_count = 1;
+        EXPECT_EQ(avcodec_open2(context_.get(), nullptr, nullptr), 0);
+    }
+
+    // Exactly one picture must come out for each that goes in, at once.
+    Luma decode(const std::vector<std::uint8_t>& sample) {
+        auto bytes = sample;
+        bytes.resize(sample.size() + AV_INPUT_BUFFER_PADDING_SIZE);
+        packet_->data = bytes.data();
+        packet_->size = static_cast<int>(sample.size());
+        EXPECT_EQ(avcodec_send_packet(context_.get(), packet_.get()), 0);
+        if (avcodec_receive_frame(context_.get(), frame_.get()) != 0) {
+            ADD_FAILURE() << "no picture";
+            return {};
+        }
+        return lumaOf(frame_->data[0], frame_->linesize[0]);
+    }
+
+private:
+    CodecContextHandle context_;
+    PacketHandle packet_{av_packet_alloc()};
+    FrameHandle frame_{av_frame_alloc()};
+};
+
+struct Sample {
+    std::vector<std::uint8_t> data;
+    bool isKey;
+};
+
+class RepeatedPicturesTest : public testing::TestWithParam<const char*> {};
+
+TEST_P(RepeatedPicturesTest, DecodeAsThePictureBeforeThem) {
+    constexpr int kKeyInterval = 100;
+    auto encoder = openX264Encoder({.width = kWidth,
+                                    .height = kHeight,
+                                    .averageBitRate = 2'000'000,
+                                    .maxKeyFrameInterval = kKeyInterval,
+                                    .expectedFrameRate = 60},
+                                   GetParam());
+    ASSERT_TRUE(encoder) << encoder.error().description;
+    std::vector<Sample> samples;
+    std::vector<Luma> shown;
+    std::int64_t units = 0;
+    const PictureSink sink = [&](const EncodedPicture& picture) {
+        samples.push_back({{picture.data.begin(), picture.data.end()}, picture.isKey});
+    };
+    std::minstd_rand random(3);
+    for (unsigned change = 0; change < 12; ++change) {
+        const auto picture = blocks(change);
+        const auto stays = change == 11 ? 250 : random() % 90;
+        for (unsigned i = 0; i <= stays; ++i, units += 10) {
+            ASSERT_TRUE((*encoder)->encode(picture, units, false, sink));
+            shown.push_back(lumaOf(picture->plane(0).data, picture->plane(0).strideBytes));
+            ASSERT_EQ(samples.size(), shown.size()) << "held back";
+        }
+    }
+    ASSERT_TRUE((*encoder)->finish(sink));
+
+    constexpr std::size_t kMostBytesOfARepeat = 24;
+    Decoder whole((*encoder)->decoderConfiguration());
+    std::optional<Decoder> fromKey;
+    Luma before;
+    std::size_t repeats = 0;
+    std::size_t sinceKey = 0;
+    for (std::size_t i = 0; i < samples.size(); ++i) {
+        const auto decoded = whole.decode(samples[i].data);
+        if (samples[i].data.size() <= kMostBytesOfARepeat) {
+            ++repeats;
+            EXPECT_TRUE(decoded == before) << "picture " << i << " repeats another than the one before";
+        }
+        EXPECT_LT(difference(decoded, shown[i]), 6) << "picture " << i;
+        sinceKey = samples[i].isKey ? 0 : sinceKey + 1;
+        EXPECT_LT(sinceKey, kKeyInterval);
+        // Seeking: who begins at a key picture sees the same.
+        if (samples[i].isKey) fromKey.emplace((*encoder)->decoderConfiguration());
+        EXPECT_TRUE(fromKey->decode(samples[i].data) == decoded) << "picture " << i;
+        before = decoded;
+    }
+    EXPECT_GT(repeats, samples.size() / 3);
+}
+
+INSTANTIATE_TEST_SUITE_P(Presets, RepeatedPicturesTest,
+                         testing::Values("ultrafast", "superfast", "veryfast"));
+
+}  // namespace
+}  // namespace kasto
