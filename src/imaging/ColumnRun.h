@@ -16,6 +16,10 @@ struct ColumnRun {
     ColumnRun intersection(ColumnRun other) const {
         return {std::max(begin, other.begin), std::min(end, other.end)};
     }
+
+    // Moved outward or inward to multiples of a power of two.
+    ColumnRun alignedOut(int group) const { return {begin & -group, (end + group - 1) & -group}; }
+    ColumnRun alignedIn(int group) const { return {(begin + group - 1) & -group, end & -group}; }
 };
 
 inline ColumnRun columnsOf(const PixelRect& box) { return {box.x, box.maxX()}; }

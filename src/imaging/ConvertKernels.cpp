@@ -4,6 +4,8 @@
 // foreach_target comes first
 #include "imaging/PixelLanes-inl.h"
 
+#include <type_traits>
+
 HWY_BEFORE_NAMESPACE();
 namespace kasto::HWY_NAMESPACE {
 
@@ -45,14 +47,17 @@ HWY_INLINE Levels levels(Pixels pixels) {
     return {hn::And(halves(pixels), hn::Set(Halves(), 0x00FF)), hn::ShiftRight<8>(halves(pixels))};
 }
 
+HWY_INLINE Levels added(const Levels& a, const Levels& b) {
+    return {hn::Add(a.blueRed, b.blueRed), hn::Add(a.greenAlpha, b.greenAlpha)};
+}
+
+// The weighted sum of every pixel plus an offset, `kShift` bits to the left and ready to be cut off there.
 template <int kShift>
 HWY_INLINE Sums weighted(const Levels& levels, const Row& weights, int offset) {
     const Integers integers;
     const auto pair = [](std::int16_t low, std::int16_t high) HWY_ATTR {
-        return hn::BitCast(
-            Shorts(),
-            hn::Set(Words(), static_cast<std::uint16_t>(low) |
-                                 static_cast<std::uint32_t>(static_cast<std::uint16_t>(high)) << 16));
+        const auto bits = static_cast<std::uint32_t>(static_cast<std::uint16_t>(high)) << 16;
+        return hn::BitCast(Shorts(), hn::Set(Words(), bits | static_cast<std::uint16_t>(low)));
     };
     auto others = hn::Zero(integers);
     auto total = hn::Set(integers, (offset << kShift) + (1 << (kShift - 1)));
@@ -60,34 +65,60 @@ HWY_INLINE Sums weighted(const Levels& levels, const Row& weights, int offset) {
                                           pair(weights.blue, weights.red), total, others);
     total = hn::ReorderWidenMulAccumulate(integers, hn::BitCast(Shorts(), levels.greenAlpha),
                                           pair(weights.green, 0), total, others);
-    return hn::ShiftRight<kShift>(hn::RearrangeToOddPlusEven(total, others));
+    return hn::RearrangeToOddPlusEven(total, others);
 }
 
-HWY_INLINE void storeBytes(Sums values, std::uint8_t* to) {
-    const hn::Rebind<std::uint8_t, Integers> bytes;
-    hn::StoreU(hn::DemoteTo(bytes, values), bytes, to);
-}
-
-// Sums of neighbours: those of `a` in the even words, those of `b` in the odd ones.
+// Neighbours put together: the pairs of `a`, then those of `b`.
 HWY_INLINE Channels16 pairSums(Channels16 a, Channels16 b) {
     const Words words;
     const auto wordsA = hn::BitCast(words, a);
     const auto wordsB = hn::BitCast(words, b);
-    return hn::Add(halves(hn::OddEven(wordsB, wordsA)), halves(hn::Shuffle2301(hn::OddEven(wordsA, wordsB))));
+    return hn::Add(halves(hn::ConcatEven(words, wordsB, wordsA)),
+                   halves(hn::ConcatOdd(words, wordsB, wordsA)));
 }
 
-HWY_INLINE Levels added(const Levels& a, const Levels& b) {
-    return {hn::Add(a.blueRed, b.blueRed), hn::Add(a.greenAlpha, b.greenAlpha)};
+HWY_INLINE Levels pairSums(const Levels& a, const Levels& b) {
+    return {pairSums(a.blueRed, b.blueRed), pairSums(a.greenAlpha, b.greenAlpha)};
 }
 
-// Puts the even lanes of a vector before its odd ones.
-template <int kLanes>
-struct EvenThenOdd {
-    alignas(64) std::int32_t lanes[kLanes] = {};
-    constexpr EvenThenOdd() {
-        for (int i = 0; i < kLanes; ++i) lanes[i] = i < kLanes / 2 ? 2 * i : 2 * i - kLanes + 1;
+// Where the four bytes of 128 bits' words go: all first ones, then all second ones, and so on.
+alignas(16) constexpr std::uint8_t kByteOrder[16] = {0, 4, 8, 12, 1, 5, 9, 13, 2, 6, 10, 14, 3, 7, 11, 15};
+
+// Does the same for the 128 bits' quarters in the whole vector.
+template <int kWords>
+struct QuarterOrder {
+    alignas(64) std::int32_t lanes[kWords] = {};
+    constexpr QuarterOrder() {
+        for (int i = 0; i < kWords; ++i) lanes[i] = i % (kWords / 4) * 4 + i / (kWords / 4);
     }
 };
+
+// The bytes above bit `kShift` of four vectors, one vector after the other.
+template <int kShift>
+HWY_INLINE hn::Vec<Bytes> packed(Sums sums0, Sums sums1, Sums sums2, Sums sums3) {
+    static_assert(kShift > 8 && kShift < 24);
+    const Words words;
+    const auto byte = [&](std::uint32_t number) HWY_ATTR { return hn::Set(words, 0xFFU << 8 * number); };
+    const auto moved = [&](Sums sums, auto shift) HWY_ATTR {
+        const auto bits = hn::BitCast(words, sums);
+        constexpr int kLeft = decltype(shift)::value - kShift;
+        if constexpr (kLeft < 0) {
+            return hn::ShiftRight<-kLeft>(bits);
+        } else {
+            return hn::ShiftLeft<kLeft>(bits);
+        }
+    };
+    auto bits = moved(sums0, std::integral_constant<int, 0>());
+    bits = hn::OrAnd(bits, moved(sums1, std::integral_constant<int, 8>()), byte(1));
+    bits = hn::OrAnd(bits, moved(sums2, std::integral_constant<int, 16>()), byte(2));
+    bits = hn::OrAnd(bits, moved(sums3, std::integral_constant<int, 24>()), byte(3));
+
+    static constexpr QuarterOrder<hn::MaxLanes(words)> kQuarterOrder;
+    const auto quarters =
+        hn::TableLookupBytes(hn::BitCast(Bytes(), bits), hn::LoadDup128(Bytes(), kByteOrder));
+    return hn::BitCast(Bytes(), hn::TableLookupLanes(hn::BitCast(words, quarters),
+                                                     hn::SetTableIndices(words, kQuarterOrder.lanes)));
+}
 
 struct Planes {
     std::uint8_t* upperLuma;
@@ -96,46 +127,64 @@ struct Planes {
     std::uint8_t* redChroma;
 };
 
-// Two vectors of each row.
-template <class Lanes>
-HWY_INLINE void convertBlock(const Pixel* upper, const Pixel* lower, const Lanes& order, const Planes& to) {
+constexpr int kBlockVectors = 4;
+
+struct BlockRow {
+    Levels vector0;
+    Levels vector1;
+    Levels vector2;
+    Levels vector3;
+};
+
+HWY_INLINE BlockRow loadRow(const Pixel* row) {
     const Words words;
     const int lanes = pixelsPerVector();
-    const Levels upper0 = levels(hn::LoadU(words, upper));
-    const Levels upper1 = levels(hn::LoadU(words, upper + lanes));
-    const Levels lower0 = levels(hn::LoadU(words, lower));
-    const Levels lower1 = levels(hn::LoadU(words, lower + lanes));
-    storeBytes(weighted<15>(upper0, kLuma, 16), to.upperLuma);
-    storeBytes(weighted<15>(upper1, kLuma, 16), to.upperLuma + lanes);
-    storeBytes(weighted<15>(lower0, kLuma, 16), to.lowerLuma);
-    storeBytes(weighted<15>(lower1, kLuma, 16), to.lowerLuma + lanes);
+    return {levels(hn::LoadU(words, row)), levels(hn::LoadU(words, row + lanes)),
+            levels(hn::LoadU(words, row + 2 * lanes)), levels(hn::LoadU(words, row + 3 * lanes))};
+}
 
-    const Levels columns0 = added(upper0, lower0);
-    const Levels columns1 = added(upper1, lower1);
-    const Levels blocks{pairSums(columns0.blueRed, columns1.blueRed),
-                        pairSums(columns0.greenAlpha, columns1.greenAlpha)};
-    storeBytes(hn::TableLookupLanes(weighted<17>(blocks, kBlueChroma, 128), order), to.blueChroma);
-    storeBytes(hn::TableLookupLanes(weighted<17>(blocks, kRedChroma, 128), order), to.redChroma);
+HWY_INLINE void storeLuma(const BlockRow& row, std::uint8_t* to) {
+    hn::StoreU(packed<15>(weighted<15>(row.vector0, kLuma, 16), weighted<15>(row.vector1, kLuma, 16),
+                          weighted<15>(row.vector2, kLuma, 16), weighted<15>(row.vector3, kLuma, 16)),
+               Bytes(), to);
+}
+
+// Four vectors of each row. Chroma is the mean of 2 x 2 pixels, hence the two bits more.
+HWY_INLINE void convertBlock(const Pixel* upper, const Pixel* lower, const Planes& to) {
+    const BlockRow upperRow = loadRow(upper);
+    const BlockRow lowerRow = loadRow(lower);
+    storeLuma(upperRow, to.upperLuma);
+    storeLuma(lowerRow, to.lowerLuma);
+
+    const Levels left =
+        pairSums(added(upperRow.vector0, lowerRow.vector0), added(upperRow.vector1, lowerRow.vector1));
+    const Levels right =
+        pairSums(added(upperRow.vector2, lowerRow.vector2), added(upperRow.vector3, lowerRow.vector3));
+    const auto chroma =
+        packed<17>(weighted<17>(left, kBlueChroma, 128), weighted<17>(right, kBlueChroma, 128),
+                   weighted<17>(left, kRedChroma, 128), weighted<17>(right, kRedChroma, 128));
+    const hn::Half<Bytes> half;
+    hn::StoreU(hn::LowerHalf(half, chroma), half, to.blueChroma);
+    hn::StoreU(hn::UpperHalf(half, chroma), half, to.redChroma);
 }
 
 void convertRowPair(const Pixel* upper, const Pixel* lower, int count, std::uint8_t* upperLuma,
                     std::uint8_t* lowerLuma, std::uint8_t* blueChroma, std::uint8_t* redChroma) {
-    const int lanes = pixelsPerVector();
-    static constexpr EvenThenOdd<hn::MaxLanes(Words())> kEvenThenOdd;
-    const auto order = hn::SetTableIndices(Integers(), kEvenThenOdd.lanes);
+    const int block = kBlockVectors * pixelsPerVector();
     int i = 0;
-    for (; i + 2 * lanes <= count; i += 2 * lanes) {
-        convertBlock(upper + i, lower + i, order,
+    for (; i + block <= count; i += block) {
+        convertBlock(upper + i, lower + i,
                      {upperLuma + i, lowerLuma + i, blueChroma + i / 2, redChroma + i / 2});
     }
     if (i == count) return;
     const auto rest = static_cast<std::size_t>(count - i);
-    Pixel upperRest[2 * kMaxPixels] = {};
-    Pixel lowerRest[2 * kMaxPixels] = {};
-    std::uint8_t results[4][2 * kMaxPixels];
+    constexpr std::size_t kMaxBlock = kBlockVectors * kMaxPixels;
+    Pixel upperRest[kMaxBlock] = {};
+    Pixel lowerRest[kMaxBlock] = {};
+    std::uint8_t results[4][kMaxBlock];
     std::copy_n(upper + i, rest, upperRest);
     std::copy_n(lower + i, rest, lowerRest);
-    convertBlock(upperRest, lowerRest, order, {results[0], results[1], results[2], results[3]});
+    convertBlock(upperRest, lowerRest, {results[0], results[1], results[2], results[3]});
     std::copy_n(results[0], rest, upperLuma + i);
     std::copy_n(results[1], rest, lowerLuma + i);
     std::copy_n(results[2], rest / 2, blueChroma + i / 2);

@@ -33,7 +33,7 @@ const T* as(const ImageNode* node) {
 }  // namespace
 
 ColumnRun Gradient::columns(double radius, int row, ColumnRun within) const {
-    const double y = (row + 0.5 - centerY) / scaleY;
+    const double y = (row + 0.5 - centerY) * unitsPerRow;
     const double squared = radius * radius - y * y;
     if (squared <= 0) return {within.begin, within.begin};
     const double half = std::sqrt(squared) * scaleX;
@@ -51,16 +51,11 @@ ColumnRun Gradient::columnsInside(double radius, int row, ColumnRun within) cons
 }
 
 GradientRun Gradient::run(int row, int column) const {
-    const double y = (row + 0.5 - centerY) / scaleY;
-    return {
-        .firstX = static_cast<float>((column + 0.5 - centerX) / scaleX),
-        .stepX = static_cast<float>(1 / scaleX),
-        .squaredY = static_cast<float>(y * y),
-        .radius0 = static_cast<float>(radius0),
-        .perRadius = static_cast<float>(1 / (radius1 - radius0)),
-        .inner = inner,
-        .outer = outer,
-    };
+    const double y = (row + 0.5 - centerY) * unitsPerRow;
+    GradientRun run = constant;
+    run.firstX = static_cast<float>(column + 0.5 - centerX) * run.stepX;
+    run.squaredY = static_cast<float>(y * y);
+    return run;
 }
 
 // Walks the recipe from the top down. `layer` is drawn to; layers from `freeLayer` on may be used.
@@ -131,7 +126,10 @@ private:
         const PixelRect box = reach(gradient, leaf.view.clip);
         if (box.isEmpty()) return std::nullopt;
         plan_.gradients_.push_back(gradient);
-        return Draw{Draw::Leaf::gradient, plan_.gradients_.size() - 1, box, false};
+        return Draw{.leaf = Draw::Leaf::gradient,
+                    .index = plan_.gradients_.size() - 1,
+                    .box = box,
+                    .endsInside = gradient.vanishesOutside && box == reach(gradient, plan_.whole_)};
     }
 
     std::optional<Draw> preparedSolid(const Color& color, const View& view, bool onFreshLayer) {
@@ -139,7 +137,10 @@ private:
         const FineColor fine = fineColor(color);
         const bool isOpaque = color.alpha >= 1;
         plan_.solids_.push_back({fine, wholeColor(fine)});
-        return Draw{Draw::Leaf::solid, plan_.solids_.size() - 1, view.clip, isOpaque || onFreshLayer};
+        return Draw{.leaf = Draw::Leaf::solid,
+                    .index = plan_.solids_.size() - 1,
+                    .box = view.clip,
+                    .replaces = isOpaque || onFreshLayer};
     }
 
     std::optional<Draw> preparedPixels(const PixelBuffer& buffer, const View& view, bool onFreshLayer) {
@@ -149,27 +150,33 @@ private:
         if (plan_.resamplingCount_ == plan_.resamplings_.size()) plan_.resamplings_.emplace_back();
         Resampling& resampling = plan_.resamplings_[plan_.resamplingCount_];
         resampling.prepare(buffer, view.placement, box);
-        return Draw{Draw::Leaf::pixels, plan_.resamplingCount_++, box, resampling.isOpaque() || onFreshLayer};
+        return Draw{.leaf = Draw::Leaf::pixels,
+                    .index = plan_.resamplingCount_++,
+                    .box = box,
+                    .replaces = resampling.isOpaque() || onFreshLayer};
     }
 
     static Gradient placed(const ImageNode::RadialGradient& gradient, const Placement& at) {
         return {.centerX = at.tx + at.sx * gradient.center.x,
                 .centerY = at.ty - at.sy * gradient.center.y,
                 .scaleX = at.sx,
-                .scaleY = at.sy,
+                .unitsPerRow = 1 / at.sy,
                 .radius0 = gradient.radius0,
                 .radius1 = gradient.radius1,
-                .inner = fineColor(gradient.inner),
-                .outer = fineColor(gradient.outer),
                 .isOpaqueInside = gradient.inner.alpha >= 1,
-                .vanishesOutside = gradient.outer.alpha <= 0};
+                .vanishesOutside = gradient.outer.alpha <= 0,
+                .constant = {.stepX = static_cast<float>(1 / at.sx),
+                             .radius0 = static_cast<float>(gradient.radius0),
+                             .perRadius = static_cast<float>(1 / (gradient.radius1 - gradient.radius0)),
+                             .inner = fineColor(gradient.inner),
+                             .outer = fineColor(gradient.outer)}};
     }
 
     // The part of the clip outside of which the gradient is transparent.
     static PixelRect reach(const Gradient& gradient, const PixelRect& clip) {
         if (!gradient.vanishesOutside) return clip;
         const double radius = gradient.radius1;
-        const Placement circle{gradient.scaleX, gradient.scaleY, gradient.centerX, gradient.centerY};
+        const Placement circle{gradient.scaleX, 1 / gradient.unitsPerRow, gradient.centerX, gradient.centerY};
         return coveredPixels({-radius, -radius, 2 * radius, 2 * radius}, circle, clip);
     }
 
@@ -256,10 +263,10 @@ void RenderPlan::compile(const Image& image, int width, int height, const Rect& 
     gradients_.clear();
     resamplingCount_ = 0;
     layerCount_ = 1;
-    const PixelRect whole{0, 0, width, height};
+    whole_ = {0, 0, width, height};
     Compiler compiler(*this);
-    compiler.beginLayer(0, whole);
-    compiler.draw(image, {{1, 1, -bounds.x, bounds.y + height}, whole}, 0, 1);
+    compiler.beginLayer(0, whole_);
+    compiler.draw(image, {{1, 1, -bounds.x, bounds.y + height}, whole_}, 0, 1);
 }
 
 ColumnRun RenderPlan::touchedColumns(const Step& step, int top, int bottom) const {

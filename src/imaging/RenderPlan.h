@@ -24,13 +24,12 @@ struct Gradient {
     double centerX = 0;  // target pixels, the origin at the top left corner
     double centerY = 0;
     double scaleX = 1;  // target pixels to one unit of the radii
-    double scaleY = 1;
+    double unitsPerRow = 1;
     double radius0 = 0;
     double radius1 = 0;
-    FineColor inner;
-    FineColor outer;
     bool isOpaqueInside = false;
     bool vanishesOutside = false;
+    GradientRun constant;  // what is the same in all rows
 
     // The columns inside `within` that hold every centre nearer than a radius on a row, and at most one more
     // at each end.
@@ -50,7 +49,8 @@ struct Draw {
     Leaf leaf = Leaf::solid;
     std::size_t index = 0;  // in the plan's list of such leaves
     PixelRect box;
-    bool replaces = false;  // what was there before does not shine through
+    bool replaces = false;    // what was there before does not shine through
+    bool endsInside = false;  // a gradient that is transparent before it reaches the box's edges
 };
 
 // One thing to do to a layer, inside a box. Layer 0 is the target, the others are as large and temporary.
@@ -104,6 +104,7 @@ private:
     };
     class Compiler;
 
+    PixelRect whole_;
     std::vector<Step> steps_;
     std::vector<Solid> solids_;
     std::vector<Gradient> gradients_;

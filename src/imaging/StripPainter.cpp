@@ -12,13 +12,10 @@ constexpr int kBandRows = 2;
 // Rows for which it is found out together what has to be done: about the size of a pulse's parts.
 constexpr int kLookRows = 8;
 
-// Columns are composed or converted by groups of this many, so that most vectors are whole.
-constexpr int kColumnGroup = 32;
-
-ColumnRun wholeGroups(ColumnRun columns, int width) {
-    const int end = (columns.end + kColumnGroup - 1) / kColumnGroup * kColumnGroup;
-    return {columns.begin / kColumnGroup * kColumnGroup, std::min(end, width)};
-}
+// Columns are converted by groups of this many, and composed by groups of that many, where the picture does
+// not tell otherwise: vectors are whole then and lie where those before them lay.
+constexpr int kConvertedGroup = 64;
+constexpr int kComposedGroup = 16;
 
 }  // namespace
 
@@ -30,8 +27,11 @@ void StripPainter::begin(const RenderPlan& plan, PixelBuffer& target) {
     convertsBase_ = isPlanar_ && first.kind == Step::Kind::draw && first.drawing.leaf == Draw::Leaf::pixels &&
                     plan.resampling(first.drawing.index).way() == Resampling::Way::copy;
 
+    mayHide_ = std::none_of(plan.steps().begin(), plan.steps().end(),
+                            [](const Step& step) { return step.kind == Step::Kind::copy; });
+
     const auto width = static_cast<std::size_t>(target.width());
-    stride_ = wholeGroups({0, target.width() + kColumnGroup - 1}, target.width() + kColumnGroup).end;
+    stride_ = ColumnRun{0, target.width()}.alignedOut(kConvertedGroup).end;
     const int ownLayers = plan.layerCount() - (isPlanar_ ? 0 : 1);
     layers_.reserve(static_cast<std::size_t>(stride_ * kBandRows * ownLayers));
     drawn_.reserve(width);
@@ -69,7 +69,8 @@ void StripPainter::findActive(int top, int bottom) {
         active_.push_back(&step);
         if (!convertsBase_ || active_.size() == 1) continue;
         const ColumnRun columns = plan_->touchedColumns(step, first, last);
-        if (!columns.isEmpty()) touched_.push_back(wholeGroups(columns, target_->width()));
+        if (columns.isEmpty()) continue;
+        touched_.push_back(columns.alignedOut(kConvertedGroup).intersection({0, target_->width()}));
     }
     if (convertsBase_) {
         uniteTouched();
@@ -108,25 +109,21 @@ void StripPainter::paintBand(int top, int bottom) {
 
 // What a picture on top hides is not drawn at all.
 void StripPainter::paintRow(int row, ColumnRun columns) {
-    const Step* cover = nullptr;
-    ColumnRun hidden{columns.end, columns.end};
-    for (const Step* step : active_) {
-        if (step->kind == Step::Kind::copy) break;  // what it takes is seen again further on
-        const ColumnRun covered = plan_->coveredColumns(*step, row).intersection(columns);
-        if (covered.isEmpty()) continue;
-        cover = step;
-        hidden = covered;
+    std::size_t cover = 0;
+    ColumnRun hidden;
+    for (std::size_t i = mayHide_ ? active_.size() : 0; hidden.isEmpty() && i-- > 1;) {
+        cover = i;
+        hidden = plan_->coveredColumns(*active_[i], row).intersection(columns).alignedIn(kComposedGroup);
     }
-    bool isBelow = cover != nullptr;
-    for (const Step* step : active_) {
-        if (step == cover) isBelow = false;
-        if (!holdsRow(step->box, row)) continue;
-        const ColumnRun inStep = columns.intersection(columnsOf(step->box));
-        if (isBelow) {
-            carryOut(*step, row, inStep.intersection({columns.begin, hidden.begin}));
-            carryOut(*step, row, inStep.intersection({hidden.end, columns.end}));
+    for (std::size_t i = 0; i < active_.size(); ++i) {
+        const Step& step = *active_[i];
+        if (!holdsRow(step.box, row)) continue;
+        const ColumnRun inStep = columns.intersection(columnsOf(step.box));
+        if (i < cover && !hidden.isEmpty()) {
+            carryOut(step, row, inStep.intersection({columns.begin, hidden.begin}));
+            carryOut(step, row, inStep.intersection({hidden.end, columns.end}));
         } else {
-            carryOut(*step, row, inStep);
+            carryOut(step, row, inStep);
         }
     }
 }
@@ -176,7 +173,7 @@ void StripPainter::draw(const Draw& drawing, int row, ColumnRun columns, Pixel* 
     columns = columns.intersection(columnsOf(drawing.box));
     if (columns.isEmpty() || !holdsRow(drawing.box, row)) return;
     if (drawing.leaf == Draw::Leaf::gradient) {
-        drawGradient(plan_->gradient(drawing.index), row, columns, target);
+        drawGradient(drawing, row, columns, target);
     } else if (drawing.leaf == Draw::Leaf::solid) {
         const Solid& solid = plan_->solid(drawing.index);
         if (drawing.replaces) {
@@ -192,18 +189,26 @@ void StripPainter::draw(const Draw& drawing, int row, ColumnRun columns, Pixel* 
     }
 }
 
-void StripPainter::drawGradient(const Gradient& gradient, int row, ColumnRun columns, Pixel* target) {
-    if (gradient.vanishesOutside) columns = gradient.columns(gradient.radius1, row, columns);
-    if (columns.isEmpty()) return;
+void StripPainter::drawGradient(const Draw& drawing, int row, ColumnRun columns, Pixel* target) {
+    const Gradient& gradient = plan_->gradient(drawing.index);
+    if (gradient.vanishesOutside) {
+        columns = gradient.columns(gradient.radius1, row, columns);
+        if (columns.isEmpty()) return;
+        if (drawing.endsInside) {
+            columns = columns.alignedOut(kComposedGroup).intersection({0, target_->width()});
+        }
+    }
     kernels::gradientOverRow(gradient.run(row, columns.begin), columns.count(), target + columns.begin);
 }
 
 // The layer's pixels are kept where the disc has its soft edge, replaced all along, and mixed there.
 void StripPainter::drawDisc(const Step& step, int row, ColumnRun columns) {
     const Gradient& disc = plan_->gradient(step.disc);
-    columns = disc.columns(disc.radius1, row, columns);
+    const ColumnRun whole = columns;
+    columns = disc.columns(disc.radius1, row, whole);
     if (columns.isEmpty()) return;
-    ColumnRun inside = disc.columnsInside(disc.radius0, row, columns);
+    columns = columns.alignedOut(kComposedGroup).intersection(whole);
+    ColumnRun inside = disc.columnsInside(disc.radius0, row, columns).alignedIn(kComposedGroup);
     if (inside.isEmpty()) inside = {columns.end, columns.end};
     const ColumnRun edges[2] = {{columns.begin, inside.begin}, {inside.end, columns.end}};
 

@@ -33,7 +33,7 @@ private:
     void convert(ColumnRun columns, const Pixel* upper, const Pixel* lower);
 
     void draw(const Draw& drawing, int row, ColumnRun columns, Pixel* target);
-    void drawGradient(const Gradient& gradient, int row, ColumnRun columns, Pixel* target);
+    void drawGradient(const Draw& drawing, int row, ColumnRun columns, Pixel* target);
     void drawDisc(const Step& step, int row, ColumnRun columns);
     Pixel* layerRow(int layer, int row) const;
 
@@ -41,6 +41,7 @@ private:
     PixelBuffer* target_ = nullptr;
     bool isPlanar_ = false;
     bool convertsBase_ = false;  // the lowest picture may be converted as it is
+    bool mayHide_ = false;       // no step takes back what another one covered
     int top_ = 0;                // of the band at hand
     std::ptrdiff_t stride_ = 0;  // of the layers
     PixelMemory layers_;
