@@ -1,5 +1,5 @@
 // Frames as they are composed for a movie, on one thread, beside what other libraries take for the plain
-// part of the work. Names end in the height of the frame; bench/imaging-ratios sets them in relation.
+// part of the work. Names end in the height of the frame; bench/imaging-ratios sums them up.
 
 #include "AllocationCount.h"
 #include "imaging/Image.h"
@@ -13,9 +13,14 @@ extern "C" {
 #include <libswscale/swscale.h>
 }
 
+#include <algorithm>
+#include <chrono>
+#include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <random>
+#include <vector>
 
 namespace {
 
@@ -117,36 +122,32 @@ View whole() { return {1, {0, 0}}; }
 
 View zoomed(const Scene& scene) { return {2, {scene.width() * 0.22 + 0.37, scene.height() * 0.24 + 0.61}}; }
 
-void render(benchmark::State& state, double zoom, bool hasEffects) {
-    Scene scene(static_cast<int>(state.range(0)));
-    ImageContext context(1);
-    const View view = zoom == 1 ? whole() : zoomed(scene);
-    const auto once = [&] { context.render(scene.frame(view, hasEffects), scene.target(), scene.bounds()); };
-    once();
-    const long before = bench::allocationCount();
-    for (auto _ : state) once();
-    // The loop itself allocates nothing; whatever was counted belongs to the frames.
-    if (bench::allocationCount() != before) state.SkipWithError("a frame allocates memory");
+// One way to fill the scene's target; what it takes is measured.
+using Work = std::function<void()>;
+
+Work composing(Scene& scene, const View& view, bool hasEffects) {
+    auto context = std::make_shared<ImageContext>(1);
+    return [&scene, view, hasEffects, context] {
+        context->render(scene.frame(view, hasEffects), scene.target(), scene.bounds());
+    };
 }
 
-void frame(benchmark::State& state) { render(state, 1, false); }
-void frameWithEffects(benchmark::State& state) { render(state, 1, true); }
-void zoomedFrame(benchmark::State& state) { render(state, 2, false); }
-void zoomedFrameWithEffects(benchmark::State& state) { render(state, 2, true); }
+Work frame(Scene& scene) { return composing(scene, whole(), false); }
+Work frameWithEffects(Scene& scene) { return composing(scene, whole(), true); }
+Work zoomedFrame(Scene& scene) { return composing(scene, zoomed(scene), false); }
+Work zoomedFrameWithEffects(Scene& scene) { return composing(scene, zoomed(scene), true); }
 
-void convertByLibyuv(const std::uint8_t* pixels, int stride, PixelBuffer& target) {
+void convertByLibyuv(const Plane& pixels, PixelBuffer& target) {
     const Plane& y = target.plane(0);
     const Plane& u = target.plane(1);
     const Plane& v = target.plane(2);
-    libyuv::ARGBToI420(pixels, stride, y.data, static_cast<int>(y.strideBytes), u.data,
-                       static_cast<int>(u.strideBytes), v.data, static_cast<int>(v.strideBytes),
-                       target.width(), target.height());
+    libyuv::ARGBToI420(pixels.data, static_cast<int>(pixels.strideBytes), y.data,
+                       static_cast<int>(y.strideBytes), u.data, static_cast<int>(u.strideBytes), v.data,
+                       static_cast<int>(v.strideBytes), target.width(), target.height());
 }
 
-void libyuvConvert(benchmark::State& state) {
-    Scene scene(static_cast<int>(state.range(0)));
-    const Plane& screen = scene.screen().plane(0);
-    for (auto _ : state) convertByLibyuv(screen.data, static_cast<int>(screen.strideBytes), scene.target());
+Work libyuvConvert(Scene& scene) {
+    return [&scene] { convertByLibyuv(scene.screen().plane(0), scene.target()); };
 }
 
 const std::uint8_t* zoomedOrigin(const Scene& scene) {
@@ -155,50 +156,86 @@ const std::uint8_t* zoomedOrigin(const Scene& scene) {
     return screen.data + static_cast<int>(origin.y) * screen.strideBytes + static_cast<int>(origin.x) * 4;
 }
 
-void libyuvZoom(benchmark::State& state) {
-    Scene scene(static_cast<int>(state.range(0)));
+Work libyuvZoom(Scene& scene) {
     const auto scaled = PixelBuffer::make(PixelFormat::bgrx, scene.width(), scene.height());
-    const int from = static_cast<int>(scene.screen().plane(0).strideBytes);
-    const int to = static_cast<int>(scaled->plane(0).strideBytes);
-    for (auto _ : state) {
-        libyuv::ARGBScale(zoomedOrigin(scene), from, scene.width() / 2, scene.height() / 2,
-                          scaled->plane(0).data, to, scene.width(), scene.height(), libyuv::kFilterBilinear);
-        convertByLibyuv(scaled->plane(0).data, to, scene.target());
-    }
+    return [&scene, scaled] {
+        const Plane& to = scaled->plane(0);
+        libyuv::ARGBScale(zoomedOrigin(scene), static_cast<int>(scene.screen().plane(0).strideBytes),
+                          scene.width() / 2, scene.height() / 2, to.data, static_cast<int>(to.strideBytes),
+                          scene.width(), scene.height(), libyuv::kFilterBilinear);
+        convertByLibyuv(to, scene.target());
+    };
 }
 
-void swscaleZoom(benchmark::State& state) {
-    Scene scene(static_cast<int>(state.range(0)));
-    struct Free {
-        void operator()(SwsContext* context) const { sws_freeContext(context); }
-    };
-    const std::unique_ptr<SwsContext, Free> context(
+Work swscaleZoom(Scene& scene) {
+    const std::shared_ptr<SwsContext> context(
         sws_getContext(scene.width() / 2, scene.height() / 2, AV_PIX_FMT_BGR0, scene.width(), scene.height(),
-                       AV_PIX_FMT_YUV420P, SWS_BILINEAR, nullptr, nullptr, nullptr));
-    if (!context) return state.SkipWithError("no swscale context");
-    const std::uint8_t* const from[] = {zoomedOrigin(scene)};
-    const int fromStrides[] = {static_cast<int>(scene.screen().plane(0).strideBytes)};
-    std::uint8_t* to[3];
-    int toStrides[3];
-    for (int i = 0; i < 3; ++i) {
-        to[i] = scene.target().plane(i).data;
-        toStrides[i] = static_cast<int>(scene.target().plane(i).strideBytes);
+                       AV_PIX_FMT_YUV420P, SWS_BILINEAR, nullptr, nullptr, nullptr),
+        sws_freeContext);
+    return [&scene, context] {
+        const std::uint8_t* const from[] = {zoomedOrigin(scene)};
+        const int fromStrides[] = {static_cast<int>(scene.screen().plane(0).strideBytes)};
+        std::uint8_t* to[3];
+        int toStrides[3];
+        for (int i = 0; i < 3; ++i) {
+            to[i] = scene.target().plane(i).data;
+            toStrides[i] = static_cast<int>(scene.target().plane(i).strideBytes);
+        }
+        sws_scale(context.get(), from, fromStrides, 0, scene.height() / 2, to, toStrides);
+    };
+}
+
+using Maker = Work (*)(Scene&);
+
+double seconds(const Work& work) {
+    const auto start = std::chrono::steady_clock::now();
+    work();
+    return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+}
+
+double median(std::vector<double>& values) {
+    const auto middle = values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2);
+    std::nth_element(values.begin(), middle, values.end());
+    return *middle;
+}
+
+// Both by turns, frame by frame, so that they find the same caches and the same load of the machine. The time
+// is that of the first; "ratio" is the median of first to second. Composing must not allocate.
+void compare(benchmark::State& state, Maker makeFirst, Maker makeSecond) {
+    Scene scene(static_cast<int>(state.range(0)));
+    const Work first = makeFirst(scene);
+    const Work second = makeSecond(scene);
+    std::vector<double> ratios;
+    std::vector<double> seconds2;
+    first();
+    second();
+    for (auto _ : state) {
+        const long before = bench::allocationCount();
+        const double time = seconds(first);
+        if (bench::allocationCount() != before) {
+            state.SkipWithError("a frame allocates memory");
+            break;
+        }
+        state.SetIterationTime(time);
+        seconds2.push_back(seconds(second));
+        ratios.push_back(time / seconds2.back());
     }
-    for (auto _ : state) sws_scale(context.get(), from, fromStrides, 0, scene.height() / 2, to, toStrides);
+    if (ratios.empty()) return;
+    state.counters["ratio"] = median(ratios);
+    state.counters["second_us"] = median(seconds2) * 1e6;
 }
 
 void heights(benchmark::internal::Benchmark* benchmark) {
     for (const int height : {720, 1080, 1440, 2160}) benchmark->Arg(height);
-    benchmark->Unit(benchmark::kMicrosecond);
+    benchmark->Unit(benchmark::kMicrosecond)->UseManualTime();
 }
 
-BENCHMARK(frame)->Apply(heights);
-BENCHMARK(libyuvConvert)->Apply(heights);
-BENCHMARK(zoomedFrame)->Apply(heights);
-BENCHMARK(libyuvZoom)->Apply(heights);
-BENCHMARK(swscaleZoom)->Apply(heights);
-BENCHMARK(frameWithEffects)->Apply(heights);
-BENCHMARK(zoomedFrameWithEffects)->Apply(heights);
+BENCHMARK_CAPTURE(compare, frame_libyuvConvert, frame, libyuvConvert)->Apply(heights);
+BENCHMARK_CAPTURE(compare, zoomedFrame_libyuvZoom, zoomedFrame, libyuvZoom)->Apply(heights);
+BENCHMARK_CAPTURE(compare, zoomedFrame_swscaleZoom, zoomedFrame, swscaleZoom)->Apply(heights);
+BENCHMARK_CAPTURE(compare, frameWithEffects_frame, frameWithEffects, frame)->Apply(heights);
+BENCHMARK_CAPTURE(compare, zoomedFrameWithEffects_zoomedFrame, zoomedFrameWithEffects, zoomedFrame)
+    ->Apply(heights);
 
 }  // namespace
 
