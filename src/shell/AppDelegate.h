@@ -3,6 +3,7 @@
 #include "base/SerialQueue.h"
 #include "camera/CameraSource.h"
 #include "input/HotKey.h"
+#include "input/InputPoller.h"
 #include "model/CaptureModel.h"
 #include "platform/Desktop.h"
 #include "recording/Recorder.h"
@@ -113,6 +114,7 @@ private:
     CaptureModel model_;
     CameraSource camera_;
     Recorder recorder_{model_, camera_, desktop_};
+    InputPoller poller_{model_, desktop_.pointer};
     SerialQueue worker_{"app.tolvane.kasto.take", QueuePriority::userInteractive};
 
     std::chrono::system_clock::time_point startDate_ = std::chrono::system_clock::now();

@@ -12,6 +12,7 @@ void AppDelegate::finishStop(bool reveal, std::function<void()> done) {
     if (!isRecording_) return;
     isRecording_ = false;
     isBusy_ = true;
+    poller_.stop();
     // Converting and moving may take as long as copying the movie does: both stay off the main thread.
     worker_.async([this, reveal, done = std::move(done)]() mutable {
         auto file = stopAndFile();

@@ -40,6 +40,7 @@ void AppDelegate::takeStarted(const Result<void>& started) {
         return;
     }
     startDate_ = std::chrono::system_clock::now();
+    poller_.start();
     isRecording_ = true;
     isBusy_ = false;
     if (quitsWhenIdle_) {

@@ -1,8 +1,10 @@
 #pragma once
 
+#include "base/Guarded.h"
 #include "platform/Displays.h"
 #include "platform/PointerInput.h"
 
+#include <atomic>
 #include <optional>
 #include <utility>
 #include <vector>
@@ -33,8 +35,16 @@ private:
 class FakePointer : public PointerInput {
 public:
     std::optional<Point> at;
+    Guarded<PointerState> held;
+    mutable std::atomic<int> asked = 0;
 
-    std::optional<Point> location() const override { return at; }
+    std::optional<PointerState> state() const override {
+        ++asked;
+        if (!at) return std::nullopt;
+        auto now = held.copy();
+        now.globalPts = *at;
+        return now;
+    }
 };
 
 }  // namespace kasto::test

@@ -22,13 +22,20 @@ X11Pointer::X11Pointer(std::unique_ptr<Link> link) : link_(std::move(link)) {}
 
 X11Pointer::~X11Pointer() = default;
 
-std::optional<Point> X11Pointer::location() const {
+std::optional<PointerState> X11Pointer::state() const {
     auto* c = link_->connection.raw();
     const x11::Reply<xcb_query_pointer_reply_t> reply(
         xcb_query_pointer_reply(c, xcb_query_pointer(c, link_->connection.root()), nullptr));
     if (!reply || !reply->same_screen) return std::nullopt;
     const double scale = link_->displays.scale();
-    return Point{reply->root_x / scale, reply->root_y / scale};
+    const auto has = [&](unsigned bit) { return (reply->mask & bit) != 0; };
+    return PointerState{.globalPts = {reply->root_x / scale, reply->root_y / scale},
+                        .left = has(XCB_KEY_BUT_MASK_BUTTON_1),
+                        .right = has(XCB_KEY_BUT_MASK_BUTTON_3),
+                        .command = has(XCB_KEY_BUT_MASK_MOD_4),
+                        .option = has(XCB_KEY_BUT_MASK_MOD_1),
+                        .control = has(XCB_KEY_BUT_MASK_CONTROL),
+                        .fn = has(XCB_KEY_BUT_MASK_MOD_5)};
 }
 
 }  // namespace kasto

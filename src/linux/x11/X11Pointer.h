@@ -19,7 +19,8 @@ public:
     ~X11Pointer() override;
 
     // Blocks for one round trip. None when the server is gone or the pointer is on another of its screens.
-    std::optional<Point> location() const override;
+    // AltGr counts as fn, which no X server reports.
+    std::optional<PointerState> state() const override;
 
 private:
     struct Link;
