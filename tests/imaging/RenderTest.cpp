@@ -1,5 +1,6 @@
 #include "imaging/ImageContext.h"
 #include "imaging/ReferenceImage.h"
+#include "imaging/VectorTargets.h"
 
 #include <gtest/gtest.h>
 
@@ -109,40 +110,45 @@ ReferenceImage frame(int width, int height, double zoom, Point origin, PixelForm
 }
 
 TEST(RenderTest, framesLookAsComputedPointByPoint) {
-    struct Case {
-        double zoom;
-        Point origin;
-    };
-    const Case cases[] = {{1, {0, 0}}, {2, {20.3, 11.7}}, {8, {100, 40}}, {1.0037, {0.4, 0.1}}};
-    for (const auto& [zoom, origin] : cases) {
-        for (const bool isRound : {false, true}) {
-            for (const PixelFormat format : kFormats) {
-                SCOPED_TRACE(testing::Message() << "zoom " << zoom << (isRound ? " round" : " rectangular"));
-                const auto camera = format == PixelFormat::bgra ? PixelFormat::bgra : PixelFormat::bgrx;
-                expectLooksAs(frame(246, 134, zoom, origin, camera, isRound), format, {0, 0, 246, 134});
+    forEachVectorTarget([] {
+        struct Case {
+            double zoom;
+            Point origin;
+        };
+        const Case cases[] = {{1, {0, 0}}, {2, {20.3, 11.7}}, {8, {100, 40}}, {1.0037, {0.4, 0.1}}};
+        for (const auto& [zoom, origin] : cases) {
+            for (const bool isRound : {false, true}) {
+                for (const PixelFormat format : kFormats) {
+                    SCOPED_TRACE(testing::Message()
+                                 << "zoom " << zoom << (isRound ? " round" : " rectangular"));
+                    const auto camera = format == PixelFormat::bgra ? PixelFormat::bgra : PixelFormat::bgrx;
+                    expectLooksAs(frame(246, 134, zoom, origin, camera, isRound), format, {0, 0, 246, 134});
+                }
             }
         }
-    }
+    });
 }
 
 TEST(RenderTest, blendsLieOverWhatIsBelowThem) {
-    const auto back = ReferenceImage::pixels(noise(PixelFormat::bgra, 40, 30, 1));
-    const auto front = ReferenceImage::pixels(noise(PixelFormat::bgra, 30, 40, 2));
-    const auto mask = ReferenceImage::pixels(noise(PixelFormat::bgra, 33, 25, 3));
-    const auto disc = ReferenceImage::radialGradient({15, 15}, 9, kWhite, 11, kClearWhite);
-    const auto base = ReferenceImage::color({0.2, 0.5, 0.9, 0.6});
-    const auto nothing = ReferenceImage{};
-    const ReferenceImage recipes[] = {
-        ReferenceImage::blend(front, back, mask).over(base),
-        ReferenceImage::blend(front, ReferenceImage::blend(back, front, disc), mask).over(base),
-        ReferenceImage::blend(ReferenceImage::blend(front, back, disc), back, disc).over(base),
-        ReferenceImage::blend(front, nothing, disc),
-        ReferenceImage::blend(nothing, back, disc).over(base),
-        ReferenceImage::blend(front, back, ReferenceImage::blend(mask, base, disc)),
-    };
-    for (const auto& recipe : recipes) {
-        for (const PixelFormat format : kFormats) expectLooksAs(recipe, format, {-2, -2, 44, 44});
-    }
+    forEachVectorTarget([] {
+        const auto back = ReferenceImage::pixels(noise(PixelFormat::bgra, 40, 30, 1));
+        const auto front = ReferenceImage::pixels(noise(PixelFormat::bgra, 30, 40, 2));
+        const auto mask = ReferenceImage::pixels(noise(PixelFormat::bgra, 33, 25, 3));
+        const auto disc = ReferenceImage::radialGradient({15, 15}, 9, kWhite, 11, kClearWhite);
+        const auto base = ReferenceImage::color({0.2, 0.5, 0.9, 0.6});
+        const auto nothing = ReferenceImage{};
+        const ReferenceImage recipes[] = {
+            ReferenceImage::blend(front, back, mask).over(base),
+            ReferenceImage::blend(front, ReferenceImage::blend(back, front, disc), mask).over(base),
+            ReferenceImage::blend(ReferenceImage::blend(front, back, disc), back, disc).over(base),
+            ReferenceImage::blend(front, nothing, disc),
+            ReferenceImage::blend(nothing, back, disc).over(base),
+            ReferenceImage::blend(front, back, ReferenceImage::blend(mask, base, disc)),
+        };
+        for (const auto& recipe : recipes) {
+            for (const PixelFormat format : kFormats) expectLooksAs(recipe, format, {-2, -2, 44, 44});
+        }
+    });
 }
 
 TEST(RenderTest, nothingIsBlackOrTransparent) {
