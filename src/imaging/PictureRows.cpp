@@ -4,16 +4,6 @@
 
 namespace kasto {
 
-namespace {
-
-// Rows of a picture that gets smaller lie too far apart for the processor to guess which come next.
-void prefetch(const Pixel* pixels, int count) {
-    constexpr int kLinePixels = 64 / sizeof(Pixel);
-    for (int i = 0; i < count; i += kLinePixels) __builtin_prefetch(pixels + i);
-}
-
-}  // namespace
-
 void PictureRows::prepare(std::size_t index, const Resampling& resampling) {
     if (index >= pictures_.size()) pictures_.resize(index + 1);
     Picture& picture = pictures_[index];
@@ -95,11 +85,6 @@ void PictureRows::drawAveraged(const Resampling& picture, int row, ColumnRun col
     const int firstColumn = across.first[static_cast<std::size_t>(column)];
     const int endColumn = across.first[static_cast<std::size_t>(column + columns.count() - 1)] + across.taps;
 
-    const int nextLine = std::min(line + 1, picture.box().height - 1);
-    const int nextEnd = down.first[static_cast<std::size_t>(nextLine)] + down.taps;
-    for (int next = firstRow + down.taps; next < nextEnd; ++next) {
-        prefetch(picture.sourceRow(next) + firstColumn, endColumn - firstColumn);
-    }
     for (int k = 0; k < down.taps; ++k) {
         const auto tap = static_cast<std::size_t>(k);
         averagedFrom_[tap] = picture.sourceRow(firstRow + k) + firstColumn;
