@@ -32,6 +32,7 @@ std::optional<std::filesystem::path> AppDelegate::stopAndFile() {
 }
 
 void AppDelegate::finishNow() {
+    poller_.stop();
     if (isRecording_ || isBusy_) worker_.async([this] { stopAndFile(); });
     isRecording_ = false;
     worker_.drain();
