@@ -1,7 +1,7 @@
 #include "base/DebugLog.h"
 #include "base/LogFile.h"
 #include "base/Timestamp.h"
-#include "support/LogCapture.h"
+#include "support/LogLines.h"
 #include "support/TestFolder.h"
 
 #include <gtest/gtest.h>
@@ -25,7 +25,7 @@ protected:
     }
 
     const fs::path file = DebugLog::fileLocation();
-    const test::LogCapture systemLog;
+    const test::LogLines systemLog;
 };
 
 TEST_F(DebugLogTest, WritesALineAsGivenToBothLogs) {
@@ -43,7 +43,7 @@ TEST_F(DebugLogTest, WritesALineAsGivenToBothLogs) {
     DebugLog::flush();
     EXPECT_FALSE(fs::exists(file.parent_path()));
     const std::vector<std::string> both{"kasto: caf\u00e9 \u2014\nfin", "kasto: lost from the file"};
-    EXPECT_EQ(systemLog.lines(), both);
+    EXPECT_EQ(systemLog.all(), both);
 }
 
 TEST_F(DebugLogTest, LinesOfManyThreadsStayWholeAndInOrderAfterTrimming) {

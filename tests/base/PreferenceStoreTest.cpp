@@ -1,5 +1,5 @@
 #include "base/PreferenceStore.h"
-#include "support/LogCapture.h"
+#include "support/LogLines.h"
 #include "support/TestFolder.h"
 
 #include <gtest/gtest.h>
@@ -26,7 +26,7 @@ protected:
 
     const test::TestFolder folder;
     const fs::path file = folder / "kasto/preferences.json";
-    const test::LogCapture log;
+    const test::LogLines log;
 };
 
 TEST_F(PreferenceStoreTest, KeepsValuesAndTheirTypesAcrossLaunches) {
@@ -77,8 +77,8 @@ TEST_F(PreferenceStoreTest, SetsADamagedFileAside) {
         PreferenceStore(file).set("fps", 30);
         EXPECT_EQ(PreferenceStore(file).integer("fps"), 30);
         EXPECT_EQ(filesBeside().size(), ++aside);
-        ASSERT_EQ(log.lines().size(), aside);
-        const std::string keptAs = log.lines().back().substr(log.lines().back().rfind(' ') + 1);
+        ASSERT_EQ(log.all().size(), aside);
+        const std::string keptAs = log.all().back().substr(log.all().back().rfind(' ') + 1);
         EXPECT_TRUE(keptAs.starts_with(file.string() + ".damaged-2")) << keptAs;
         EXPECT_EQ(readFile(keptAs), damaged);
     }
@@ -89,7 +89,7 @@ TEST_F(PreferenceStoreTest, ValuesHoldWhileTheyCannotBeSaved) {
     PreferenceStore store(file);
     for (const int fps : {30, 60, 30}) store.set("fps", fps);
     EXPECT_EQ(store.integer("fps"), 30);
-    EXPECT_EQ(log.lines().size(), 1u) << "one line per cause";
+    EXPECT_EQ(log.all().size(), 1u) << "one line per cause";
     fs::remove(file.parent_path());
     store.set("fps", 30);  // unchanged, yet not saved before
     EXPECT_EQ(PreferenceStore(file).integer("fps"), 30);
@@ -98,7 +98,7 @@ TEST_F(PreferenceStoreTest, ValuesHoldWhileTheyCannotBeSaved) {
     unreadable.set("fps", 30);
     EXPECT_EQ(unreadable.integer("fps"), 30);
     EXPECT_EQ(PreferenceStore(file).integer("fps"), 30) << "what could not be read is left as it is";
-    EXPECT_EQ(log.lines().size(), 2u);
+    EXPECT_EQ(log.all().size(), 2u);
 }
 
 TEST_F(PreferenceStoreTest, WhatJsonCannotHoldDoesNotHarmTheRest) {

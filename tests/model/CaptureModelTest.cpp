@@ -1,5 +1,5 @@
 #include "model/CaptureModel.h"
-#include "support/LogCapture.h"
+#include "support/LogLines.h"
 
 #include <gtest/gtest.h>
 
@@ -173,14 +173,14 @@ TEST_F(CaptureModelTest, PlacesTheWebcamTile) {
 }
 
 TEST_F(CaptureModelTest, ReportsAVisibleZoomOncePerTake) {
-    const test::LogCapture log;
+    const test::LogLines log;
     for (int take = 1; take <= 2; ++take) {
         startTake();
         model.zoom(5);
         model.step(now);
         model.step(now + 0.0222);  // e^(ln 8 * (1 - e^(-0.0222 / 0.28))) = 1.1718
         settle();
-        EXPECT_EQ(log.lines(), std::vector<std::string>(take, "kasto: model zoom visible (1.17x)"));
+        EXPECT_EQ(log.all(), std::vector<std::string>(take, "kasto: model zoom visible (1.17x)"));
     }
 }
 

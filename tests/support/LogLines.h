@@ -5,7 +5,6 @@
 
 #include <algorithm>
 #include <string>
-#include <string_view>
 #include <vector>
 
 namespace kasto::test {
@@ -18,8 +17,7 @@ public:
             [this](std::string_view line) { lines_.with([&](auto& lines) { lines.emplace_back(line); }); });
     }
     ~LogLines() { redirectSystemLog(nullptr); }
-    LogLines(const LogLines&) = delete;
-    LogLines& operator=(const LogLines&) = delete;
+    LogLines(LogLines&&) = delete;
 
     std::vector<std::string> all() const { return lines_.copy(); }
     void clear() { lines_.set({}); }
