@@ -2,7 +2,7 @@
 #include "base/PreferenceStore.h"
 #include "base/Prefs.h"
 #include "input/InputPoller.h"
-#include "support/FakeDisplays.h"
+#include "support/FakePointer.h"
 #include "support/WaitUntil.h"
 
 #include <gtest/gtest.h>

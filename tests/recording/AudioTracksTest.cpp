@@ -7,52 +7,44 @@ namespace kasto {
 namespace {
 
 using test::sound;
-using test::TakeFixture;
+using Lines = std::vector<std::string>;
 
 constexpr auto kSystem = StreamOutputType::audio;
 constexpr auto kMicrophone = StreamOutputType::microphone;
 
-// A writer that writes, with the tracks on it.
-class AudioTracksTest : public testing::Test {
+// Sound either goes into tracks of a writer that writes, or through a whole recorder.
+class AudioTracksTest : public test::TakeFixture {
 protected:
-    void open(bool systemSound, bool microphone) {
-        writer = *writers.makeWriter(folder / "movie.mov", {2400, 600});
-        writer->addVideoInput({});
-        tracks.open(*writer, systemSound, microphone);
-        writers.newest().status = WriterStatus::writing;
+    void open(bool microphone) {
+        writer = *desktop.movieWriters.makeWriter(Prefs::saveDir() / "movie.mov", {2400, 600});
+        tracks.open(*writer, true, microphone);
+        ASSERT_TRUE(writer->startWriting());
     }
+    std::vector<MediaTime> times(std::size_t track) { return written().sounds[track].copy(); }
 
-    std::size_t count(std::size_t track) { return writers.newest().sounds[track].copy().size(); }
-    MediaTime firstTime(std::size_t track) { return writers.newest().sounds[track].copy().front().time; }
-
-    test::LogLines log;
-    test::TestFolder folder;
-    test::FakeMovieWriters writers;
     std::unique_ptr<MovieWriter> writer;
     AudioTracks tracks;
 };
 
 TEST_F(AudioTracksTest, EachSoundGoesToItsTrackOnTheMoviesTimeline) {
-    open(true, true);
-    ASSERT_EQ(writers.newest().audio.size(), 2u);
-    EXPECT_EQ(writers.newest().audio[0].channels, 2);
-    EXPECT_EQ(writers.newest().audio[0].bitRate, 192'000);
-    EXPECT_EQ(writers.newest().audio[1].channels, 1);
-    EXPECT_EQ(writers.newest().audio[1].bitRate, 96'000);
-    for (int i = 0; i < 1000; ++i) {
+    open(true);
+    ASSERT_EQ(written().audio.size(), 2u);
+    EXPECT_EQ(written().audio[0].channels, 2);
+    EXPECT_EQ(written().audio[0].bitRate, 192'000);
+    EXPECT_EQ(written().audio[1].channels, 1);
+    EXPECT_EQ(written().audio[1].bitRate, 96'000);
+    for (int i = 0; i < 2; ++i) {
         tracks.append(sound(2, 5000.2 + i * 0.01), kSystem, 5000);
         tracks.append(sound(1, 5000.3 + i * 0.01), kMicrophone, 5000);
     }
-    EXPECT_EQ(count(0), 1000u);
-    EXPECT_EQ(count(1), 1000u);
-    EXPECT_EQ(firstTime(0), (MediaTime{200'000'000, 1'000'000'000}));
-    EXPECT_EQ(firstTime(1), (MediaTime{300'000'000, 1'000'000'000}));
-    EXPECT_EQ(log.all(),
-              (std::vector<std::string>{"kasto: audio(sys) flowing", "kasto: audio(mic) flowing"}));
+    constexpr std::int32_t kNs = 1'000'000'000;
+    EXPECT_EQ(times(0), (std::vector<MediaTime>{{200'000'000, kNs}, {210'000'000, kNs}}));
+    EXPECT_EQ(times(1), (std::vector<MediaTime>{{300'000'000, kNs}, {310'000'000, kNs}}));
+    EXPECT_EQ(log.all(), (Lines{"kasto: audio(sys) flowing", "kasto: audio(mic) flowing"}));
 }
 
 TEST_F(AudioTracksTest, DropsWhatCannotBeAppended) {
-    open(true, false);
+    open(false);
     const double nan = std::numeric_limits<double>::quiet_NaN();
     tracks.append(sound(1, 10), kMicrophone, 9);       // no such track
     tracks.append(sound(2, 8.999999), kSystem, 9);     // before the movie's zero
@@ -60,57 +52,43 @@ TEST_F(AudioTracksTest, DropsWhatCannotBeAppended) {
     tracks.append({{}, 2, 10, 0}, kSystem, 9);         // no samples
     tracks.append({{1, 2, 3}, 2, 10, 0}, kSystem, 9);  // half a frame
     tracks.append({{1, 2}, 0, 10, 0}, kSystem, 9);
-    writers.audioReady = false;
+    desktop.movieWriters.ready = false;
     tracks.append(sound(2, 10), kSystem, 9);
-    writers.audioReady = true;
-    writers.newest().status = WriterStatus::failed;
+    desktop.movieWriters.ready = true;
+    written().status = WriterStatus::failed;
     tracks.append(sound(2, 10), kSystem, 9);
-    EXPECT_EQ(count(0), 0u);
+    EXPECT_TRUE(times(0).empty());
     EXPECT_TRUE(log.all().empty());
-
-    writers.newest().status = WriterStatus::writing;
-    tracks.append(sound(2, 9), kSystem, 9);
-    EXPECT_EQ(firstTime(0).value, 0);
+    tracks.markAsFinished();
+    EXPECT_EQ(written().tracksFinished, 1);
 }
 
 TEST_F(AudioTracksTest, TellsEveryRefusedAppendAndNoFlowBeforeIt) {
-    open(true, true);
-    writers.takesSamples = false;
+    open(true);
+    desktop.movieWriters.takesSamples = false;
     tracks.append(sound(1, 10), kMicrophone, 9);
-    writers.error.set(Error{"disk full"});
+    desktop.movieWriters.error = Error{"disk full"};
     tracks.append(sound(2, 10), kSystem, 9);
     tracks.append(sound(2, 10), kSystem, 9);
-    writers.takesSamples = true;
-    tracks.append(sound(2, 10), kSystem, 9);
+    desktop.movieWriters.takesSamples = true;
+    tracks.append(sound(2, 9), kSystem, 9);
     EXPECT_EQ(log.all(),
-              (std::vector<std::string>{
-                  "kasto: audio(mic) append failed: unknown", "kasto: audio(sys) append failed: disk full",
-                  "kasto: audio(sys) append failed: disk full", "kasto: audio(sys) flowing"}));
+              (Lines{"kasto: audio(mic) append failed: unknown", "kasto: audio(sys) append failed: disk full",
+                     "kasto: audio(sys) append failed: disk full", "kasto: audio(sys) flowing"}));
 }
 
-TEST_F(AudioTracksTest, ATrackTheWriterRefusesIsAbsent) {
-    writers.takesAudio = false;
-    open(true, true);
-    tracks.append(sound(2, 10), kSystem, 9);
-    tracks.markAsFinished();
-    EXPECT_EQ(writers.newest().tracksFinished, 0);
-}
-
-class TakeSoundTest : public TakeFixture {};
-
-TEST_F(TakeSoundTest, SoundNeverLeadsThePicture) {
+TEST_F(AudioTracksTest, SoundNeverLeadsThePicture) {
     for (int take = 0; take < 2; ++take) {
         log.clear();
         ASSERT_TRUE(recorder->start());
         desktop.screenCapture.feed(sound(2, mediaClockNow() + 1), kSystem);
-        ASSERT_TRUE(waitForSteps(2));
-        EXPECT_TRUE(written().sounds[0].copy().empty());
+        ASSERT_TRUE(waitForTicks(2));
+        EXPECT_TRUE(times(0).empty());
         feedPicture(1);
-        ASSERT_TRUE(waitForFrames(1));
-        desktop.movieWriters.msPerSound = 20;
-        for (int i = 0; i < 3; ++i) desktop.screenCapture.feed(sound(2, mediaClockNow()), kSystem);
+        ASSERT_TRUE(waitForMoreFrames(1));
+        for (int i = 0; i < 20; ++i) desktop.screenCapture.feed(sound(2, mediaClockNow()), kSystem);
         EXPECT_TRUE(recorder->stop());
-        EXPECT_EQ(written().sounds[0].copy().size(), 3u) << "what was on the queue at the stop is kept";
+        EXPECT_EQ(times(0).size(), 20u) << "what was on the queue at the stop is kept";
         EXPECT_EQ(log.count("kasto: audio(sys) flowing"), 1);
     }
 }

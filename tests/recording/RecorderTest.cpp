@@ -1,124 +1,107 @@
-#include "base/Prefs.h"
-#include "camera/CameraSource.h"
-#include "model/CaptureModel.h"
-#include "recording/Recorder.h"
 #include "support/TakeFixture.h"
-
-#include <gtest/gtest.h>
 
 #include <algorithm>
 #include <cerrno>
-#include <string>
-#include <thread>
 
 namespace kasto {
 namespace {
 
 using test::picture;
-using test::sound;
-using test::TakeFixture;
 using test::waitUntil;
-using test::WrittenFrame;
 
-class RecorderTest : public TakeFixture {};
+class RecorderTest : public test::TakeFixture {};
 
-TEST_F(RecorderTest, RunsATakeAndTellsItsSteps) {
+TEST_F(RecorderTest, RunsATakeFromTheFirstCompletePictureOn) {
     desktop.screenCapture.content.applications = {
         {"app.tolvane.kasto"}, {"app.other"}, {"app.tolvane.kasto"}};
     ASSERT_TRUE(recorder->start());
     EXPECT_EQ(recorder->captureDisplayID(), 1u);
-    feedPicture(1);
-    ASSERT_TRUE(waitForFrames(3));
-    const auto movie = recorder->stop();
-    ASSERT_TRUE(movie);
-    const std::string name = movie->filename();
-    std::string shape = name;
-    std::ranges::replace_if(
-        shape, [](char c) { return c >= '0' && c <= '9'; }, '0');
-    EXPECT_EQ(shape, "kasto-00000000-000000.mov");
-    EXPECT_EQ(movie->parent_path(), Prefs::saveDir());
-    EXPECT_TRUE(std::filesystem::exists(*movie));
-    EXPECT_EQ(log.all(), (std::vector<std::string>{
-                             "kasto: filter excludes 2 app(s)", "kasto: audio: sys=true mic=false",
-                             "kasto: recording 640x360@60 → " + name, "kasto: stopped → " + name}));
-    EXPECT_EQ(desktop.screenCapture.filter.excludedApplications.size(), 2u);
-    EXPECT_EQ(written().fragmentInterval, (MediaTime{2400, 600}));
-    EXPECT_EQ(written().tracksFinished, 2);
-    EXPECT_FALSE(written().usedAfterEnd);
-    EXPECT_FALSE(desktop.screenCapture.isCapturing());
-}
-
-TEST_F(RecorderTest, SessionStartsWithTheFirstCompletePictureAndTimesRise) {
-    ASSERT_TRUE(recorder->start());
     for (const auto status : {FrameStatus::idle, FrameStatus::blank, FrameStatus::suspended,
                               FrameStatus::started, FrameStatus::stopped}) {
         feedPicture(1, status);
     }
     desktop.screenCapture.feed(ScreenFrame{FrameStatus::complete, {}, 2, {}, 0});
-    ASSERT_TRUE(waitForSteps(4));
+    ASSERT_TRUE(waitForTicks(4));
     EXPECT_EQ(written().frameCount(), 0u);
     EXPECT_TRUE(written().sessions.copy().empty());
     feedPicture(3);
-    ASSERT_TRUE(waitForFrames(4));
-    recorder->stop();
-    const auto frames = written().frames.copy();
-    EXPECT_EQ(written().sessions.copy(), std::vector{frames.front().time});
-    EXPECT_GE(frames.front().time.seconds(), 0.05);
-    for (const auto& frame : frames) EXPECT_EQ(frame.time.timescale, 600);
-    EXPECT_TRUE(std::ranges::is_sorted(frames, {}, [](const WrittenFrame& f) { return f.time.value; }));
+    ASSERT_TRUE(waitForMoreFrames(4));
+    const auto movie = recorder->stop();
+
+    ASSERT_TRUE(movie);
+    const std::string name = movie->filename();
+    std::string shape = name;
+    std::ranges::replace_if(
+        shape, [](char c) { return std::isdigit(c); }, '0');
+    EXPECT_EQ(*movie, Prefs::saveDir() / name);
+    EXPECT_EQ(shape, "kasto-00000000-000000.mov");
+    EXPECT_TRUE(std::filesystem::exists(*movie));
+    EXPECT_EQ(log.all(), (std::vector<std::string>{
+                             "kasto: filter excludes 2 app(s)", "kasto: audio: sys=true mic=false",
+                             "kasto: recording 640x360@60 → " + name, "kasto: stopped → " + name}));
+    EXPECT_EQ(desktop.screenCapture.filter.excludedApplications.size(), 2u);
+    EXPECT_FALSE(desktop.screenCapture.isCapturing());
+    EXPECT_EQ(written().fragmentInterval, (MediaTime{2400, 600}));
+    EXPECT_EQ(written().tracksFinished, 2);
+    std::vector<double> times;
+    for (const auto& [buffer, time] : written().frames.copy()) times.push_back(time.seconds());
+    EXPECT_EQ(written().sessions.copy().at(0).seconds(), times.front());
+    EXPECT_GE(times.front(), 0.05);
+    EXPECT_TRUE(std::ranges::is_sorted(times));
 }
 
-// Each row is one way in which start() fails; afterwards stop() must leave nothing behind and the next take
-// must work.
+// Each row is one way in which start() fails; afterwards the next take must work, and stop() must leave
+// nothing behind.
 TEST_F(RecorderTest, RecoversFromEveryFailureToStart) {
     auto& screen = desktop.screenCapture;
     auto& writers = desktop.movieWriters;
-    const Error error{"broken", 7};
-    const std::string noWriter = "could not start the movie writer";
+    const auto broken = [](auto& field, auto value) -> std::function<void(bool)> {
+        return [&field, value, good = field](bool now) {
+            field = good;
+            if (now) field = value;
+        };
+    };
     struct Row {
-        const char* name;
-        std::function<void()> breakIt, repair;
+        std::function<void(bool)> setBroken;
         std::string text;
-        bool leavesMovie = false;
+        int moviesLeft;
     };
     const Row rows[] = {
-        {"content", [&] { screen.contentError = error; }, [&] { screen.contentError = {}; }, "broken"},
-        {"stream", [&] { screen.streamError = error; }, [&] { screen.streamError = {}; }, "broken"},
-        {"screen output", [&] { screen.refusedOutput = StreamOutputType::screen; },
-         [&] { screen.refusedOutput = {}; }, "no such output"},
-        {"sound output", [&] { screen.refusedOutput = StreamOutputType::audio; },
-         [&] { screen.refusedOutput = {}; }, "no such output"},
-        {"writer", [&] { writers.makeError = error; }, [&] { writers.makeError = {}; }, "broken"},
-        {"video input", [&] { writers.takesVideo = false; }, [&] { writers.takesVideo = true; }, noWriter},
-        {"writing", [&] { writers.starts = false; }, [&] { writers.starts = true; }, noWriter},
-        {"capture", [&] { screen.startError = error; }, [&] { screen.startError = {}; }, "broken", true},
-        {"early death", [&] { screen.diesAtStart = error; }, [&] { screen.diesAtStart = {}; }, "broken",
-         true},
+        {broken(screen.contentError, Error{"content", 7}), "content", 0},
+        {broken(screen.streamError, Error{"stream", 7}), "stream", 0},
+        {broken(screen.refusedOutput, StreamOutputType::screen), "no such output", 0},
+        {broken(screen.refusedOutput, StreamOutputType::audio), "no such output", 0},
+        {broken(writers.makeError, Error{"writer", 7}), "writer", 0},
+        {broken(writers.starts, false), "could not start the movie writer", 0},
+        {broken(screen.startError, Error{"capture", 7}), "capture", 1},
+        {broken(screen.diesAtStart, Error{"early death", 7}), "early death", 1},
     };
     for (const bool stopsBetween : {true, false}) {
         for (const Row& row : rows) {
-            SCOPED_TRACE(row.name);
-            row.breakIt();
+            row.setBroken(true);
             const auto started = recorder->start();
-            ASSERT_FALSE(started);
+            ASSERT_FALSE(started) << row.text;
             EXPECT_EQ(started.error().description, row.text);
-            EXPECT_FALSE(screen.isCapturing());
-            EXPECT_EQ(filesInSaveDir(), row.leavesMovie ? 1u : 0u);
-            log.clear();
+            EXPECT_FALSE(screen.isCapturing()) << row.text;
+            EXPECT_EQ(filesInSaveDir(), row.moviesLeft) << row.text;
             if (stopsBetween) {
                 EXPECT_FALSE(recorder->stop());
-                EXPECT_EQ(log.count("kasto: stopped → (no file)"), row.leavesMovie ? 1 : 0);
-                EXPECT_EQ(filesInSaveDir(), 0u);
+                EXPECT_EQ(log.count("kasto: stopped → (no file)"), row.moviesLeft) << row.text;
+                EXPECT_EQ(filesInSaveDir(), 0) << row.text;
             }
-            row.repair();
-            recordAndDelete();
+            row.setBroken(false);
+            startTake();
+            ASSERT_TRUE(recorder->stop()) << row.text;
+            EXPECT_EQ(filesInSaveDir(), 1) << row.text;
+            clearSaveDir();
+            log.clear();
         }
     }
 }
 
 TEST_F(RecorderTest, SaysWhyTheSaveFolderCannotBeWritten) {
     const auto folder = Prefs::saveDir();
-    std::filesystem::remove_all(folder);
+    std::filesystem::remove(folder);
     test::writeFile(folder, "a file in the folder's place");
     const auto started = recorder->start();
     std::filesystem::remove(folder);
@@ -126,32 +109,16 @@ TEST_F(RecorderTest, SaysWhyTheSaveFolderCannotBeWritten) {
     EXPECT_EQ(started.error(), systemError("write to " + folder.string(), ENOTDIR));
 }
 
-TEST_F(RecorderTest, RefusesASecondStartAndKeepsTheTake) {
-    ASSERT_TRUE(recorder->start());
-    feedPicture(1);
-    EXPECT_FALSE(recorder->start());
-    EXPECT_EQ(desktop.screenCapture.streamsMade, 1);
-    desktop.screenCapture.die({"gone"});
-    EXPECT_FALSE(recorder->start()) << "an ended take still has to be finished";
-    recorder->stop();
-    EXPECT_EQ(desktop.movieWriters.movies.size(), 1u);
-    recordAndDelete();
-}
-
 TEST_F(RecorderTest, TakesOfOneSecondGetNamesOfTheirOwn) {
-    std::vector<std::filesystem::path> files;
+    std::set<std::string> names;
     for (int take = 0; take < 4; ++take) {
-        ASSERT_TRUE(recorder->start());
-        feedPicture(1);
-        ASSERT_TRUE(waitForFrames(1));
+        startTake();
         const auto file = recorder->stop();
         ASSERT_TRUE(file);
+        EXPECT_TRUE(names.insert(file->stem()).second) << *file;
         // Whatever a finished movie becomes, its name stays taken.
         if (take == 1) std::filesystem::rename(*file, std::filesystem::path(*file).replace_extension(".mp4"));
-        files.push_back(file->stem());
     }
-    std::ranges::sort(files);
-    EXPECT_EQ(std::ranges::adjacent_find(files), files.end());
 }
 
 TEST_F(RecorderTest, DeletesOnlyMoviesWithoutContent) {
@@ -168,10 +135,8 @@ TEST_F(RecorderTest, DeletesOnlyMoviesWithoutContent) {
         desktop.movieWriters.completes = row.completes;
         desktop.screenCapture.stopError = Error{"ignored"};
         ASSERT_TRUE(recorder->start());
-        if (row.picture) {
-            feedPicture(1);
-            ASSERT_TRUE(waitForFrames(1));
-        }
+        if (row.picture) feedPicture(1);
+        ASSERT_TRUE(row.picture ? waitForMoreFrames(1) : waitForTicks(1));
         if (row.fails) written().status = WriterStatus::failed;
         log.clear();
         const auto file = recorder->stop();
@@ -179,25 +144,36 @@ TEST_F(RecorderTest, DeletesOnlyMoviesWithoutContent) {
         EXPECT_EQ(std::filesystem::exists(written().file), row.kept);
         EXPECT_EQ(log.all(),
                   std::vector{"kasto: stopped → " + (file ? file->filename().string() : "(no file)")});
-        clearSaveDir();
     }
     log.clear();
     EXPECT_FALSE(recorder->stop());
     EXPECT_TRUE(log.all().empty());
 }
 
-TEST_F(RecorderTest, DestructionFinishesTheTake) {
-    ASSERT_TRUE(recorder->start());
-    feedPicture(1);
-    ASSERT_TRUE(waitForFrames(1));
+TEST_F(RecorderTest, KeepsTheTakeThroughStreamDeathSecondStartAndDestruction) {
+    std::atomic<int> told = 0;
+    recorder->onStreamStopped = [&](const std::optional<Error>& error) {
+        ++told;
+        EXPECT_EQ(error, Error{"display gone"});
+    };
+    startTake();
+    EXPECT_FALSE(recorder->start());
+    desktop.screenCapture.die({"display gone"});
+    desktop.screenCapture.die({"display gone"});
+    EXPECT_EQ(told, 1);
+    EXPECT_EQ(log.count("kasto: stream stopped: display gone"), 2);
+    EXPECT_FALSE(recorder->start()) << "an ended take still has to be finished";
+    EXPECT_EQ(desktop.screenCapture.streamsMade, 1);
+    EXPECT_TRUE(recorder->stop()) << "what was recorded until then is a movie";
+    startTake();
     recorder.reset();
     EXPECT_EQ(written().status, WriterStatus::completed);
     EXPECT_FALSE(desktop.screenCapture.isCapturing());
+    EXPECT_EQ(told, 1);
 }
 
 TEST_F(RecorderTest, HoldsNoPictureAfterTheTake) {
-    const auto screen = picture(640, 360);
-    const auto webcam = picture(64, 36);
+    const auto screen = picture(640, 360), webcam = picture(64, 36);
     std::atomic<int> lent = 2;
     const auto lend = [&](const PixelBufferRef& owner) {
         return PixelBuffer::wrap(PixelFormat::bgrx, owner->width(), owner->height(),
@@ -207,120 +183,72 @@ TEST_F(RecorderTest, HoldsNoPictureAfterTheTake) {
     model.setPip(true, true);
     camera.captureOutput(lend(webcam));
     desktop.screenCapture.feed(ScreenFrame{FrameStatus::complete, lend(screen), 1, {}, 0});
-    ASSERT_TRUE(waitForFrames(2));
+    ASSERT_TRUE(waitForMoreFrames(2));
     camera.stop();
     EXPECT_EQ(lent, 2);
     recorder->stop();
     EXPECT_EQ(lent, 0);
 }
 
-TEST_F(RecorderTest, TellsOfTheStreamsDeathOnce) {
-    std::atomic<int> told = 0;
-    recorder->onStreamStopped = [&](const std::optional<Error>& error) {
-        ++told;
-        EXPECT_EQ(error, Error{"display gone"});
-    };
-    ASSERT_TRUE(recorder->start());
-    feedPicture(1);
-    ASSERT_TRUE(waitForFrames(1));
-    desktop.screenCapture.die({"display gone"});
-    desktop.screenCapture.die({"display gone"});
-    EXPECT_EQ(told, 1);
-    EXPECT_EQ(log.count("kasto: stream stopped: display gone"), 2);
-    EXPECT_TRUE(recorder->stop()) << "what was recorded until then is a movie";
-    ASSERT_TRUE(recorder->start());
-    recorder->stop();
-    EXPECT_EQ(told, 1);
-}
-
 TEST_F(RecorderTest, DropsTicksThatCannotBeWritten) {
     auto& writers = desktop.movieWriters;
-    writers.poolLimit = 2;
-    ASSERT_TRUE(recorder->start());
-    feedPicture(1);
-    ASSERT_TRUE(waitForFrames(1));
-
+    writers.poolLimit = 60;
+    startTake();
     const auto expectNoFrames = [&] {
         ASSERT_TRUE(waitForTicks(2));  // one that began before may still have come through
         const auto before = written().frameCount();
         ASSERT_TRUE(waitForTicks(3));
         EXPECT_EQ(written().frameCount(), before);
     };
-    writers.ready = false;
-    expectNoFrames();
-    writers.ready = true;
-    ASSERT_TRUE(waitForMoreFrames());
-    writers.hasPool = false;
-    expectNoFrames();
-    writers.hasPool = true;
-    ASSERT_TRUE(waitForMoreFrames());
+    for (auto* const can : {&writers.ready, &writers.hasPool}) {
+        *can = false;
+        expectNoFrames();
+        *can = true;
+        ASSERT_TRUE(waitForMoreFrames(1));
+    }
     written().status = WriterStatus::failed;
     expectNoFrames();
     written().status = WriterStatus::writing;
-    ASSERT_TRUE(waitForMoreFrames());
-
-    // The fake keeps every buffer it gets: the second new picture finds the pool empty.
-    feedPicture(2);
-    ASSERT_TRUE(waitUntil([&] { return differentBuffers() == 2; }));
-    feedPicture(3);
+    // The fake keeps every buffer it gets: pulses, which change every frame, empty the pool.
+    while (differentBuffers() < 60) ASSERT_TRUE(waitForTicks(1));
     expectNoFrames();
 }
 
-TEST_F(RecorderTest, AStillScreenGivesTheSameBufferAgain) {
-    ASSERT_TRUE(recorder->start());
-    feedPicture(1);
-    ASSERT_TRUE(waitForFrames(6));
-    EXPECT_EQ(differentBuffers(), 1u);
+TEST_F(RecorderTest, OnlyAChangeTakesANewBuffer) {
+    startTake();
     feedPicture(1);  // another copy of the same picture
-    ASSERT_TRUE(waitForMoreFrames(3));
+    ASSERT_TRUE(waitForMoreFrames(6));
     EXPECT_EQ(differentBuffers(), 1u);
     feedPicture(2);
-    ASSERT_TRUE(waitUntil([&] { return differentBuffers() == 2; }));
-    ASSERT_TRUE(waitForMoreFrames(2));
-    model.spawnRipple({100, 100}, mediaClockNow());
-    EXPECT_TRUE(waitUntil([&] { return differentBuffers() > 2; })) << "a pulse changes every frame";
-}
-
-TEST_F(RecorderTest, ACameraFrameChangesThePictureAndTheTile) {
+    EXPECT_TRUE(waitUntil([&] { return differentBuffers() == 2; }));
+    model.setPip(true, false);
+    EXPECT_TRUE(waitUntil([&] { return differentBuffers() == 3; }));
     struct Row {
         int width, height;
         double aspect;
     };
-    desktop.movieWriters.poolLimit = 64;
-    ASSERT_TRUE(recorder->start());
-    model.setPip(true, false);
-    feedPicture(1);
-    ASSERT_TRUE(waitForFrames(2));
-    std::size_t buffers = differentBuffers();
     for (const Row& row : {Row{1920, 1080, 16.0 / 9}, Row{100, 1000, 0.4}, Row{4000, 1000, 3.0}}) {
         camera.captureOutput(picture(row.width, row.height));
         EXPECT_TRUE(waitUntil([&] {
             const auto tile = model.snapshot().camRect;
             return tile && std::abs(tile->width / tile->height - row.aspect) < 0.02;
         })) << row.aspect;
-        EXPECT_TRUE(waitUntil([&] { return differentBuffers() > buffers; }));
-        buffers = differentBuffers();
     }
+    EXPECT_GE(differentBuffers(), 6u);
 }
 
 // What ThreadSanitizer is to look at: pictures, sound, input and the stream's death come from other threads
 // while takes start and stop.
 TEST_F(RecorderTest, SurvivesEverythingAtOnce) {
-    std::atomic<bool> ended = false;
     recorder->onStreamStopped = [](const auto&) {};
-    std::jthread feeder([&] {
-        for (std::uint64_t generation = 1; !ended; ++generation) {
+    std::jthread feeder([&](const std::stop_token& ended) {
+        for (std::uint64_t generation = 1; !ended.stop_requested(); ++generation) {
             feedPicture(generation);
-            desktop.screenCapture.feed(sound(2, mediaClockNow()), StreamOutputType::audio);
+            desktop.screenCapture.feed(test::sound(2, mediaClockNow()), StreamOutputType::audio);
             if (generation % 97 == 0) desktop.screenCapture.die({"gone"});
-            std::this_thread::sleep_for(std::chrono::microseconds(500));
-        }
-    });
-    std::jthread input([&] {
-        while (!ended) {
             model.zoom(0.01);
             camera.captureOutput(picture(64, 36));
-            std::this_thread::sleep_for(std::chrono::milliseconds(1));
+            std::this_thread::sleep_for(std::chrono::microseconds(500));
         }
     });
     desktop.movieWriters.poolLimit = 400;
@@ -334,7 +262,6 @@ TEST_F(RecorderTest, SurvivesEverythingAtOnce) {
         recorder->stop();
         EXPECT_FALSE(written().usedAfterEnd);
     }
-    ended = true;
 }
 
 }  // namespace

@@ -1,26 +1,34 @@
 #pragma once
 
 #include "platform/Desktop.h"
+#include "platform/Displays.h"
 #include "platform/ExportSession.h"
 #include "platform/HotKeyService.h"
 #include "platform/OwnWindows.h"
 #include "platform/RunningInstance.h"
 #include "platform/ScreenAccess.h"
 #include "platform/Workspace.h"
-#include "support/FakeDisplays.h"
 #include "support/FakeMovieWriter.h"
+#include "support/FakePointer.h"
 #include "support/FakeScreenCapture.h"
-#include "support/TestFolder.h"
-
-#include <functional>
-#include <string>
-#include <utility>
-#include <vector>
 
 namespace kasto::test {
 
-class FakeScreenAccess : public ScreenAccess {
-public:
+// Displays as a test lists them; the first one is the main one. Set up before use from other threads.
+struct FakeDisplays : Displays {
+    std::vector<Display> displays{{1, "one", {0, 0, 640, 360}, 1, true}};
+
+    std::vector<Display> all() const override { return displays; }
+    std::optional<DisplayId> displayAt(Point globalPts) const override {
+        for (const auto& display : displays)
+            if (display.boundsPts.contains(globalPts)) return display.id;
+        return std::nullopt;
+    }
+    DisplayId mainDisplay() const override { return displays.front().id; }
+    void setOnChange(std::function<void()>) override {}
+};
+
+struct FakeScreenAccess : ScreenAccess {
     bool granted = true;
     int requests = 0;
 
@@ -30,25 +38,15 @@ public:
     bool accessibilityTrusted() const override { return false; }
 };
 
-class FakeRunningInstance : public RunningInstance {
-public:
-    Result<bool> claimed = true;
-    std::vector<std::string> forwarded;
-    std::function<void(const std::vector<std::string>&)> onOpenUrls;
-
-    Result<bool> claim() override { return claimed; }
-    Result<void> forward(const std::vector<std::string>& urls) override {
-        forwarded = urls;
-        return {};
-    }
-    void setOnOpenUrls(std::function<void(const std::vector<std::string>&)> callback) override {
-        onOpenUrls = std::move(callback);
-    }
+// The only one that runs.
+struct FakeRunningInstance : RunningInstance {
+    Result<bool> claim() override { return true; }
+    Result<void> forward(const std::vector<std::string>&) override { return {}; }
+    void setOnOpenUrls(std::function<void(const std::vector<std::string>&)>) override {}
 };
 
-// Takes every chord but those that are taken, and presses it when told to.
-class FakeHotKeys : public HotKeyService {
-public:
+// Takes every chord unless they are taken; a test presses it.
+struct FakeHotKeys : HotKeyService {
     bool taken = false;
     std::function<void()> onPress;
     std::optional<KeyChord> chord;
@@ -63,11 +61,9 @@ public:
 };
 
 // Remembers what it was asked to show.
-class FakeWorkspace : public Workspace {
-public:
-    std::vector<std::filesystem::path> openedFolders;
+struct FakeWorkspace : Workspace {
+    std::vector<std::filesystem::path> openedFolders, revealed;
     std::vector<std::string> openedLinks;
-    std::vector<std::filesystem::path> revealed;
     int relaunches = 0;
     std::optional<FolderQuestion> question;
     std::optional<std::filesystem::path> answer;
@@ -84,23 +80,21 @@ public:
 };
 
 // Rewraps by writing a text.
-class FakeMovieExports : public MovieExports {
-public:
+struct FakeMovieExports : MovieExports {
     struct Session : ExportSession {
-        Result<void> result;
+        explicit Session(Result<void> outcome) : result(std::move(outcome)) {}
         Result<void> exportMpeg4(const std::filesystem::path& destination) override {
             writeFile(destination, "rewrapped");
             return result;
         }
+        Result<void> result;
     };
     bool refused = false;
     Result<void> result;
 
     Result<std::unique_ptr<ExportSession>> makePassthroughSession(const std::filesystem::path&) override {
         if (refused) return failure("no such thing");
-        auto session = std::make_unique<Session>();
-        session->result = result;
-        return session;
+        return std::make_unique<Session>(result);
     }
 };
 

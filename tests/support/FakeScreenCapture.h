@@ -3,35 +3,28 @@
 #include "base/Guarded.h"
 #include "platform/ScreenStream.h"
 
-#include <algorithm>
-#include <memory>
-#include <optional>
-#include <utility>
-#include <vector>
+#include <functional>
+#include <map>
 
 namespace kasto::test {
 
-// A screen that shows what a test feeds it. What a stream is asked for is kept here; the plain fields are to
-// be set and read while no stream is being opened.
+// A screen that shows what a test feeds it. The plain fields are to be set and read while no stream is being
+// opened.
 class FakeScreenCapture : public ScreenCapture {
 public:
     ShareableContent content{{1}, {}};
     bool microphone = true;
-    std::optional<Error> contentError;
-    std::optional<Error> streamError;
-    std::optional<StreamOutputType> refusedOutput;
-    std::optional<Error> startError;
-    std::optional<Error> stopError;
+    std::optional<Error> contentError, streamError, startError, stopError;
     std::optional<Error> diesAtStart;  // reports its end before the start returns
+    std::optional<StreamOutputType> refusedOutput;
 
     ContentFilter filter;
-    StreamConfiguration configuration;
     int streamsMade = 0;
 
-    // Puts a buffer on the queues of the outputs of this type, while a capture runs.
+    // Puts a buffer on the queue of the output of this type, while a capture runs.
     void feed(const SampleBuffer& buffer, StreamOutputType type = StreamOutputType::screen) {
         running_.with([&](Stream* stream) {
-            if (stream) stream->deliver(buffer, type);
+            if (stream && stream->outputs.contains(type)) stream->outputs[type](buffer);
         });
     }
 
@@ -48,60 +41,39 @@ public:
         if (contentError) return std::unexpected(*contentError);
         return content;
     }
-
-    Result<std::unique_ptr<ScreenStream>> makeStream(const ContentFilter& wantedFilter,
-                                                     const StreamConfiguration& wanted,
+    Result<std::unique_ptr<ScreenStream>> makeStream(const ContentFilter& wanted, const StreamConfiguration&,
                                                      StreamDelegate& delegate) override {
         if (streamError) return std::unexpected(*streamError);
-        filter = wantedFilter;
-        configuration = wanted;
+        filter = wanted;
         ++streamsMade;
         return std::make_unique<Stream>(*this, delegate);
     }
-
     bool deliversMicrophone() const override { return microphone; }
 
 private:
-    struct Output {
-        StreamOutput* output;
-        StreamOutputType type;
-        SerialQueue* queue;
-    };
-
     struct Stream : ScreenStream {
-        Stream(FakeScreenCapture& ownerScreen, StreamDelegate& toTell)
-            : owner(ownerScreen), delegate(toTell) {}
+        Stream(FakeScreenCapture& screen, StreamDelegate& toTell) : owner(screen), delegate(toTell) {}
         ~Stream() override { leave(); }
 
         Result<void> addStreamOutput(StreamOutput& output, StreamOutputType type,
                                      SerialQueue& queue) override {
             if (owner.refusedOutput == type) return failure("no such output");
-            outputs.push_back({&output, type, &queue});
+            outputs[type] = [&output, &queue, type](const SampleBuffer& buffer) {
+                queue.async([&output, buffer, type] { output.streamDidOutputSampleBuffer(buffer, type); });
+            };
             return {};
         }
-
         Result<void> startCapture() override {
             if (owner.startError) return std::unexpected(*owner.startError);
             owner.running_.set(this);
             if (owner.diesAtStart) delegate.streamDidStopWithError(*owner.diesAtStart);
             return {};
         }
-
         Result<void> stopCapture() override {
             leave();
             if (owner.stopError) return std::unexpected(*owner.stopError);
             return {};
         }
-
-        void deliver(const SampleBuffer& buffer, StreamOutputType type) {
-            for (const Output& to : outputs) {
-                if (to.type != type) continue;
-                to.queue->async([output = to.output, buffer, type] {
-                    output->streamDidOutputSampleBuffer(buffer, type);
-                });
-            }
-        }
-
         void leave() {
             owner.running_.with([this](Stream*& stream) {
                 if (stream == this) stream = nullptr;
@@ -110,7 +82,7 @@ private:
 
         FakeScreenCapture& owner;
         StreamDelegate& delegate;
-        std::vector<Output> outputs;
+        std::map<StreamOutputType, std::function<void(const SampleBuffer&)>> outputs;
     };
 
     Guarded<Stream*> running_{nullptr};
