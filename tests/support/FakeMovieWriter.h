@@ -34,8 +34,8 @@ struct WrittenMovie {
 // time.
 class FakeMovieWriters : public MovieWriters {
 public:
-    std::optional<Error> makeError, error;
-    bool starts = true, completes = true, takesSamples = true;
+    std::optional<Error> makeError, startError, error;
+    bool completes = true, takesSamples = true;
     int poolLimit = 8;
     std::atomic<bool> hasPool = true, ready = true;
 
@@ -53,8 +53,8 @@ public:
 
 private:
     struct Audio : AudioWriterInput {
-        Audio(FakeMovieWriters& writers, WrittenMovie& to, WrittenTimes& track)
-            : owner(writers), movie(to), times(track) {}
+        Audio(FakeMovieWriters& writers, WrittenMovie& to, WrittenTimes& soundTimes)
+            : owner(writers), movie(to), times(soundTimes) {}
 
         bool isReadyForMoreMediaData() const override { return owner.ready; }
         void markAsFinished() override { ++movie.tracksFinished; }
@@ -86,9 +86,10 @@ private:
         }
         PixelBufferAdaptor* adaptor(WriterInput&) override { return this; }
         bool startWriting() override {
-            movie->status = owner.starts ? WriterStatus::writing : WriterStatus::failed;
-            if (owner.starts) writeFile(movie->file, "movie");
-            return owner.starts;
+            if (owner.startError) return false;
+            movie->status = WriterStatus::writing;
+            writeFile(movie->file, "movie");
+            return true;
         }
         void startSession(MediaTime time) override {
             movie->sessions.with([&](auto& all) { all.push_back(time); });

@@ -15,8 +15,8 @@ public:
     ShareableContent content{{1}, {}};
     bool microphone = true;
     std::optional<Error> contentError, streamError, startError, stopError;
+    std::optional<Error> outputError;  // of the one for sound
     std::optional<Error> diesAtStart;  // reports its end before the start returns
-    std::optional<StreamOutputType> refusedOutput;
 
     ContentFilter filter;
     int streamsMade = 0;
@@ -57,7 +57,8 @@ private:
 
         Result<void> addStreamOutput(StreamOutput& output, StreamOutputType type,
                                      SerialQueue& queue) override {
-            if (owner.refusedOutput == type) return failure("no such output");
+            if (type == StreamOutputType::audio && owner.outputError)
+                return std::unexpected(*owner.outputError);
             outputs[type] = [&output, &queue, type](const SampleBuffer& buffer) {
                 queue.async([&output, buffer, type] { output.streamDidOutputSampleBuffer(buffer, type); });
             };
