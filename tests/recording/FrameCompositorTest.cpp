@@ -60,23 +60,17 @@ struct Stage {
     FrameIngredients scene;
 };
 
-TEST(FrameCompositorTest, WithoutZoomThePictureIsUntouchedButForPulses) {
-    Stage stage(640, 360);
-    const auto color = [](int x, int y) { return y < 320 ? kWhite : Rgb{x % 256, y % 256, x * y % 256}; };
-    stage.scene.screen.pixels = painted(640, 360, color);
-    stage.scene.snapshot.ripples.push_back({{200, 100}, 40, 0.5});
-    stage.scene.snapshot.heldDisc = RippleDisc{{500, 270}, 40, 1};
+TEST(FrameCompositorTest, WithoutZoomThePictureIsUntouched) {
+    Stage stage(320, 180);
+    const auto color = [](int x, int y) { return Rgb{x % 256, y, x * y % 256}; };
+    stage.scene.screen.pixels = painted(320, 180, color);
     const auto frame = stage.draw();
     ASSERT_TRUE(frame);
-    for (int y = 320; y < 360; ++y)
-        for (int x = 0; x < 640; ++x) ASSERT_EQ(pixel(*frame, x, y), color(x, y)) << x << ", " << y;
-    // From 22 to 40 px a pulse fades; a pixel's centre lies half a pixel further.
-    const Rgb half{245, 160, 166}, faded{250, 205, 208};
-    stage.expect({{200, 100, half}, {185, 100, half}, {230, 100, faded}, {245, 100, kWhite}});
-    stage.expect({{500, 270, kPulse}, {500, 289, kPulse}, {500, 89, kWhite}});
+    for (int y = 0; y < 180; ++y)
+        for (int x = 0; x < 320; ++x) ASSERT_EQ(pixel(*frame, x, y), color(x, y)) << x << ", " << y;
 }
 
-TEST(FrameCompositorTest, ZoomEnlargesPictureAndPulse) {
+TEST(FrameCompositorTest, ZoomEnlargesPictureAndPulses) {
     Stage stage(640, 360);
     // The top left quarter of the crop is red, the rest of it white, all around it blue.
     stage.scene.screen.pixels = painted(640, 360, [](int x, int y) {
@@ -84,11 +78,15 @@ TEST(FrameCompositorTest, ZoomEnlargesPictureAndPulse) {
         return x < 360 && y < 150 ? kRed : kWhite;
     });
     stage.scene.snapshot.cropPx = {200, 60, 320, 180};
-    stage.scene.snapshot.ripples.push_back({{440, 200}, 14, 1});
+    stage.scene.snapshot.ripples.push_back({{440, 200}, 20, 0.5});
+    stage.scene.snapshot.heldDisc = RippleDisc{{440, 100}, 20, 1};
     stage.expect(
         {{5, 5, kRed}, {315, 175, kRed}, {325, 175, kWhite}, {315, 185, kWhite}, {634, 354, kWhite}});
-    // 14 px become 28.
-    stage.expect({{480, 280, kPulse}, {492, 280, kPulse}, {480, 249, kWhite}, {480, 310, kWhite}});
+    // 20 px become 40; a pulse fades from 22 px on.
+    const Rgb half{245, 160, 166}, faded{250, 206, 208};
+    stage.expect(
+        {{480, 280, half}, {500, 280, half}, {510, 280, faded}, {480, 238, kWhite}, {480, 322, kWhite}});
+    stage.expect({{480, 80, kPulse}, {480, 99, kPulse}, {480, 122, kWhite}});
 }
 
 TEST(FrameCompositorTest, TilesHaveABorderThatGrowsWithTheMovie) {

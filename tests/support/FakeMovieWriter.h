@@ -35,7 +35,7 @@ struct WrittenMovie {
 class FakeMovieWriters : public MovieWriters {
 public:
     std::optional<Error> makeError, startError, error;
-    bool completes = true, takesSamples = true;
+    bool completes = true;
     int poolLimit = 8;
     std::atomic<bool> hasPool = true, ready = true;
 
@@ -61,8 +61,8 @@ private:
         bool append(const AudioSamples&, MediaTime time) override {
             if (movie.tracksFinished > 0) movie.usedAfterEnd = true;
             std::this_thread::sleep_for(std::chrono::milliseconds(1));
-            if (owner.takesSamples) times.with([&](auto& all) { all.push_back(time); });
-            return owner.takesSamples;
+            if (!owner.error) times.with([&](auto& all) { all.push_back(time); });
+            return !owner.error;
         }
 
         FakeMovieWriters& owner;

@@ -14,8 +14,7 @@ class FakeScreenCapture : public ScreenCapture {
 public:
     ShareableContent content{{1}, {}};
     bool microphone = true;
-    std::optional<Error> contentError, streamError, startError, stopError;
-    std::optional<Error> outputError;  // of the one for sound
+    std::optional<Error> contentError, streamError, startError;
     std::optional<Error> diesAtStart;  // reports its end before the start returns
 
     ContentFilter filter;
@@ -57,8 +56,6 @@ private:
 
         Result<void> addStreamOutput(StreamOutput& output, StreamOutputType type,
                                      SerialQueue& queue) override {
-            if (type == StreamOutputType::audio && owner.outputError)
-                return std::unexpected(*owner.outputError);
             outputs[type] = [&output, &queue, type](const SampleBuffer& buffer) {
                 queue.async([&output, buffer, type] { output.streamDidOutputSampleBuffer(buffer, type); });
             };
@@ -72,7 +69,6 @@ private:
         }
         Result<void> stopCapture() override {
             leave();
-            if (owner.stopError) return std::unexpected(*owner.stopError);
             return {};
         }
         void leave() {
