@@ -3,7 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <cstdlib>
+#include <array>
 #include <functional>
 
 namespace kasto {
@@ -25,16 +25,6 @@ PixelBufferRef painted(int width, int height, const std::function<Rgb(int, int)>
     return buffer;
 }
 
-Rgb pixel(const PixelBuffer& buffer, int x, int y) {
-    const auto* p = at(buffer, x, y);
-    return {p[2], p[1], p[0]};
-}
-
-// Every channel within two levels: rounding of colours and blends.
-bool near(Rgb seen, Rgb wanted) {
-    return std::ranges::equal(seen, wanted, [](int a, int b) { return std::abs(a - b) <= 2; });
-}
-
 struct Probe {
     int x, y;
     Rgb color;
@@ -51,24 +41,17 @@ struct Stage {
     void expect(const std::vector<Probe>& probes) {
         const auto frame = draw();
         ASSERT_TRUE(frame);
-        for (const auto& [x, y, color] : probes)
-            EXPECT_PRED2(near, pixel(*frame, x, y), color) << x << ", " << y;
+        for (const auto& [x, y, color] : probes) {
+            // Two levels for the rounding of colours and blends.
+            for (std::size_t i = 0; i < 3; ++i)
+                EXPECT_NEAR(at(*frame, x, y)[2 - i], color[i], 2) << x << ", " << y;
+        }
     }
 
     FrameCompositor compositor;
     PixelBufferPool pool;
     FrameIngredients scene;
 };
-
-TEST(FrameCompositorTest, WithoutZoomThePictureIsUntouched) {
-    Stage stage(320, 180);
-    const auto color = [](int x, int y) { return Rgb{x % 256, y, x * y % 256}; };
-    stage.scene.screen.pixels = painted(320, 180, color);
-    const auto frame = stage.draw();
-    ASSERT_TRUE(frame);
-    for (int y = 0; y < 180; ++y)
-        for (int x = 0; x < 320; ++x) ASSERT_EQ(pixel(*frame, x, y), color(x, y)) << x << ", " << y;
-}
 
 TEST(FrameCompositorTest, ZoomEnlargesPictureAndPulses) {
     Stage stage(640, 360);
