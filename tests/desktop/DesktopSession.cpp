@@ -3,7 +3,6 @@
 #include "support/WaitUntil.h"
 
 #include <algorithm>
-#include <array>
 #include <csignal>
 #include <sstream>
 #include <stdexcept>
@@ -78,16 +77,6 @@ std::vector<std::filesystem::path> DesktopSession::movies() const {
         if (entry.path().extension() == ".mov") found.push_back(entry.path());
     std::ranges::sort(found);
     return found;
-}
-
-std::string outputOf(const std::string& command) {
-    const std::unique_ptr<FILE, int (*)(FILE*)> pipe(popen(command.c_str(), "re"), pclose);
-    if (!pipe) throw std::runtime_error("cannot run " + command);
-    std::string output;
-    std::array<char, 65536> chunk{};
-    for (std::size_t count = 0; (count = fread(chunk.data(), 1, chunk.size(), pipe.get())) > 0;)
-        output.append(chunk.data(), count);
-    return output;
 }
 
 }  // namespace kasto::test

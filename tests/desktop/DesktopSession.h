@@ -52,7 +52,4 @@ private:
     std::vector<std::string> environment_;
 };
 
-// What a command prints.
-std::string outputOf(const std::string& command);
-
 }  // namespace kasto::test

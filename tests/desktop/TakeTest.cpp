@@ -2,7 +2,7 @@
 
 #include "desktop/ColourChart.h"
 #include "desktop/DesktopSession.h"
-#include "desktop/MovieProbe.h"
+#include "support/MovieProbe.h"
 #include "support/WaitUntil.h"
 
 #include <gtest/gtest.h>
@@ -37,15 +37,15 @@ protected:
 };
 
 // Tolerates what lossy coding does, and no more: a wrong colour matrix or range is off by much more.
-int worstPatchError(const std::vector<Colour>& picture) {
+int worstPatchError(const std::vector<std::uint8_t>& picture) {
     int worst = 0;
     for (std::size_t i = 0; i < chart::kPatches.size(); ++i) {
         const auto row = i / chart::kColumns * chart::kPatchHeight + chart::kPatchHeight / 2;
         const auto column = i % chart::kColumns * chart::kPatchWidth + chart::kPatchWidth / 2;
-        const auto shown = picture[row * chart::kScreenWidth + column];
+        const auto* shown = &picture.at(3 * (row * chart::kScreenWidth + column));
         const auto wanted = chart::kPatches[i];
-        worst = std::max({worst, std::abs(shown.red - wanted.red), std::abs(shown.green - wanted.green),
-                          std::abs(shown.blue - wanted.blue)});
+        worst = std::max({worst, std::abs(shown[0] - wanted.red), std::abs(shown[1] - wanted.green),
+                          std::abs(shown[2] - wanted.blue)});
     }
     return worst;
 }
@@ -73,7 +73,7 @@ TEST_F(TakeTest, recordsTheScreenInItsColoursAtASteadyPace) {
     EXPECT_EQ(movie.complaints(), "");
 
     const auto picture = movie.pictureAt(1.5);
-    ASSERT_EQ(picture.size(), static_cast<std::size_t>(chart::kScreenWidth) * chart::kScreenHeight);
+    ASSERT_EQ(picture.size(), std::size_t{3} * chart::kScreenWidth * chart::kScreenHeight);
     EXPECT_LE(worstPatchError(picture), 2);
 
     // At 60 pictures a second a tick lasts 10 units. A busy machine may lose a few.

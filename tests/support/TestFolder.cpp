@@ -1,5 +1,6 @@
 #include "support/TestFolder.h"
 
+#include <cstdio>
 #include <cstdlib>
 #include <fstream>
 #include <iterator>
@@ -25,6 +26,15 @@ std::string readFile(const std::filesystem::path& file) {
 
 void writeFile(const std::filesystem::path& file, const std::string& text) {
     std::ofstream(file, std::ios::binary) << text;
+}
+
+std::string outputOf(const std::string& command) {
+    FILE* const pipe = popen(command.c_str(), "re");
+    if (!pipe) throw std::runtime_error("cannot run " + command);
+    std::string output;
+    for (int byte = 0; (byte = getc(pipe)) != EOF;) output.push_back(static_cast<char>(byte));
+    pclose(pipe);
+    return output;
 }
 
 }  // namespace kasto::test

@@ -25,4 +25,7 @@ std::string readFile(const std::filesystem::path& file);
 
 void writeFile(const std::filesystem::path& file, const std::string& text);
 
+// What a command prints.
+std::string outputOf(const std::string& command);
+
 }  // namespace kasto::test

@@ -1,7 +1,5 @@
 #pragma once
 
-#include "desktop/ColourChart.h"
-
 #include <cstdint>
 #include <filesystem>
 #include <map>
@@ -13,22 +11,23 @@ namespace kasto::test {
 // A movie file as an independent program reads it.
 class MovieProbe {
 public:
-    explicit MovieProbe(std::filesystem::path movie) : movie_(std::move(movie)) {}
+    explicit MovieProbe(const std::filesystem::path& movie) : movie_(" '" + movie.string() + "' ") {}
 
     // What ffprobe tells of the video track: "codec_name", "profile", "color_space" …
     std::map<std::string, std::string> videoStream() const;
 
-    // The presentation times of all pictures, in order, in units of the track's timescale.
-    std::vector<std::int64_t> times() const;
+    // The times at which decoded pictures are shown, in units of the track's timescale. `options` of ffprobe
+    // choose among them.
+    std::vector<std::int64_t> times(const std::string& options = "") const;
 
     // What is wrong with the file from beginning to end; empty when nothing is.
     std::string complaints() const;
 
-    // The picture shown at a time, row by row.
-    std::vector<Colour> pictureAt(double timeS) const;
+    // The picture shown at a time, row by row: red, green and blue of each pixel.
+    std::vector<std::uint8_t> pictureAt(double timeS) const;
 
 private:
-    std::filesystem::path movie_;
+    std::string movie_;  // as a word of a command
 };
 
 }  // namespace kasto::test
