@@ -1,20 +1,16 @@
 #include "linux/ffmpeg/TakeOnPaper.h"
 
-#include "linux/ffmpeg/FfmpegMovieWriters.h"
+#include "support/TestFolder.h"
+#include "support/WaitUntil.h"
 
-#include <chrono>
+#include <endian.h>
+
 #include <cstring>
-#include <thread>
 
 namespace kasto::test {
 
 VideoInputSettings smallVideo(int framesPerSecond) {
-    return {.width = 320,
-            .height = 180,
-            .averageBitRate = 2'000'000,
-            .maxKeyFrameInterval = 2 * framesPerSecond,
-            .expectedFrameRate = framesPerSecond,
-            .allowFrameReordering = true};
+    return {320, 180, 2'000'000, 2 * framesPerSecond, framesPerSecond, true};
 }
 
 PixelBufferRef paintedPicture(const VideoInputSettings& settings, int luma, int cb, int cr, int texture) {
@@ -32,41 +28,46 @@ PixelBufferRef paintedPicture(const VideoInputSettings& settings, int luma, int 
     return picture;
 }
 
-TakeOnPaper::TakeOnPaper(const std::filesystem::path& file, VideoInputSettings settings,
+TakeOnPaper::TakeOnPaper(const std::filesystem::path& file, VideoInputSettings wanted,
                          MediaTime fragmentInterval)
-    : settings_(settings) {
-    FfmpegMovieWriters writers;
-    writer_ = writers.makeWriter(file, fragmentInterval).value();
-    input_ = writer_->addVideoInput(settings_);
-    adaptor_ = writer_->adaptor(*input_);
-}
+    : settings(wanted),
+      writer(FfmpegMovieWriters().makeWriter(file, fragmentInterval).value()),
+      input(writer->addVideoInput(settings)),
+      adaptor(writer->adaptor(*input)) {}
 
 bool TakeOnPaper::start(MediaTime sessionStart) {
-    if (!writer_->startWriting()) return false;
-    writer_->startSession(sessionStart);
-    return true;
+    const bool started = writer->startWriting();
+    writer->startSession(sessionStart);
+    return started;
 }
 
 bool TakeOnPaper::append(const PixelBufferRef& picture, std::int64_t timeUnits) {
-    eventually([&] { return input_->isReadyForMoreMediaData() || writer_->error(); });
-    nextUnits_ = timeUnits + 10;
-    return adaptor_->append(picture, {timeUnits, 600});
+    waitUntil([&] { return input->isReadyForMoreMediaData() || writer->error(); });
+    nextUnits = timeUnits + 10;
+    return adaptor->append(picture, {timeUnits, 600});
 }
 
 void TakeOnPaper::appendMoving(int count) {
     for (int i = 0; i < count; ++i) {
-        const auto texture = static_cast<int>(nextUnits_ / 10 % 97) + 1;
-        append(paintedPicture(settings_, 120, 128, 128, texture), nextUnits_);
+        const auto texture = static_cast<int>(nextUnits / 10 % 97) + 1;
+        append(paintedPicture(settings, 120, 128, 128, texture), nextUnits);
     }
 }
 
-bool eventually(const std::function<bool()>& condition) {
-    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(40);
-    while (!condition()) {
-        if (std::chrono::steady_clock::now() > deadline) return false;
-        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+std::string outermostBoxes(const std::filesystem::path& file) {
+    const std::string bytes = readFile(file);
+    std::string types;
+    std::uint32_t head[4];
+    for (std::size_t at = 0; at < bytes.size();) {
+        if (at + sizeof head > bytes.size()) return types + "cut";
+        std::memcpy(head, &bytes[at], sizeof head);
+        // A size of 1 stands for the long one behind the type, of which the lower half is enough here.
+        const std::size_t boxBytes = be32toh(head[0] == htobe32(1) ? head[3] : head[0]);
+        if (boxBytes == 0 || at + boxBytes > bytes.size()) return types + "cut";
+        types += bytes.substr(at + 4, 4) + ' ';
+        at += boxBytes;
     }
-    return true;
+    return types;
 }
 
 }  // namespace kasto::test

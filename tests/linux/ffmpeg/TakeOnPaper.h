@@ -1,14 +1,12 @@
 #pragma once
 
-#include "platform/MovieWriter.h"
+#include "linux/ffmpeg/FfmpegMovieWriters.h"
 
 #include <filesystem>
-#include <functional>
 #include <memory>
+#include <string>
 
 namespace kasto::test {
-
-inline constexpr MediaTime kFourSeconds{2400, 600};
 
 VideoInputSettings smallVideo(int framesPerSecond = 60);
 
@@ -17,10 +15,9 @@ VideoInputSettings smallVideo(int framesPerSecond = 60);
 PixelBufferRef paintedPicture(const VideoInputSettings& settings, int luma, int cb, int cr, int texture = 0);
 
 // A movie writer, and a picture source that waits for the writer where a recorder would drop.
-class TakeOnPaper {
-public:
+struct TakeOnPaper {
     explicit TakeOnPaper(const std::filesystem::path& file, VideoInputSettings settings = smallVideo(),
-                         MediaTime fragmentInterval = kFourSeconds);
+                         MediaTime fragmentInterval = {300, 600});
 
     // Starts the writer, and the session at this time.
     bool start(MediaTime sessionStart = {0, 600});
@@ -31,20 +28,15 @@ public:
     // Appends textured pictures, one every ten units from the last one on.
     void appendMoving(int count);
 
-    MovieWriter& writer() { return *writer_; }
-    WriterInput& input() { return *input_; }
-    PixelBufferAdaptor& adaptor() { return *adaptor_; }
-    const VideoInputSettings& settings() const { return settings_; }
-
-private:
-    VideoInputSettings settings_;
-    std::unique_ptr<MovieWriter> writer_;
-    WriterInput* input_ = nullptr;
-    PixelBufferAdaptor* adaptor_ = nullptr;
-    std::int64_t nextUnits_ = 0;
+    const VideoInputSettings settings;
+    const std::unique_ptr<MovieWriter> writer;
+    WriterInput* const input;
+    PixelBufferAdaptor* const adaptor;
+    std::int64_t nextUnits = 0;
 };
 
-// Tries again every millisecond until the condition holds; false after a long while.
-bool eventually(const std::function<bool()>& condition);
+// The types of the outermost boxes that are whole, in the file's order: "ftyp mdat moov ". "cut" follows if
+// the file does not end with the last of them.
+std::string outermostBoxes(const std::filesystem::path& file);
 
 }  // namespace kasto::test
