@@ -20,11 +20,10 @@ TEST(AvcStreamTest, samplesHoldLengthsInsteadOfStartCodes) {
         appendAvcSample(stream, sample);
         EXPECT_EQ(sample, expected);
     }
-    for (const Bytes& stream : {Bytes{}, Bytes{0, 0}, Bytes{1, 2, 3, 4}, Bytes{0, 0, 1}}) {
-        Bytes sample;
+    Bytes sample;
+    for (const Bytes& stream : {Bytes{}, Bytes{0, 0}, Bytes{1, 2, 3, 4}, Bytes{0, 0, 1}})
         appendAvcSample(stream, sample);
-        EXPECT_TRUE(sample.empty());
-    }
+    EXPECT_TRUE(sample.empty());
 }
 
 TEST(AvcStreamTest, decoderConfigurationNeedsOneSetOfEachKindOfProfileHigh) {

@@ -5,13 +5,10 @@
 
 #include <endian.h>
 
+#include <algorithm>
 #include <cstring>
 
 namespace kasto::test {
-
-VideoInputSettings smallVideo(int framesPerSecond) {
-    return {320, 180, 2'000'000, 2 * framesPerSecond, framesPerSecond, true};
-}
 
 PixelBufferRef paintedPicture(const VideoInputSettings& settings, int luma, int cb, int cr, int texture) {
     auto picture = PixelBuffer::make(PixelFormat::i420, settings.width, settings.height);
@@ -48,19 +45,16 @@ bool TakeOnPaper::append(const PixelBufferRef& picture, std::int64_t timeUnits) 
 }
 
 void TakeOnPaper::appendMoving(int count) {
-    for (int i = 0; i < count; ++i) {
-        const auto texture = static_cast<int>(nextUnits / 10 % 97) + 1;
-        append(paintedPicture(settings, 120, 128, 128, texture), nextUnits);
-    }
+    for (int i = 0; i < count; ++i)
+        append(paintedPicture(settings, 120, 128, 128, static_cast<int>(nextUnits / 10 % 97) + 1), nextUnits);
 }
 
 std::string outermostBoxes(const std::filesystem::path& file) {
     const std::string bytes = readFile(file);
     std::string types;
-    std::uint32_t head[4];
     for (std::size_t at = 0; at < bytes.size();) {
-        if (at + sizeof head > bytes.size()) return types + "cut";
-        std::memcpy(head, &bytes[at], sizeof head);
+        std::uint32_t head[4]{};
+        std::memcpy(head, &bytes[at], std::min(sizeof head, bytes.size() - at));
         // A size of 1 stands for the long one behind the type, of which the lower half is enough here.
         const std::size_t boxBytes = be32toh(head[0] == htobe32(1) ? head[3] : head[0]);
         if (boxBytes == 0 || at + boxBytes > bytes.size()) return types + "cut";

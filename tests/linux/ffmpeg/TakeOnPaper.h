@@ -8,7 +8,7 @@
 
 namespace kasto::test {
 
-VideoInputSettings smallVideo(int framesPerSecond = 60);
+inline constexpr VideoInputSettings kSmallVideo{320, 180, 2'000'000, 120, 60};
 
 // An i420 picture of the settings' size in one colour, with a little texture in the lower third when
 // `texture` is not zero.
@@ -16,7 +16,7 @@ PixelBufferRef paintedPicture(const VideoInputSettings& settings, int luma, int 
 
 // A movie writer, and a picture source that waits for the writer where a recorder would drop.
 struct TakeOnPaper {
-    explicit TakeOnPaper(const std::filesystem::path& file, VideoInputSettings settings = smallVideo(),
+    explicit TakeOnPaper(const std::filesystem::path& file, VideoInputSettings settings = kSmallVideo,
                          MediaTime fragmentInterval = {300, 600});
 
     // Starts the writer, and the session at this time.
