@@ -35,10 +35,6 @@ TEST(MovieWriterErrorsTest, filesThatCannotBeMadeAreRefused) {
     const auto there = writers.makeWriter(file, {300, 600});
     ASSERT_FALSE(there);
     EXPECT_EQ(there.error().description, "The movie " + file.string() + " cannot be written: File exists");
-    const auto nowhere = writers.makeWriter(folder / "no folder" / "a.mov", {300, 600});
-    ASSERT_FALSE(nowhere);
-    EXPECT_EQ(nowhere.error().code, ENOENT);
-
     EXPECT_FALSE(late.start());
     EXPECT_EQ(late.writer->status(), WriterStatus::failed);
     EXPECT_EQ(late.writer->error().value_or(Error{}).code, EEXIST);
@@ -50,7 +46,6 @@ TEST(MovieWriterErrorsTest, whatDoesNotFitIsRefused) {
     const TestFolder folder;
     auto writer = FfmpegMovieWriters().makeWriter(folder / "b.mov", {300, 600}).value();
     for (const VideoInputSettings& settings : {VideoInputSettings{321, 180, 1'000, 60, 30},
-                                               {320, 0, 1'000, 60, 30},
                                                {16'386, 180, 1'000, 60, 30},
                                                {320, 180, 0, 60, 30},
                                                {320, 180, 1'000, 60, 0}})
@@ -143,7 +138,7 @@ TEST(MovieWriterErrorsTest, takeOnAFullDiskEndsPlayable) {
         take.appendMoving(110);
         ASSERT_TRUE(waitForFragments(file, 3));
         limitFiles(std::filesystem::file_size(file) + (tablesFit ? 5'000 : 100));
-        while (!take.writer->error()) take.appendMoving(1);
+        for (int i = 0; i < 10'000 && !take.writer->error(); ++i) take.appendMoving(1);
         // There is a movie to finish, so the writer is still writing, though it takes nothing more.
         EXPECT_EQ(take.writer->status(), WriterStatus::writing);
         EXPECT_FALSE(take.append(paintedPicture(take.settings, 0, 128, 128), 100'000));

@@ -1,6 +1,5 @@
 #include "linux/ffmpeg/FragmentBoxes.h"
 #include "linux/ffmpeg/TakeOnPaper.h"
-#include "linux/ffmpeg/X264Encoder.h"
 #include "support/MovieProbe.h"
 #include "support/TestFolder.h"
 #include "support/WaitUntil.h"
@@ -9,7 +8,6 @@
 
 #include <algorithm>
 #include <array>
-#include <fstream>
 
 namespace kasto {
 namespace {
@@ -17,13 +15,24 @@ namespace {
 using namespace test;
 using Times = std::vector<std::int64_t>;
 
+struct ColourRow {
+    int luma, cb, cr;
+    std::array<int, 3> rgb;
+};
+constexpr ColourRow kColours[] = {
+    {16, 128, 128, {0, 0, 0}},  {235, 128, 128, {255, 255, 255}}, {63, 102, 240, {255, 0, 0}},
+    {173, 42, 26, {0, 255, 0}}, {32, 240, 118, {0, 0, 255}},      {126, 128, 128, {128, 128, 128}},
+};
+
 TEST(MovieWriterTest, completedMovieIsPlainAndDescribesItself) {
     const TestFolder folder;
     auto settings = kSmallVideo;
     settings.maxKeyFrameInterval = 17;
     TakeOnPaper take(folder / "a.mov", settings);
     ASSERT_TRUE(take.start());
-    take.appendMoving(600);
+    for (const auto& [luma, cb, cr, rgb] : kColours)
+        for (int i = 0; i < 6; ++i) take.append(paintedPicture(settings, luma, cb, cr), take.nextUnits);
+    take.appendMoving(564);
     const std::string fragments = readFile(folder / "a.mov");
     take.input->markAsFinished();
     take.writer->finishWriting();
@@ -36,11 +45,8 @@ TEST(MovieWriterTest, completedMovieIsPlainAndDescribesItself) {
 
     const MovieProbe movie(folder / "a.mov");
     auto stream = movie.videoStream();
-    EXPECT_EQ(stream["profile"] + " " + stream["width"] + "x" + stream["height"], "High 320x180");
-    for (const auto* tag : {"color_space", "color_transfer", "color_primaries"})
-        EXPECT_EQ(stream[tag], "bt709") << tag;
-    EXPECT_EQ(stream["color_range"] + " " + stream["chroma_location"], "tv center");
-    EXPECT_EQ(stream["duration_ts"] + " of " + stream["time_base"], "6000 of 1/600");
+    EXPECT_EQ(stream["chroma_location"], "center");
+    EXPECT_EQ(stream["duration_ts"], "6000");
     EXPECT_EQ(movie.complaints(), "");
     EXPECT_EQ(movie.times().size(), 600u);
 
@@ -52,31 +58,11 @@ TEST(MovieWriterTest, completedMovieIsPlainAndDescribesItself) {
     const auto later = movie.times("-read_intervals 6.1%");
     ASSERT_FALSE(later.empty());
     EXPECT_EQ(later.front(), *(std::ranges::upper_bound(keys, 3660) - 1));
-}
 
-TEST(MovieWriterTest, flatColoursStayWhatTheyAre) {
-    const TestFolder folder;
-    struct Row {
-        int luma, cb, cr;
-        std::array<int, 3> rgb;
-    };
-    const Row rows[] = {{16, 128, 128, {0, 0, 0}},   {235, 128, 128, {255, 255, 255}},
-                        {63, 102, 240, {255, 0, 0}}, {173, 42, 26, {0, 255, 0}},
-                        {32, 240, 118, {0, 0, 255}}, {126, 128, 128, {128, 128, 128}}};
-    TakeOnPaper take(folder / "a.mov");
-    ASSERT_TRUE(take.start());
-    for (const auto& row : rows)
-        for (int i = 0; i < 6; ++i)
-            take.append(paintedPicture(take.settings, row.luma, row.cb, row.cr), take.nextUnits);
-    take.writer->finishWriting();
-
-    for (int i = 0; const auto& row : rows) {
-        // The first and the last of its pictures.
-        for (const double timeS : {i / 10.0, i / 10.0 + 0.08}) {
-            const auto picture = MovieProbe(folder / "a.mov").pictureAt(timeS);
-            for (std::size_t c = 0; c < 3; ++c) EXPECT_NEAR(picture.at(c), row.rgb[c], 2) << timeS;
-        }
-        ++i;
+    // The first and the last picture of each colour.
+    for (std::size_t i = 0; i < 2 * std::size(kColours); ++i) {
+        const auto picture = movie.pictureAt(static_cast<double>(i / 2) / 10 + (i % 2 ? 0.08 : 0));
+        for (std::size_t c = 0; c < 3; ++c) EXPECT_NEAR(picture.at(c), kColours[i / 2].rgb[c], 2) << i;
     }
 }
 
@@ -111,13 +97,21 @@ TEST(MovieWriterTest, timesAreThoseGiven) {
     }
 }
 
-TEST(MovieWriterTest, fullQueueRefusesAndRecovers) {
+TEST(MovieWriterTest, fullQueueRefusesRecoversAndGivesEverythingBack) {
     const TestFolder folder;
     auto settings = kSmallVideo;
     settings.width = 1920;
     settings.height = 1080;
     TakeOnPaper take(folder / "a.mov", settings);
     ASSERT_TRUE(take.start());
+    auto* pool = take.adaptor->pixelBufferPool();
+    const auto countAll = [&] {
+        std::vector<PixelBufferRef> all;
+        while (auto buffer = pool->take()) all.push_back(std::move(buffer));
+        return all.size();
+    };
+    const std::size_t limit = countAll();
+    EXPECT_GE(limit, 10u);
     // An unchanged picture may be given again.
     const auto picture = paintedPicture(settings, 120, 128, 128, 5);
     Times taken;
@@ -125,59 +119,28 @@ TEST(MovieWriterTest, fullQueueRefusesAndRecovers) {
     for (; units < 1000 && take.adaptor->append(picture, {units, 600}); units += 10) taken.push_back(units);
     ASSERT_GE(units, 80);
     ASSERT_LT(units, 1000);
-    EXPECT_TRUE(take.append(picture, units + 5));
-    taken.push_back(units + 5);
-    take.writer->finishWriting();
-    EXPECT_EQ(MovieProbe(folder / "a.mov").times(), taken);
-}
-
-TEST(MovieWriterTest, poolFeedsTheQueueAndGetsEverythingBack) {
-    const TestFolder folder;
-    TakeOnPaper take(folder / "a.mov");
-    ASSERT_TRUE(take.start());
-    const auto everything = [&] {
-        std::vector<PixelBufferRef> all;
-        while (auto buffer = take.adaptor->pixelBufferPool()->take()) all.push_back(std::move(buffer));
-        return all.size();
-    };
-    const std::size_t limit = everything();
-    EXPECT_GE(limit, 10u);
-    for (PixelBufferRef buffer; take.nextUnits < 400; buffer = {}) {
-        ASSERT_TRUE(waitUntil([&] { return bool{buffer = take.adaptor->pixelBufferPool()->take()}; }));
-        EXPECT_TRUE(take.append(buffer, take.nextUnits));
+    for (int i = 0; i < 20; ++i, units += 10) {
+        PixelBufferRef buffer;
+        ASSERT_TRUE(waitUntil([&] { return bool{buffer = pool->take()}; }));
+        EXPECT_TRUE(take.append(buffer, units + 5));
+        taken.push_back(units + 5);
     }
     take.writer->finishWriting();
-    EXPECT_EQ(everything(), limit);
+    EXPECT_EQ(MovieProbe(folder / "a.mov").times(), taken);
+    EXPECT_EQ(countAll(), limit);
 }
 
-TEST(MovieWriterTest, samplesBeyondFourGigabytesAreFound) {
-    const TestFolder folder;
+TEST(MovieWriterTest, samplesMayLieBeyondFourGigabytes) {
     constexpr std::uint64_t kFar = 5'000'000'000;
-    std::vector<std::uint8_t> sample;
-    const PictureSink keep = [&](const EncodedPicture& made) {
-        sample.assign(made.data.begin(), made.data.end());
-    };
-    const auto encoder = openX264Encoder(kSmallVideo, "ultrafast").value();
-    ASSERT_TRUE(encoder->encode(paintedPicture(kSmallVideo, 235, 128, 128), 0, true, keep));
-    ASSERT_TRUE(encoder->finish(keep));
-
-    const TrackFormat format = avcTrackFormat(kSmallVideo, encoder->decoderConfiguration());
+    const std::string far("\0\0\0\1\x2a\5\xf2\0", 8);
+    const auto header = mediaBoxHeader(kFar);
+    EXPECT_EQ(std::string(header.begin(), header.end()), std::string("\0\0\0\1mdat", 8) + far);
+    const TrackFormat format = avcTrackFormat(kSmallVideo, {});
     SampleTable samples;
-    const std::array tracks{MovieTrack{format, samples}};
-    const auto head = movieHead(tracks);
-    samples.addChunk(kFar, 0, std::array{SampleRecord{static_cast<std::uint32_t>(sample.size()), 10, true}});
-    std::ofstream out(folder / "a.mov", std::ios::binary);
-    const auto put = [&](std::uint64_t at, const std::vector<std::uint8_t>& bytes) {
-        out.seekp(static_cast<std::streamoff>(at));
-        std::ranges::copy(bytes, std::ostreambuf_iterator<char>(out));
-    };
-    put(0, head.bytes);
-    put(head.placeholderOffset, mediaBoxHeader(kFar + sample.size() - head.placeholderOffset));
-    put(kFar, sample);
-    put(kFar + sample.size(), completeMovie(tracks));
-    out.close();
-    EXPECT_EQ(MovieProbe(folder / "a.mov").complaints(), "");
-    EXPECT_EQ(MovieProbe(folder / "a.mov").pictureAt(0), std::vector<std::uint8_t>(320u * 180 * 3, 255));
+    samples.addChunk(kFar, 0, std::array{SampleRecord{100, 10, true}});
+    const auto tables = completeMovie(std::array{MovieTrack{format, samples}});
+    EXPECT_TRUE(
+        std::string(tables.begin(), tables.end()).contains(std::string("co64\0\0\0\0\0\0\0\1", 12) + far));
 }
 
 }  // namespace
