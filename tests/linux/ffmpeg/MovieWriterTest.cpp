@@ -99,9 +99,7 @@ TEST(MovieWriterTest, timesAreThoseGiven) {
 
 TEST(MovieWriterTest, fullQueueRefusesRecoversAndGivesEverythingBack) {
     const TestFolder folder;
-    auto settings = kSmallVideo;
-    settings.width = 1920;
-    settings.height = 1080;
+    const VideoInputSettings settings{1920, 1080, 2'000'000, 120, 60};
     TakeOnPaper take(folder / "a.mov", settings);
     ASSERT_TRUE(take.start());
     auto* pool = take.adaptor->pixelBufferPool();
