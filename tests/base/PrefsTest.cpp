@@ -69,11 +69,11 @@ TEST(PrefsTest, WritesTheRegionSoThatItReadsBack) {
         store.set("regionRect", text);
         EXPECT_EQ(Prefs::regionRect(), expected) << text;
     }
-    const std::pair<double, std::optional<DisplayId>> displays[] = {
-        {4294967295, 4294967295u}, {-1, {}}, {4294967296, {}}};
-    for (const auto& [number, expected] : displays) {
-        store.set("regionDisplayID", number);
-        EXPECT_EQ(Prefs::regionDisplayID(), expected) << number;
+    store.set("regionDisplayID", 4294967295.0);
+    EXPECT_EQ(Prefs::regionDisplayID(), 4294967295u);
+    for (const double noDisplay : {-1.0, 4294967296.0}) {
+        store.set("regionDisplayID", noDisplay);
+        EXPECT_EQ(Prefs::regionDisplayID(), std::nullopt);
     }
 }
 
@@ -81,7 +81,6 @@ TEST(PrefsTest, FindsAndMakesItsFolders) {
     const fs::path home = homeFolder();
     const fs::path drive = home / "Library/Mobile Documents/com~apple~CloudDocs";
     EXPECT_EQ(Prefs::cloudKastosDir(), std::nullopt);
-    EXPECT_FALSE(fs::exists(drive.parent_path()));
     fs::create_directories(drive);
     EXPECT_EQ(Prefs::cloudKastosDir(), drive / "tolvane/kastos");
     EXPECT_TRUE(fs::is_directory(drive / "tolvane/kastos"));
@@ -90,10 +89,9 @@ TEST(PrefsTest, FindsAndMakesItsFolders) {
 
     const std::pair<const char*, fs::path> rows[] = {
         {"XDG_VIDEOS_DIR=\"$HOME/Vid\u00e9os\"\n", home / "Vid\u00e9os"},
-        {"#XDG_VIDEOS_DIR=\"/a\"\nXDG_VIDEOS_DIRS=\"/b\"\nXDG_MUSIC_DIR=\"/c\"\n", home / "Movies"},
         {"XDG_VIDEOS_DIR=\"/first\"\n  XDG_VIDEOS_DIR = \"/mnt/my \\\"films\\\"/\" # mine",
          "/mnt/my \"films\""},
-        {"XDG_VIDEOS_DIR=\"$HOME/\"\n", home / "Movies"},
+        {"#XDG_VIDEOS_DIR=\"/a\"\nXDG_VIDEOS_DIRS=\"/b\"\nXDG_VIDEOS_DIR=\"$HOME/\"\n", home / "Movies"},
         {"XDG_VIDEOS_DIR=\"$HOMER/x\"\nXDG_VIDEOS_DIR=\"films\"\nXDG_VIDEOS_DIR=\"/open\n", home / "Movies"},
     };
     const test::TestFolder config;
@@ -102,8 +100,6 @@ TEST(PrefsTest, FindsAndMakesItsFolders) {
         test::writeFile(config / "user-dirs.dirs", userDirs);
         EXPECT_EQ(moviesFolder(), expected) << userDirs;
     }
-    setenv("XDG_CONFIG_HOME", "relative", 1);
-    EXPECT_EQ(configFolder(), home / ".config");
 }
 
 }  // namespace

@@ -10,18 +10,16 @@ TEST(OwnWindowsTest, ToldWhatChangedBetweenTwoLooks) {
     const auto painting = [](int x) {
         return OwnWindow{7, SharingType::none, std::vector<PixelRect>{{x, 0, 1, 1}}};
     };
-    windows.remove(7);
-    EXPECT_EQ(windows.generation(), OwnWindows().generation()) << "nothing changed";
     windows.set(painting(1));
     const auto looked = windows.generation();
-    EXPECT_TRUE(windows.replacedSince(looked).empty());
     windows.set(painting(2));
     windows.set(painting(3));
     ASSERT_EQ(windows.windows().size(), 1u);
     EXPECT_EQ(windows.windows()[0].paintedPx->front().x, 3);
     windows.remove(7);
+    windows.remove(7);
     EXPECT_TRUE(windows.windows().empty());
-    EXPECT_EQ(windows.generation(), looked + 3);
+    EXPECT_EQ(windows.generation(), looked + 3) << "moves only when something changed";
     const auto replaced = windows.replacedSince(looked);
     ASSERT_EQ(replaced.size(), 3u);
     for (int i = 0; i < 3; ++i) EXPECT_EQ(replaced[static_cast<std::size_t>(i)].paintedPx->front().x, i + 1);
