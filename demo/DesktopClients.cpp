@@ -1,6 +1,6 @@
 // What is to be seen on a private desktop: "chart" shows known colours, "scene" a desktop at work.
 
-#include "desktop/ColourChart.h"
+#include "demo/ColourChart.h"
 
 #include <QApplication>
 #include <QElapsedTimer>
@@ -16,7 +16,7 @@
 #include <memory>
 #include <vector>
 
-namespace kasto::test {
+namespace kasto::demo {
 namespace {
 
 // A window that paints itself anew 60 times a second, or once.
@@ -216,11 +216,11 @@ std::vector<std::unique_ptr<QWidget>> makeClients(const QString& what) {
 }
 
 }  // namespace
-}  // namespace kasto::test
+}  // namespace kasto::demo
 
 int main(int argc, char** argv) {
     QApplication application(argc, argv);
-    const auto clients = kasto::test::makeClients(argc == 2 ? argv[1] : "");
+    const auto clients = kasto::demo::makeClients(argc == 2 ? argv[1] : "");
     if (clients.empty()) {
         std::fputs("usage: desktop_clients chart | scene\n", stderr);
         return 2;
