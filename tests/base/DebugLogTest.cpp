@@ -30,6 +30,7 @@ TEST(DebugLogTest, WritesWholeLinesInOrderToBothLogs) {
     fs::create_directories(file.parent_path());
     const std::string before = isoTimestamp(std::time(nullptr));
     DebugLog::log("caf\u00e9 \u2014\nfin");
+    DebugLog::trimIfHuge();
     DebugLog::flush();
     const std::string content = test::readFile(file);
     EXPECT_GE(content.substr(0, before.size()), before);
@@ -37,10 +38,6 @@ TEST(DebugLogTest, WritesWholeLinesInOrderToBothLogs) {
     const std::vector<std::string> both{"kasto: lost from the file", "kasto: caf\u00e9 \u2014\nfin"};
     EXPECT_EQ(systemLog.all(), both);
 
-    test::writeFile(file, std::string(1'000'000, 'x'));
-    DebugLog::trimIfHuge();
-    DebugLog::flush();
-    EXPECT_TRUE(fs::exists(file));
     test::writeFile(file, std::string(1'000'001, 'x'));
     DebugLog::trimIfHuge();
     std::vector<std::jthread> threads;

@@ -15,8 +15,6 @@ using test::readFile;
 
 class PreferenceStoreTest : public testing::Test {
 protected:
-    std::ptrdiff_t files() const { return std::distance(fs::directory_iterator(file.parent_path()), {}); }
-
     const test::TestFolder folder;
     const fs::path file = folder / "kasto/preferences.json";
     const test::LogLines log;
@@ -32,8 +30,6 @@ TEST_F(PreferenceStoreTest, KeepsTypesAndWhatItDoesNotKnowAndLinks) {
     store.set("fps", 60.0);
     store.set("one", 1);
     store.set("text", "caf\u00e9 \"x\"\n");
-    store.set("gone", "soon");
-    store.remove("gone");
     store.set("gone", 1.5);
     store.set("gone", std::numeric_limits<double>::quiet_NaN());
     EXPECT_TRUE(fs::is_symlink(file));
@@ -58,7 +54,6 @@ TEST_F(PreferenceStoreTest, SetsADamagedFileAside) {
         PreferenceStore(file).set("fps", 30);
         EXPECT_EQ(PreferenceStore(file).integer("fps"), 30);
         ASSERT_EQ(log.all().size(), ++aside);
-        EXPECT_EQ(files(), static_cast<std::ptrdiff_t>(1 + aside));
         const std::string keptAs = log.all().back().substr(log.all().back().rfind(' ') + 1);
         EXPECT_TRUE(keptAs.starts_with(file.string() + ".damaged-2")) << keptAs;
         EXPECT_EQ(readFile(keptAs), damaged);
@@ -76,8 +71,6 @@ TEST_F(PreferenceStoreTest, ValuesHoldWhileTheyCannotBeSaved) {
     store.set("outputDir", "/home/\xff");
     EXPECT_EQ(store.string("outputDir"), "/home/\xff");
     EXPECT_EQ(readFile(file), "{\n    \"fps\": 30\n}\n") << "what JSON cannot hold does not harm the rest";
-    store.set("outputDir", "/home");
-    EXPECT_EQ(PreferenceStore(file).string("outputDir"), "/home");
 
     PreferenceStore unreadable(file.parent_path());  // a folder
     unreadable.set("fps", 60);
@@ -103,7 +96,7 @@ TEST_F(PreferenceStoreTest, ManyThreadsWriteAFileThatIsWholeAtEveryMoment) {
     threads.clear();
     const PreferenceStore reopened(file);
     for (const char* key : {"a", "b", "c"}) EXPECT_EQ(reopened.integer(key), 100);
-    EXPECT_EQ(files(), 1);
+    EXPECT_EQ(std::distance(fs::directory_iterator(file.parent_path()), {}), 1);
     EXPECT_EQ(fs::status(file).permissions(), fs::perms(0600));
     EXPECT_EQ(fs::status(file.parent_path()).permissions(), fs::perms(0700));
 }
