@@ -1,5 +1,4 @@
 #include "shell/AppDelegate.h"
-#include "shell/OwnWindowWatch.h"
 
 namespace kasto {
 
@@ -18,7 +17,6 @@ QMessageBox& AppDelegate::showAlert(const std::string& message, const std::strin
     alert_->setInformativeText(QString::fromStdString(informativeText));
     alert_->setTextFormat(Qt::PlainText);
     alert_->setAttribute(Qt::WA_DeleteOnClose);
-    keepOutOfRecordings(*alert_, desktop_.ownWindows);
     alert_->show();
     alert_->raise();
     alert_->activateWindow();
