@@ -34,10 +34,6 @@ TEST(PrefsTest, EachOptionReadsItsOwnKeyElseItsDefault) {
     EXPECT_EQ(Prefs::fps(), 30);
     store.set("cameraID", "usb-1");
     EXPECT_EQ(Prefs::cameraID(), "usb-1");
-    Prefs::setOutputDir("/films/new");
-    EXPECT_EQ(Prefs::outputDir(), "/films/new");
-    Prefs::setOutputDir(std::nullopt);
-    EXPECT_EQ(Prefs::outputDir(), std::nullopt);
 }
 
 TEST(PrefsTest, WritesTheRegionSoThatItReadsBack) {
@@ -69,16 +65,8 @@ TEST(PrefsTest, WritesTheRegionSoThatItReadsBack) {
     EXPECT_EQ(Prefs::regionDisplayID(), std::nullopt);
 }
 
-TEST(PrefsTest, FindsAndMakesItsFolders) {
+TEST(HomeFoldersTest, FindsTheMoviesFolder) {
     const fs::path home = homeFolder();
-    const fs::path drive = home / "Library/Mobile Documents/com~apple~CloudDocs";
-    EXPECT_EQ(Prefs::cloudKastosDir(), std::nullopt);
-    fs::create_directories(drive);
-    EXPECT_EQ(Prefs::cloudKastosDir(), drive / "tolvane/kastos");
-    EXPECT_TRUE(fs::is_directory(drive / "tolvane/kastos"));
-    EXPECT_EQ(Prefs::saveDir(), home / "Movies/kasto");
-    EXPECT_TRUE(fs::is_directory(home / "Movies/kasto"));
-
     const std::pair<const char*, fs::path> rows[] = {
         {"XDG_VIDEOS_DIR=\"$HOME/Vid\u00e9os\"\n", home / "Vid\u00e9os"},
         {"XDG_VIDEOS_DIR=\"/first\"\n  XDG_VIDEOS_DIR = \"/mnt/my \\\"films\\\"/\" # mine",

@@ -14,8 +14,6 @@ TEST(OwnWindowsTest, ToldWhatChangedBetweenTwoLooks) {
     const auto looked = windows.generation();
     windows.set(painting(2));
     windows.set(painting(3));
-    ASSERT_EQ(windows.windows().size(), 1u);
-    EXPECT_EQ(windows.windows()[0].paintedPx->front().x, 3);
     windows.remove(7);
     windows.remove(7);
     EXPECT_TRUE(windows.windows().empty());
@@ -26,6 +24,7 @@ TEST(OwnWindowsTest, ToldWhatChangedBetweenTwoLooks) {
     EXPECT_TRUE(windows.replacedSince(windows.generation()).empty());
     for (int i = 0; i < 1000; ++i) windows.set(painting(i));
     EXPECT_LT(windows.replacedSince(0).size(), 100u);
+    EXPECT_EQ(windows.replacedSince(0).back().paintedPx->front().x, 998);
 }
 
 }  // namespace
