@@ -19,36 +19,34 @@ namespace kasto::test {
 template <class Condition>
 bool loopUntil(Condition&& condition) {
     const QDeadlineTimer deadline(20'000);
-    while (!condition()) {
-        if (deadline.hasExpired()) return false;
-        QCoreApplication::processEvents(QEventLoop::AllEvents, 20);
-    }
-    return true;
-}
-
-inline QApplication& application() {
-    static int argc = 1;
-    static char name[] = "test";
-    static char* argv[] = {name, nullptr};
-    qputenv("QT_QPA_PLATFORM", "offscreen");
-    static QApplication app(argc, argv);
-    QApplication::setQuitOnLastWindowClosed(false);
-    return app;
+    while (!condition() && !deadline.hasExpired()) QCoreApplication::processEvents(QEventLoop::AllEvents, 20);
+    return condition();
 }
 
 // A launched controller on a desktop of fakes.
 class ControllerTest : public testing::Test {
 protected:
     ControllerTest() {
-        application();
+        static int argc = 0;
+        qputenv("QT_QPA_PLATFORM", "offscreen");
+        static QApplication application(argc, nullptr);
+        QApplication::setQuitOnLastWindowClosed(false);
+        launch();
+    }
+
+    // In the place of the controller there is.
+    void launch() {
         delegate = std::make_unique<AppDelegate>(desktop.record());
         QObject::connect(delegate.get(), &AppDelegate::readyToTerminate, [this] { ++terminations; });
         delegate->applicationDidFinishLaunching();
     }
 
+    // Starts a take as soon as the controller is idle.
     void record() {
-        delegate->startRecording();
-        ASSERT_TRUE(loopUntil([&] { return delegate->isRecording(); }));
+        ASSERT_TRUE(loopUntil([&] {
+            delegate->startRecording();
+            return delegate->isRecording();
+        }));
     }
 
     std::ptrdiff_t stopsLogged() const { return countOf("kasto: stopped "); }

@@ -7,13 +7,6 @@ namespace {
 
 class ScreenPermissionTest : public ControllerTest {
 protected:
-    ScreenPermissionTest() {
-        desktop.screenAccess.granted = false;
-        delegate = std::make_unique<AppDelegate>(desktop.record());
-        QObject::connect(delegate.get(), &AppDelegate::readyToTerminate, [this] { ++terminations; });
-        delegate->applicationDidFinishLaunching();
-    }
-
     static void press(const char* text) {
         for (auto* button : alert()->buttons())
             if (button->text() == text) return button->click();
@@ -21,8 +14,13 @@ protected:
     }
 };
 
-TEST_F(ScreenPermissionTest, AStartAsksAndExplains) {
+TEST_F(ScreenPermissionTest, AsksExplainsAndRelaunchesOnceWhenGranted) {
+    EXPECT_EQ(log.count("kasto: launched ?, screenAccess=true ax=false"), 1);
+    desktop.screenAccess.granted = false;
+    launch();
+    EXPECT_EQ(log.count("kasto: launched ?, screenAccess=false ax=false"), 1);
     EXPECT_EQ(desktop.screenAccess.requests, 1);
+
     delegate->toggleRecording();
     EXPECT_EQ(desktop.screenAccess.requests, 2);
     ASSERT_TRUE(alert());
@@ -36,39 +34,17 @@ TEST_F(ScreenPermissionTest, AStartAsksAndExplains) {
     EXPECT_TRUE(desktop.workspace.openedLinks.empty());
 
     delegate->openUrls({"kasto:record"});
+    ASSERT_TRUE(alert());
     press("open settings");
     EXPECT_EQ(desktop.workspace.openedLinks, std::vector<std::string>{"settings:screen-recording"});
     EXPECT_EQ(desktop.screenCapture.streamsMade, 0);
     EXPECT_EQ(terminations, 0);
-}
 
-TEST_F(ScreenPermissionTest, RelaunchesOnceWhenAccessIsGranted) {
-    delegate->startRecording();  // a second reason to watch, still one watch
     desktop.screenAccess.granted = true;
     ASSERT_TRUE(loopUntil([&] { return terminations > 0; }));
     EXPECT_EQ(terminations, 1);
     EXPECT_EQ(desktop.workspace.relaunches, 1);
     EXPECT_EQ(log.count("kasto: screen access granted — relaunching"), 1);
-}
-
-class HotKeyTest : public ControllerTest {};
-
-TEST_F(HotKeyTest, TogglesTakes) {
-    EXPECT_EQ(desktop.hotKeys.chord,
-              (KeyChord{.key = U'r', .control = true, .option = true, .command = true, .shift = false}));
-    desktop.hotKeys.onPress();
-    desktop.hotKeys.onPress();
-    ASSERT_TRUE(loopUntil([&] { return delegate->isRecording(); })) << "the second press came too early";
-    EXPECT_EQ(desktop.screenCapture.streamsMade, 1);
-    desktop.hotKeys.onPress();
-    ASSERT_TRUE(loopUntil([&] { return stopsLogged() == 1; }));
-}
-
-TEST_F(HotKeyTest, AChordThatIsTakenIsDoneWithout) {
-    desktop.hotKeys.taken = true;
-    delegate = std::make_unique<AppDelegate>(desktop.record());
-    delegate->applicationDidFinishLaunching();
-    record();
 }
 
 }  // namespace
