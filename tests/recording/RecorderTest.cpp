@@ -1,7 +1,7 @@
 #include "support/TakeFixture.h"
 
 #include <algorithm>
-#include <regex>
+#include <cctype>
 
 namespace kasto {
 namespace {
@@ -31,7 +31,10 @@ TEST_F(RecorderTest, RunsATakeFromTheFirstCompletePictureOn) {
     EXPECT_TRUE(std::filesystem::exists(*movie));
     const std::string name = movie->filename();
     EXPECT_EQ(*movie, Prefs::saveDir() / name);
-    EXPECT_TRUE(std::regex_match(name, std::regex("kasto-[0-9]{8}-[0-9]{6}\\.mov"))) << name;
+    std::string shape = name;
+    std::ranges::replace_if(
+        shape, [](unsigned char c) { return std::isdigit(c) != 0; }, '0');
+    EXPECT_EQ(shape, "kasto-00000000-000000.mov");
     EXPECT_EQ(log.all(), (std::vector<std::string>{
                              "kasto: filter excludes 2 app(s)", "kasto: audio: sys=true mic=false",
                              "kasto: recording 640x360@60 → " + name, "kasto: stopped → " + name}));
