@@ -8,7 +8,6 @@
 #include "platform/Desktop.h"
 #include "recording/Recorder.h"
 #include "shell/MainQueue.h"
-#include "shell/OwnWindowWatch.h"
 
 #include <QMessageBox>
 #include <QObject>
@@ -110,7 +109,6 @@ private:
     void runCommand(const std::string& word);
 
     const Desktop desktop_;
-    OwnWindowWatch ownWindowWatch_{desktop_.ownWindows};
     // Outlived by nothing that posts to it: the worker and the recorder end first.
     const std::shared_ptr<MainQueue> mainQueue_ = std::make_shared<MainQueue>();
     CaptureModel model_;

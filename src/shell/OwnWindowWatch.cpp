@@ -2,29 +2,38 @@
 
 #include "platform/OwnWindows.h"
 
-#include <QCoreApplication>
 #include <QEvent>
 #include <QWidget>
 
 namespace kasto {
 
-OwnWindowWatch::OwnWindowWatch(OwnWindows& ownWindows) : ownWindows_(ownWindows) {
-    QCoreApplication::instance()->installEventFilter(this);
-}
+namespace {
 
-bool OwnWindowWatch::eventFilter(QObject* object, QEvent* event) {
-    const bool isShown = event->type() == QEvent::Show;
-    if (!isShown && event->type() != QEvent::Hide) return false;
-    const auto* window = qobject_cast<QWidget*>(object);
-    if (!window || !window->isWindow()) return false;
-    // Qt sends the show event before the window appears and the hide event after it has gone.
-    const auto id = static_cast<std::uint64_t>(window->internalWinId());
-    if (isShown && id != 0) {
-        ownWindows_.set({.nativeId = id, .sharing = SharingType::none, .paintedPx = {}});
-    } else if (!isShown) {
-        ownWindows_.remove(id);
+class Watch final : public QObject {
+public:
+    Watch(QWidget& window, OwnWindows& ownWindows)
+        : QObject(&window), nativeId_(window.winId()), ownWindows_(ownWindows) {
+        window.installEventFilter(this);
     }
-    return false;
-}
+    ~Watch() override { ownWindows_.remove(nativeId_); }
+
+private:
+    bool eventFilter(QObject*, QEvent* event) override {
+        // Qt sends the show event before the window appears and the hide event after it has gone.
+        if (event->type() == QEvent::Show) {
+            ownWindows_.set({.nativeId = nativeId_, .sharing = SharingType::none, .paintedPx = {}});
+        } else if (event->type() == QEvent::Hide) {
+            ownWindows_.remove(nativeId_);
+        }
+        return false;
+    }
+
+    const std::uint64_t nativeId_;
+    OwnWindows& ownWindows_;
+};
+
+}  // namespace
+
+void keepOutOfRecordings(QWidget& window, OwnWindows& ownWindows) { new Watch(window, ownWindows); }
 
 }  // namespace kasto
