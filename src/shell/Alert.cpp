@@ -1,5 +1,5 @@
 #include "shell/AppDelegate.h"
-#include "shell/OwnWindowWatch.h"
+#include "ui/OwnWindowWatch.h"
 
 namespace kasto {
 
@@ -18,7 +18,7 @@ QMessageBox& AppDelegate::showAlert(const std::string& message, const std::strin
     alert_->setInformativeText(QString::fromStdString(informativeText));
     alert_->setTextFormat(Qt::PlainText);
     alert_->setAttribute(Qt::WA_DeleteOnClose);
-    keepOutOfRecordings(*alert_, desktop_.ownWindows);
+    watchOwnWindow(*alert_, desktop_.ownWindows);
     alert_->show();
     alert_->raise();
     alert_->activateWindow();

@@ -7,6 +7,7 @@
 #include "model/CaptureModel.h"
 #include "platform/Desktop.h"
 #include "recording/Recorder.h"
+#include "settings/SettingsHost.h"
 #include "shell/MainQueue.h"
 
 #include <QMessageBox>
@@ -28,7 +29,7 @@ namespace kasto {
 // Main thread only. What has to wait for the recorder runs on a worker of its own and goes on here when that
 // is done; `isRecording` and the private busy mark keep such tasks from overlapping. A request that does not
 // fit the phase is ignored.
-class AppDelegate final : public QObject {
+class AppDelegate final : public QObject, public SettingsHost {
     Q_OBJECT
 
 public:
@@ -62,13 +63,25 @@ public:
     void finishStop(bool reveal, std::function<void()> done = {});
 
     // Lets the user choose the folder for finished takes, and keeps the answer.
-    void chooseOutputFolder();
+    void chooseOutputFolder() override;
 
     // Finished takes stay in the default folder again.
-    void clearOutputFolder();
+    void clearOutputFolder() override;
 
     // Shows the folder where takes land in the file browser.
     void openFolder();
+
+    // Options and commands of menus and settings.
+    std::vector<CameraDevice> cameras() override;
+    void setShowMarquee(bool on) override;
+    void setPipEnabled(bool on) override;
+    void setRoundCamera(bool on) override;
+    void chooseCamera(const std::optional<std::string>& id) override;
+    void beginSetRegion() override;
+    void clearRegion() override;
+
+    // Shows the settings window, or hides it.
+    void showSettings();
 
     // Opens the desktop's settings where the right to record the screen is granted.
     void openPrivacyPane();
@@ -77,7 +90,7 @@ public:
     // that is about to end without its event loop.
     void finishNow();
 
-    bool isRecording() const { return isRecording_; }
+    bool isRecording() const override { return isRecording_; }
 
     // When the newest take started.
     std::chrono::system_clock::time_point startDate() const { return startDate_; }
@@ -93,6 +106,7 @@ private:
     void becomeIdle();
 
     // FinishTake.cpp
+    void stopComponents();
     std::optional<std::filesystem::path> stopAndFile();
     void takeFinished(const std::optional<std::filesystem::path>& file, bool reveal);
 
@@ -104,6 +118,14 @@ private:
     // Alert.cpp: the first button is the default one, the last what Escape means.
     QMessageBox& showAlert(const std::string& message, const std::string& informativeText,
                            const std::vector<std::string>& buttons);
+
+    // CameraTile.cpp: camera and tile as the options say.
+    void applyPipState();
+    void restartCamera();
+
+    // LiveOverlay.cpp: while a take runs.
+    void startOverlay();
+    void stopOverlay();
 
     // UrlCommands.cpp
     void runCommand(const std::string& word);

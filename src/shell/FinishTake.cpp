@@ -12,7 +12,7 @@ void AppDelegate::finishStop(bool reveal, std::function<void()> done) {
     if (!isRecording_) return;
     isRecording_ = false;
     isBusy_ = true;
-    poller_.stop();
+    stopComponents();
     // Converting and moving may take as long as copying the movie does: both stay off the main thread.
     worker_.async([this, reveal, done = std::move(done)]() mutable {
         auto file = stopAndFile();
@@ -21,6 +21,12 @@ void AppDelegate::finishStop(bool reveal, std::function<void()> done) {
             if (done) done();
         });
     });
+}
+
+// What is live only while a take runs.
+void AppDelegate::stopComponents() {
+    poller_.stop();
+    stopOverlay();
 }
 
 // On the worker.
@@ -32,7 +38,7 @@ std::optional<std::filesystem::path> AppDelegate::stopAndFile() {
 }
 
 void AppDelegate::finishNow() {
-    poller_.stop();
+    stopComponents();
     if (isRecording_ || isBusy_) worker_.async([this] { stopAndFile(); });
     isRecording_ = false;
     worker_.drain();

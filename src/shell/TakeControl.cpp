@@ -1,3 +1,4 @@
+#include "base/Prefs.h"
 #include "base/SystemLog.h"
 #include "platform/ScreenAccess.h"
 #include "shell/AppDelegate.h"
@@ -40,6 +41,8 @@ void AppDelegate::takeStarted(const Result<void>& started) {
         return;
     }
     startDate_ = std::chrono::system_clock::now();
+    if (Prefs::showMarquee()) startOverlay();
+    applyPipState();
     poller_.start();
     isRecording_ = true;
     isBusy_ = false;

@@ -1,6 +1,4 @@
-#include "shell/OwnWindowWatch.h"
-
-#include "platform/OwnWindows.h"
+#include "ui/OwnWindowWatch.h"
 
 #include <QEvent>
 #include <QWidget>
@@ -11,8 +9,8 @@ namespace {
 
 class Watch final : public QObject {
 public:
-    Watch(QWidget& window, OwnWindows& ownWindows)
-        : QObject(&window), nativeId_(window.winId()), ownWindows_(ownWindows) {
+    Watch(QWidget& window, OwnWindows& ownWindows, SharingType sharing)
+        : QObject(&window), nativeId_(window.winId()), ownWindows_(ownWindows), sharing_(sharing) {
         window.installEventFilter(this);
     }
     ~Watch() override { ownWindows_.remove(nativeId_); }
@@ -21,7 +19,7 @@ private:
     bool eventFilter(QObject*, QEvent* event) override {
         // Qt sends the show event before the window appears and the hide event after it has gone.
         if (event->type() == QEvent::Show) {
-            ownWindows_.set({.nativeId = nativeId_, .sharing = SharingType::none, .paintedPx = {}});
+            ownWindows_.set({.nativeId = nativeId_, .sharing = sharing_, .paintedPx = {}});
         } else if (event->type() == QEvent::Hide) {
             ownWindows_.remove(nativeId_);
         }
@@ -30,10 +28,13 @@ private:
 
     const std::uint64_t nativeId_;
     OwnWindows& ownWindows_;
+    const SharingType sharing_;
 };
 
 }  // namespace
 
-void keepOutOfRecordings(QWidget& window, OwnWindows& ownWindows) { new Watch(window, ownWindows); }
+void watchOwnWindow(QWidget& window, OwnWindows& ownWindows, SharingType sharing) {
+    new Watch(window, ownWindows, sharing);
+}
 
 }  // namespace kasto

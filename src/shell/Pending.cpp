@@ -1,0 +1,21 @@
+// Places of the controller whose rooms are being built.
+
+#include "shell/AppDelegate.h"
+
+namespace kasto {
+
+void AppDelegate::startOverlay() {}
+
+void AppDelegate::stopOverlay() {}
+
+void AppDelegate::applyPipState() {}
+
+void AppDelegate::restartCamera() {}
+
+std::vector<CameraDevice> AppDelegate::cameras() { return {}; }
+
+void AppDelegate::beginSetRegion() {}
+
+void AppDelegate::showSettings() {}
+
+}  // namespace kasto
