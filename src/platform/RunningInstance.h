@@ -20,6 +20,9 @@ public:
     // Hands URLs to the instance that is running, and waits until it has them.
     virtual Result<void> forward(const std::vector<std::string>& urls) = 0;
 
+    // Has the running instance perform an action of its automations, and waits until it knows of it.
+    virtual Result<void> forwardAction(const std::string& actionId) = 0;
+
     // Called with URLs that another start, or the desktop, hands to this instance.
     virtual void setOnOpenUrls(std::function<void(const std::vector<std::string>&)> onOpenUrls) = 0;
 };

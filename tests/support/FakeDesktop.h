@@ -42,6 +42,7 @@ struct FakeScreenAccess : ScreenAccess {
 struct FakeRunningInstance : RunningInstance {
     Result<bool> claim() override { return true; }
     Result<void> forward(const std::vector<std::string>&) override { return {}; }
+    Result<void> forwardAction(const std::string&) override { return {}; }
     void setOnOpenUrls(std::function<void(const std::vector<std::string>&)>) override {}
 };
 

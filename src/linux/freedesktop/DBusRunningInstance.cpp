@@ -34,6 +34,7 @@ public:
     explicit ApplicationAdaptor(QObject* parent) : QDBusAbstractAdaptor(parent) {}
 
     std::function<void(const std::vector<std::string>&)> onOpenUrls;
+    std::function<void(const std::string&)> onAction;
 
 public slots:
     // There is no window to bring to the front.
@@ -46,7 +47,7 @@ public slots:
     }
 
     void ActivateAction(const QString& action, const QVariantList&, const QVariantMap&) {
-        if (onOpenUrls) onOpenUrls({"kasto:" + action.toStdString()});
+        if (onAction) onAction(action.toStdString());
     }
 };
 
@@ -57,6 +58,15 @@ public:
     QObject object;
     ApplicationAdaptor adaptor{&object};
     QDBusConnection connection = QDBusConnection::connectToBus(QDBusConnection::SessionBus, kName);
+
+    Result<void> callRunning(const QString& method, QVariantList arguments) const {
+        auto call = QDBusMessage::createMethodCall(kName, kObjectPath, kInterface, method);
+        call.setArguments(std::move(arguments));
+        const auto reply = connection.call(call);
+        if (reply.type() == QDBusMessage::ErrorMessage)
+            return failure("session bus: " + reply.errorMessage().toStdString());
+        return {};
+    }
 
     ~Bus() { QDBusConnection::disconnectFromBus(kName); }
 };
@@ -77,22 +87,23 @@ Result<bool> DBusRunningInstance::claim() {
 }
 
 Result<void> DBusRunningInstance::forward(const std::vector<std::string>& urls) {
-    auto call =
-        QDBusMessage::createMethodCall(kName, kObjectPath, kInterface, urls.empty() ? "Activate" : "Open");
-    if (!urls.empty()) {
-        QStringList uris;
-        for (const auto& url : urls) uris.append(QString::fromStdString(url));
-        call << uris;
-    }
-    call << QVariantMap();
-    const auto reply = bus_->connection.call(call);
-    if (reply.type() == QDBusMessage::ErrorMessage)
-        return failure("session bus: " + reply.errorMessage().toStdString());
-    return {};
+    if (urls.empty()) return bus_->callRunning("Activate", {QVariantMap()});
+    QStringList uris;
+    for (const auto& url : urls) uris.append(QString::fromStdString(url));
+    return bus_->callRunning("Open", {uris, QVariantMap()});
+}
+
+Result<void> DBusRunningInstance::forwardAction(const std::string& actionId) {
+    return bus_->callRunning("ActivateAction",
+                             {QString::fromStdString(actionId), QVariantList(), QVariantMap()});
 }
 
 void DBusRunningInstance::setOnOpenUrls(std::function<void(const std::vector<std::string>&)> onOpenUrls) {
     bus_->adaptor.onOpenUrls = std::move(onOpenUrls);
+}
+
+void DBusRunningInstance::setOnAction(std::function<void(const std::string&)> onAction) {
+    bus_->adaptor.onAction = std::move(onAction);
 }
 
 }  // namespace kasto

@@ -7,7 +7,7 @@
 namespace kasto {
 
 // The running kasto as the owner of a name on the session bus, reached through org.freedesktop.Application
-// there. An action activated on that interface counts as the URL of that word. Needs the application object.
+// there. Needs the application object.
 class DBusRunningInstance final : public RunningInstance {
 public:
     DBusRunningInstance();
@@ -18,7 +18,12 @@ public:
     // Without URLs, activates the running one.
     Result<void> forward(const std::vector<std::string>& urls) override;
 
+    Result<void> forwardAction(const std::string& actionId) override;
+
     void setOnOpenUrls(std::function<void(const std::vector<std::string>&)> onOpenUrls) override;
+
+    // Called with the identifier of an action that is activated on the interface, on the main thread.
+    void setOnAction(std::function<void(const std::string& actionId)> onAction);
 
 private:
     class Bus;

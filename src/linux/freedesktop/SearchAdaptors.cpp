@@ -1,0 +1,113 @@
+#include "linux/freedesktop/SearchAdaptors.h"
+
+#include "linux/freedesktop/ShortcutSearch.h"
+
+#include <QDBusMetaType>
+#include <algorithm>
+
+namespace kasto {
+
+namespace {
+
+// KRunner's kinds of matches.
+constexpr uint kPossibleMatch = 30;
+constexpr uint kExactMatch = 100;
+
+}  // namespace
+
+const Shortcut* SearchedShortcuts::find(const QString& actionId) const {
+    const auto found = std::ranges::find(shortcuts, actionId.toStdString(), &Shortcut::actionId);
+    return found == shortcuts.end() ? nullptr : &*found;
+}
+
+ShellSearchAdaptor::ShellSearchAdaptor(QObject* parent, const SearchedShortcuts& searched)
+    : QDBusAbstractAdaptor(parent), searched_(searched) {
+    qDBusRegisterMetaType<QList<QVariantMap>>();
+}
+
+QStringList ShellSearchAdaptor::GetInitialResultSet(const QStringList& terms) const {
+    QStringList identifiers;
+    for (const auto& match : findShortcuts(searched_.shortcuts, terms.join(' ')))
+        identifiers.append(QString::fromStdString(match.shortcut->actionId));
+    return identifiers;
+}
+
+QStringList ShellSearchAdaptor::GetSubsearchResultSet(const QStringList&, const QStringList& terms) const {
+    return GetInitialResultSet(terms);
+}
+
+QList<QVariantMap> ShellSearchAdaptor::GetResultMetas(const QStringList& identifiers) const {
+    QList<QVariantMap> metas;
+    for (const auto& identifier : identifiers) {
+        const auto* shortcut = searched_.find(identifier);
+        if (!shortcut) continue;
+        metas.append({{"id", identifier},
+                      {"name", QString::fromStdString(shortcut->shortTitle)},
+                      {"description", QString::fromStdString(shortcut->phrases.front())},
+                      {"gicon", iconNameOf(*shortcut)}});
+    }
+    return metas;
+}
+
+void ShellSearchAdaptor::ActivateResult(const QString& identifier, const QStringList&, uint) const {
+    if (searched_.find(identifier)) searched_.perform(identifier.toStdString());
+}
+
+// There is no window to show a search in.
+void ShellSearchAdaptor::LaunchSearch(const QStringList&, uint) const {}
+
+QDBusArgument& operator<<(QDBusArgument& argument, const RunnerMatch& match) {
+    argument.beginStructure();
+    argument << match.id << match.text << match.iconName << match.type << match.relevance << match.properties;
+    argument.endStructure();
+    return argument;
+}
+
+const QDBusArgument& operator>>(const QDBusArgument& argument, RunnerMatch& match) {
+    argument.beginStructure();
+    argument >> match.id >> match.text >> match.iconName >> match.type >> match.relevance >> match.properties;
+    argument.endStructure();
+    return argument;
+}
+
+QDBusArgument& operator<<(QDBusArgument& argument, const RunnerAction& action) {
+    argument.beginStructure();
+    argument << action.id << action.text << action.iconName;
+    argument.endStructure();
+    return argument;
+}
+
+const QDBusArgument& operator>>(const QDBusArgument& argument, RunnerAction& action) {
+    argument.beginStructure();
+    argument >> action.id >> action.text >> action.iconName;
+    argument.endStructure();
+    return argument;
+}
+
+RunnerAdaptor::RunnerAdaptor(QObject* parent, const SearchedShortcuts& searched)
+    : QDBusAbstractAdaptor(parent), searched_(searched) {
+    qDBusRegisterMetaType<RunnerMatch>();
+    qDBusRegisterMetaType<QList<RunnerMatch>>();
+    qDBusRegisterMetaType<RunnerAction>();
+    qDBusRegisterMetaType<QList<RunnerAction>>();
+}
+
+QList<RunnerMatch> RunnerAdaptor::Match(const QString& query) const {
+    QList<RunnerMatch> matches;
+    for (const auto& match : findShortcuts(searched_.shortcuts, query)) {
+        const auto& shortcut = *match.shortcut;
+        matches.append({.id = QString::fromStdString(shortcut.actionId),
+                        .text = QString::fromStdString(shortcut.shortTitle),
+                        .iconName = iconNameOf(shortcut),
+                        .type = match.relevance >= 1 ? kExactMatch : kPossibleMatch,
+                        .relevance = match.relevance,
+                        .properties = {{"subtext", QString::fromStdString(shortcut.phrases.front())}}});
+    }
+    return matches;
+}
+
+void RunnerAdaptor::Run(const QString& matchId, const QString&) const {
+    if (searched_.find(matchId)) searched_.perform(matchId.toStdString());
+}
+
+}  // namespace kasto
