@@ -4,6 +4,7 @@
 #include "base/HomeFolders.h"
 #include "linux/ffmpeg/FfmpegExports.h"
 #include "linux/ffmpeg/FfmpegMovieWriters.h"
+#include "linux/freedesktop/DBusAutomation.h"
 #include "linux/freedesktop/DBusRunningInstance.h"
 #include "linux/freedesktop/DesktopWorkspace.h"
 #include "linux/freedesktop/QuitSignals.h"
@@ -15,10 +16,12 @@
 #include "platform/OwnWindows.h"
 #include "shell/AppDelegate.h"
 #include "shell/CommandLine.h"
+#include "shell/Intents.h"
 
 #include <QAbstractNativeEventFilter>
 #include <QApplication>
 #include <QTimer>
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
@@ -77,17 +80,20 @@ void finishTakeAtExit() {
     DebugLog::flush();
 }
 
-int runApplication(const Desktop& desktop, const std::vector<std::string>& urls) {
+int runApplication(const Desktop& desktop, const CommandLine& line, Automation& automation) {
     AppDelegate delegate(desktop);
     desktop.runningInstance.setOnOpenUrls(
         [&](const std::vector<std::string>& opened) { delegate.openUrls(opened); });
+    const auto perform = [&](const std::string& actionId) { performIntent(actionId, delegate); };
+    automation.offer(KastoShortcuts::shortcuts("kasto"), perform);
     QObject::connect(&delegate, &AppDelegate::readyToTerminate, qApp, &QCoreApplication::quit);
     const auto quitSignals = QuitSignals::install([&] { delegate.terminate(); });
     if (!quitSignals) return complain(quitSignals.error(), kFailed);
 
     QTimer::singleShot(0, &delegate, [&] {
         delegate.applicationDidFinishLaunching();
-        delegate.openUrls(urls);
+        delegate.openUrls(line.urls);
+        std::ranges::for_each(line.actions, perform);
     });
     QObject::connect(
         qApp, &QGuiApplication::commitDataRequest, &delegate, [&] { delegate.finishNow(); },
@@ -97,19 +103,28 @@ int runApplication(const Desktop& desktop, const std::vector<std::string>& urls)
     const int status = QApplication::exec();
     running = nullptr;
     desktop.runningInstance.setOnOpenUrls({});
+    automation.withdraw();
     return status;
 }
 
-// Becomes the running kasto, or hands the URLs to the one that is.
-int claimAndRun(const Desktop& desktop, const std::vector<std::string>& urls) {
-    const auto claimed = desktop.runningInstance.claim();
-    if (claimed && !*claimed) {
-        const auto forwarded = desktop.runningInstance.forward(urls);
-        return forwarded ? 0 : complain(forwarded.error(), kFailed);
+// Hands what this start was asked for to the kasto that runs.
+int forwardToRunning(RunningInstance& instance, const CommandLine& line) {
+    if (!line.urls.empty() || line.actions.empty()) {
+        if (const auto sent = instance.forward(line.urls); !sent) return complain(sent.error(), kFailed);
     }
+    for (const auto& action : line.actions) {
+        if (const auto sent = instance.forwardAction(action); !sent) return complain(sent.error(), kFailed);
+    }
+    return 0;
+}
+
+// Becomes the running kasto, or hands everything to the one that is.
+int claimAndRun(const Desktop& desktop, const CommandLine& line, Automation& automation) {
+    const auto claimed = desktop.runningInstance.claim();
+    if (claimed && !*claimed) return forwardToRunning(desktop.runningInstance, line);
     makeLogFolder();
     if (!claimed) DebugLog::log("runs alone: " + claimed.error().description);
-    return runApplication(desktop, urls);
+    return runApplication(desktop, line, automation);
 }
 
 int runOnX11(int& argc, char** argv, const CommandLine& line) {
@@ -133,6 +148,7 @@ int runOnX11(int& argc, char** argv, const CommandLine& line) {
     FfmpegMovieWriters movieWriters;
     FfmpegExports movieExports;
     DBusRunningInstance runningInstance;
+    DBusAutomation automation(runningInstance);
     UiHotKeys hotKeys(application);
     DesktopWorkspace workspace;
     return claimAndRun({.displays = **displays,
@@ -145,7 +161,7 @@ int runOnX11(int& argc, char** argv, const CommandLine& line) {
                         .runningInstance = runningInstance,
                         .hotKeys = hotKeys,
                         .workspace = workspace},
-                       line.urls);
+                       line, automation);
 }
 
 }  // namespace

@@ -9,14 +9,17 @@
 namespace kasto {
 
 inline constexpr std::string_view kUsage =
-    "usage: kasto [--help] [--version] [URL…]\n"
+    "usage: kasto [--help] [--version] [--action ACTION] [URL…]\n"
     "\n"
     "Records the screen. Without a URL, starts and waits for one; with URLs, hands them to the kasto\n"
     "that is running, or runs them itself if none is.\n"
     "\n"
     "  kasto:record   start a take\n"
     "  kasto:stop     stop it\n"
-    "  kasto:toggle   start a take, or stop the one that runs\n";
+    "  kasto:toggle   start a take, or stop the one that runs\n"
+    "  kasto:settings show the settings, or hide them\n"
+    "\n"
+    "--action runs start-recording, stop-recording or toggle-recording the same way, as automations do.\n";
 
 // What a start of the program was asked for.
 struct CommandLine {
@@ -24,11 +27,13 @@ struct CommandLine {
 
     Task task = Task::run;
     std::vector<std::string> urls;
+    std::vector<std::string> actions;  // identifiers, as given
 
     bool operator==(const CommandLine&) const = default;
 };
 
-// Reads the arguments, without the program's name. Fails on anything but an option or a kasto URL.
+// Reads the arguments, without the program's name. Fails on anything but an option or a kasto URL, and on an
+// action without its identifier.
 Result<CommandLine> parseCommandLine(const std::vector<std::string>& arguments);
 
 }  // namespace kasto
