@@ -1,7 +1,7 @@
 // What a picture of a take costs the software encoder, in processor time of all threads, and how good it
 // looks.
 
-#include "linux/ffmpeg/X264Encoder.h"
+#include "linux/ffmpeg/SoftwareEncoder.h"
 
 #include <benchmark/benchmark.h>
 
@@ -74,7 +74,7 @@ void encodeCost(benchmark::State& state, const char* preset, Content content, in
                                 .expectedFrameRate = 60,
                                 .allowFrameReordering = true};
     const auto pictures = makePictures(content, width, height);
-    auto encoder = openX264Encoder(settings, preset).value();
+    auto encoder = openSoftwareEncoder(settings, preset).value();
     std::int64_t timeUnits = 0;
     std::size_t bytes = 0;
     const PictureSink count = [&](const EncodedPicture& picture) { bytes += picture.data.size(); };

@@ -29,6 +29,8 @@ public:
     void flag(bool value) { bits(value ? 1 : 0, 1); }
     // The bits [from, to) of other bytes.
     void copy(std::span<const std::uint8_t> bytes, std::size_t from, std::size_t to);
+    // Zeros up to the next byte.
+    void align() { free_ = 0; }
     // The one that ends a unit, and zeros up to the next byte.
     void stop();
 

@@ -1,8 +1,8 @@
 #include "linux/ffmpeg/EncoderChoice.h"
 
 #include "linux/ffmpeg/NvencEncoder.h"
+#include "linux/ffmpeg/SoftwareEncoder.h"
 #include "linux/ffmpeg/VaapiEncoder.h"
-#include "linux/ffmpeg/X264Encoder.h"
 
 #include <algorithm>
 #include <array>
@@ -62,7 +62,7 @@ Result<std::unique_ptr<VideoEncoder>> chooseVideoEncoder(std::span<const VideoEn
 Result<std::unique_ptr<VideoEncoder>> openVideoEncoder(const VideoInputSettings& settings) {
     static const std::array<VideoEncoderMaker, 2> kHardware{openVaapiEncoder, openNvencEncoder};
     return chooseVideoEncoder(
-        kHardware, [](const VideoInputSettings& taken) { return openX264Encoder(taken); }, settings);
+        kHardware, [](const VideoInputSettings& taken) { return openSoftwareEncoder(taken); }, settings);
 }
 
 }  // namespace kasto

@@ -54,6 +54,19 @@ std::vector<std::uint8_t> repeatParameters() {
     return nal;
 }
 
+// A macroblock's samples of one plane, row by row. Beyond the picture's edges its last ones go on.
+void appendSamples(const Plane& plane, std::uint32_t column, std::uint32_t row, int side,
+                   std::vector<std::uint8_t>& out) {
+    const int left = static_cast<int>(column) * side;
+    const int inside = std::min(side, plane.width - left);
+    for (int i = 0; i < side; ++i) {
+        const int y = std::min(static_cast<int>(row) * side + i, plane.height - 1);
+        const std::uint8_t* const from = plane.data + y * plane.strideBytes + left;
+        out.insert(out.end(), from, from + inside);
+        out.insert(out.end(), static_cast<std::size_t>(side - inside), from[inside - 1]);
+    }
+}
+
 }  // namespace
 
 Result<RepeatStream> RepeatStream::open(Bytes configuration) {
@@ -97,6 +110,7 @@ Result<std::vector<std::uint8_t>> RepeatStream::changedSequenceParameters(Bytes 
     const auto width = in.ue() + 1;
     const auto height = in.ue() + 1;
     if (!isPlain420 || !isInOrder || !in.flag()) return failure("");
+    macroblocksAcross_ = width;
     macroblocks_ = width * height;
 
     BitWriter out;
@@ -162,7 +176,7 @@ Bytes RepeatStream::encoded(Bytes sample) {
     return sample_;
 }
 
-Bytes RepeatStream::repeated() {
+BitWriter RepeatStream::beginUnreferredPicture() {
     constexpr std::uint32_t kPredictedSlice = 5;
     ++sinceKey_;
     BitWriter out;
@@ -172,11 +186,37 @@ Bytes RepeatStream::repeated() {
     out.ue(kRepeatParameters);
     out.bits(frameNumber_ + 1, frameNumberBits_);
     out.bits(place(), kPlaceBits);
-    out.flag(false);       // the number of references is the default one
-    out.flag(false);       // in their order
-    out.ue(0);             // the default quantiser
-    out.ue(1);             // no deblocking
+    out.flag(false);  // the number of references is the default one
+    out.flag(false);  // in their order
+    out.ue(0);        // the default quantiser
+    out.ue(1);        // no deblocking
+    return out;
+}
+
+Bytes RepeatStream::repeated() {
+    BitWriter out = beginUnreferredPicture();
     out.ue(macroblocks_);  // all of them skipped
+    out.stop();
+    sample_.clear();
+    addNal(out.bytes());
+    return sample_;
+}
+
+Bytes RepeatStream::patched(const PixelBuffer& picture, std::span<const std::uint32_t> macroblocks) {
+    constexpr std::uint32_t kUncompressed = 30;
+    BitWriter out = beginUnreferredPicture();
+    out.bytes().reserve(patchBytes(macroblocks.size()));
+    std::uint32_t next = 0;
+    for (const std::uint32_t macroblock : macroblocks) {
+        out.ue(macroblock - next);  // skipped up to here
+        out.ue(kUncompressed);
+        out.align();
+        for (int p = 0; p < picture.planeCount(); ++p)
+            appendSamples(picture.plane(p), macroblock % macroblocksAcross_, macroblock / macroblocksAcross_,
+                          p == 0 ? 16 : 8, out.bytes());
+        next = macroblock + 1;
+    }
+    if (next < macroblocks_) out.ue(macroblocks_ - next);
     out.stop();
     sample_.clear();
     addNal(out.bytes());

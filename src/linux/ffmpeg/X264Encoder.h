@@ -2,11 +2,38 @@
 
 #include "linux/ffmpeg/VideoEncoder.h"
 
+#include <memory>
+#include <vector>
+
+struct x264_t;
+
 namespace kasto {
 
-// The software encoder. It works on several processor cores at a time, holds no picture back, and is not
-// asked again for what has not changed. Without a preset it takes one that keeps up on this machine.
-Result<std::unique_ptr<VideoEncoder>> openX264Encoder(const VideoInputSettings& settings);
-Result<std::unique_ptr<VideoEncoder>> openX264Encoder(const VideoInputSettings& settings, const char* preset);
+// libx264 as a take needs it: High, no picture predicted from a later one, and none held back. One thread at
+// a time.
+class X264Encoder {
+public:
+    // The preset is one of libx264's names.
+    static Result<X264Encoder> open(const VideoInputSettings& settings, const char* preset);
+
+    // The contents of an avcC box.
+    std::span<const std::uint8_t> decoderConfiguration() const { return configuration_; }
+
+    // Encodes an i420 picture of the encoder's size; times must rise. The quantiser, 0 to 51, is that of all
+    // of the picture. The data is valid until the next call.
+    Result<EncodedPicture> encode(const PixelBuffer& picture, std::int64_t timeUnits, int quantiser,
+                                  bool asKey);
+
+private:
+    struct Close {
+        void operator()(x264_t* encoder) const;
+    };
+
+    X264Encoder() = default;
+
+    std::unique_ptr<x264_t, Close> encoder_;
+    std::vector<std::uint8_t> configuration_;
+    std::vector<std::uint8_t> sample_;
+};
 
 }  // namespace kasto

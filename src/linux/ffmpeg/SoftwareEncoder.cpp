@@ -1,0 +1,112 @@
+#include "linux/ffmpeg/SoftwareEncoder.h"
+
+#include "linux/ffmpeg/ChangedMacroblocks.h"
+#include "linux/ffmpeg/EncoderPreset.h"
+#include "linux/ffmpeg/RateControl.h"
+#include "linux/ffmpeg/RepeatStream.h"
+#include "linux/ffmpeg/X264Encoder.h"
+
+#include <algorithm>
+#include <thread>
+#include <utility>
+
+namespace kasto {
+
+namespace {
+
+// A patch holds what it covers uncompressed and has to be given again for every tick, since nothing may be
+// predicted from it: beyond so many macroblocks or ticks it is cheaper to encode.
+constexpr std::size_t kMostPatched = 48;
+constexpr int kMostTicksPatched = 12;
+
+class SoftwareEncoder final : public VideoEncoder {
+public:
+    SoftwareEncoder(X264Encoder encoder, RepeatStream stream, const VideoInputSettings& settings)
+        : encoder_(std::move(encoder)),
+          stream_(std::move(stream)),
+          maxKeyFrameInterval_(settings.maxKeyFrameInterval),
+          rate_(settings) {}
+
+    std::span<const std::uint8_t> decoderConfiguration() const override {
+        return stream_.decoderConfiguration();
+    }
+
+    Result<void> encode(const PixelBufferRef& picture, std::int64_t timeUnits, bool asKey,
+                        const PictureSink& sink) override {
+        const bool isSame = std::exchange(last_, picture) == picture;
+        const bool isKeyDue = asKey || !encoded_ || sinceKey_ >= maxKeyFrameInterval_;
+        if (!isKeyDue && isSame && picture == encoded_ && !rate_.isWorthRefining(quantiser_)) {
+            hand(stream_.repeated(), timeUnits, sink);
+            return {};
+        }
+        if (!isKeyDue && picture != encoded_ && isWorthPatching(picture, isSame)) {
+            hand(stream_.patched(*picture, changed_.list()), timeUnits, sink);
+            return {};
+        }
+        return encodeWhole(picture, timeUnits, isKeyDue, isSame, sink);
+    }
+
+    Result<void> finish(const PictureSink&) override {
+        last_ = encoded_ = {};
+        return {};
+    }
+
+private:
+    // A picture that differs little from the encoded one, as long as it has not stayed for some ticks.
+    bool isWorthPatching(const PixelBufferRef& picture, bool isSame) {
+        ticksPatched_ = isSame ? ticksPatched_ + 1 : 0;
+        if (!isSame) fits_ = changed_.find(*picture, *encoded_, kMostPatched);
+        return fits_ && ticksPatched_ < kMostTicksPatched &&
+               rate_.allows(RepeatStream::patchBytes(changed_.list().size()));
+    }
+
+    Result<void> encodeWhole(const PixelBufferRef& picture, std::int64_t timeUnits, bool asKey, bool isSame,
+                             const PictureSink& sink) {
+        // What is new may change again at once; what stays is worth its bits.
+        const int quantiser = isSame ? rate_.quantiserOfStill() : rate_.quantiser(asKey);
+        const auto made = encoder_.encode(*picture, timeUnits, quantiser, asKey);
+        if (!made) return std::unexpected(made.error());
+        encoded_ = picture;
+        quantiser_ = quantiser;
+        if (made->isKey) sinceKey_ = 0;
+        hand(stream_.encoded(made->data), timeUnits, sink, made->isKey);
+        return {};
+    }
+
+    void hand(std::span<const std::uint8_t> data, std::int64_t timeUnits, const PictureSink& sink,
+              bool isKey = false) {
+        ++sinceKey_;
+        rate_.spend(data.size());
+        sink({data, timeUnits, isKey});
+    }
+
+    X264Encoder encoder_;
+    RepeatStream stream_;
+    const int maxKeyFrameInterval_;
+    RateControl rate_;
+    ChangedMacroblocks changed_;  // between the newest picture and the encoded one
+    bool fits_ = false;           // and they are few
+    PixelBufferRef last_;         // kept, so that its memory cannot come back as another picture
+    PixelBufferRef encoded_;
+    int quantiser_ = 0;  // of that one
+    int ticksPatched_ = 0;
+    int sinceKey_ = 0;
+};
+
+}  // namespace
+
+Result<std::unique_ptr<VideoEncoder>> openSoftwareEncoder(const VideoInputSettings& settings) {
+    return openSoftwareEncoder(settings,
+                               x264Preset(settings, std::max(1u, std::thread::hardware_concurrency())));
+}
+
+Result<std::unique_ptr<VideoEncoder>> openSoftwareEncoder(const VideoInputSettings& settings,
+                                                          const char* preset) {
+    auto encoder = X264Encoder::open(settings, preset);
+    if (!encoder) return std::unexpected(encoder.error());
+    auto stream = RepeatStream::open(encoder->decoderConfiguration());
+    if (!stream) return std::unexpected(stream.error());
+    return std::make_unique<SoftwareEncoder>(std::move(*encoder), std::move(*stream), settings);
+}
+
+}  // namespace kasto

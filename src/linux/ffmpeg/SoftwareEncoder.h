@@ -1,0 +1,16 @@
+#pragma once
+
+#include "linux/ffmpeg/VideoEncoder.h"
+
+namespace kasto {
+
+// Encodes with libx264, and spares it what it need not see: a picture that is the one before takes a few
+// bytes, and one that differs from the last encoded picture in a few places only takes those places as they
+// are. Pictures leave at once.
+Result<std::unique_ptr<VideoEncoder>> openSoftwareEncoder(const VideoInputSettings& settings);
+
+// The same with one of libx264's presets.
+Result<std::unique_ptr<VideoEncoder>> openSoftwareEncoder(const VideoInputSettings& settings,
+                                                          const char* preset);
+
+}  // namespace kasto
