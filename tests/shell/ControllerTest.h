@@ -3,6 +3,7 @@
 #include "shell/AppDelegate.h"
 #include "support/FakeDesktop.h"
 #include "support/LogLines.h"
+#include "support/OffscreenQt.h"
 
 #include <gtest/gtest.h>
 
@@ -26,13 +27,7 @@ bool loopUntil(Condition&& condition) {
 // A launched controller on a desktop of fakes.
 class ControllerTest : public testing::Test {
 protected:
-    ControllerTest() {
-        static int argc = 0;
-        qputenv("QT_QPA_PLATFORM", "offscreen");
-        static QApplication application(argc, nullptr);
-        QApplication::setQuitOnLastWindowClosed(false);
-        launch();
-    }
+    ControllerTest() { launch(); }
 
     // In the place of the controller there is.
     void launch() {
