@@ -1,0 +1,308 @@
+#include "base/PreferenceStore.h"
+#include "base/Prefs.h"
+#include "platform/OwnWindows.h"
+#include "settings/SettingsController.h"
+#include "settings/SettingsHost.h"
+#include "settings/SettingsPanel.h"
+#include "settings/SettingsRows.h"
+#include "support/OffscreenQt.h"
+#include "ui/Brand.h"
+
+#include <gtest/gtest.h>
+
+#include <QApplication>
+#include <QFontInfo>
+#include <QImage>
+#include <QMouseEvent>
+#include <QPointingDevice>
+#include <QWheelEvent>
+#include <memory>
+#include <string>
+#include <variant>
+#include <vector>
+
+namespace kasto {
+namespace {
+
+using Texts = std::vector<std::string>;
+
+// Remembers what it was asked for.
+struct FakeHost : SettingsHost {
+    bool recording = false;
+    std::vector<CameraDevice> devices;
+    Texts calls;
+
+    bool isRecording() const override { return recording; }
+    std::vector<CameraDevice> cameras() override { return devices; }
+    void setShowMarquee(bool on) override { calls.push_back(on ? "marquee" : "no marquee"); }
+    void setPipEnabled(bool on) override { calls.push_back(on ? "pip" : "no pip"); }
+    void setRoundCamera(bool on) override { calls.push_back(on ? "round" : "square"); }
+    void chooseCamera(const std::optional<std::string>& id) override {
+        id ? Prefs::store().set("cameraID", *id) : Prefs::store().remove("cameraID");
+    }
+    void beginSetRegion() override { calls.push_back("set region"); }
+    void clearRegion() override { calls.push_back("clear region"); }
+    void chooseOutputFolder() override { calls.push_back("choose folder"); }
+    void clearOutputFolder() override { Prefs::store().remove("outputDir"); }
+};
+
+// A row in one line, with its state in brackets.
+std::string described(const Row& row) {
+    QString text;
+    if (const auto* section = std::get_if<SectionRow>(&row)) text = section->title;
+    if (const auto* toggle = std::get_if<ToggleRow>(&row))
+        text = toggle->title + ": " + toggle->desc + (toggle->get() ? " [on]" : " [off]");
+    if (const auto* choice = std::get_if<ChoiceRow>(&row))
+        text = choice->title + ": " + choice->desc + " [" + choice->value() + "]";
+    if (const auto* action = std::get_if<ActionRow>(&row)) {
+        text = action->title + ": " + action->desc;
+        for (const auto& button : action->buttons)
+            text += button.enabled ? " [" + button.label + "]" : " (" + button.label + ")";
+    }
+    return text.toStdString();
+}
+
+class SettingsTest : public testing::Test {
+protected:
+    SettingsTest() {
+        Brand::registerFonts();
+        for (const auto* key : {"showClicks", "captureSystemSound", "captureMic", "convertMP4", "cloudKastos",
+                                "invertPan", "fps", "regionRect", "cameraID", "outputDir", "kastoSettings"})
+            Prefs::store().remove(key);
+    }
+
+    void open() {
+        controller = std::make_unique<SettingsController>(host, ownWindows);
+        controller->show();
+        paint();
+    }
+    SettingsPanel& window() { return *controller->window(); }
+    SettingsView& view() { return window().view(); }
+    QImage paint() { return view().grab().toImage(); }
+    std::string colourAt(int x, int y) { return paint().pixelColor(x, y).name().toStdString(); }
+
+    void mouse(QEvent::Type type, QPointF position, Qt::MouseButtons held = {}) {
+        QMouseEvent event(type, position, view().mapToGlobal(position),
+                          type == QEvent::MouseMove ? Qt::NoButton : Qt::LeftButton, held, {});
+        QApplication::sendEvent(&view(), &event);
+    }
+    void click(double x, double y) {
+        paint();
+        mouse(QEvent::MouseButtonPress, {x, y}, Qt::LeftButton);
+        mouse(QEvent::MouseButtonRelease, {x, y});
+    }
+    void scroll(int eighthsOfDegree, const QPointingDevice& device) {
+        QWheelEvent event({9, 99}, view().mapToGlobal(QPointF(9, 99)), {0, 99}, {0, eighthsOfDegree}, {}, {},
+                          {}, false, Qt::MouseEventNotSynthesized, &device);
+        QApplication::sendEvent(&view(), &event);
+    }
+    void scroll(int points) {
+        const QPointingDevice touchpad("touchpad", 1, QInputDevice::DeviceType::TouchPad,
+                                       QPointingDevice::PointerType::Finger, {}, 2, 3);
+        scroll(-8 * points, touchpad);
+    }
+
+    FakeHost host;
+    OwnWindows ownWindows;
+    std::unique_ptr<SettingsController> controller;
+    const std::string bg = "#0a0b0f", panel = "#141920", row = "#1b212b", hover = "#242c3a", off = "#2c3442",
+                      accent = "#eb424d", white = "#ffffff", grey = "#b3b3b3";
+};
+
+TEST_F(SettingsTest, aFreshInstallationShowsTheDefaults) {
+    Texts texts;
+    for (const auto& shown : settingsRows(host)) texts.push_back(described(shown));
+    EXPECT_EQ(texts, (Texts{"CAPTURE", "show clicks: a pulse where you press, drawn into the file [on]",
+                            "show marquee: the live frame outline — you see it, the file never does [on]",
+                            "60 fps: off records 30 · applies to the next take [on]",
+                            "region: full screen · set one to frame a slice [SET…] (CLEAR)", "CAMERA",
+                            "camera pip: your webcam in the corner of the take [on]",
+                            "round camera: crop the pip to a circle [on]",
+                            "camera: click to cycle devices [SYSTEM DEFAULT]", "SOUND",
+                            "system sound: its own audio track · next take [on]",
+                            "microphone: its own audio track · asks once · next take [off]", "OUTPUT",
+                            "mp4: convert finished takes to .mp4 — no re-encode [off]",
+                            "save to tolvane cloud: finished takes land in iCloud Drive/tolvane/kastos [on]",
+                            "output folder: Movies/kasto · the default [CHOOSE…] (DEFAULT)", "GESTURES",
+                            "invert pan: flip the 3-finger and ⌥-scroll pan direction [off]"}));
+}
+
+TEST_F(SettingsTest, rowsFollowPreferencesAndTheTake) {
+    Prefs::setRegionRect(Rect{9, 9, 1280.6, 1e300});
+    const std::string region = "region: 1280×2147483647 · zoom stays inside it ";
+    EXPECT_EQ(described(settingsRows(host)[4]), region + "[SET…] [CLEAR]");
+    host.recording = true;
+    EXPECT_EQ(described(settingsRows(host)[4]), region + "(SET…) (CLEAR)");
+    for (const auto& [folder, name] : std::vector<std::pair<const char*, std::string>>{
+             {"/mnt/Renders/", "Renders"}, {"/", "/"}, {"/a/מסמכים", "מסמכים"}}) {
+        Prefs::setOutputDir(folder);
+        EXPECT_EQ(described(settingsRows(host)[15]),
+                  "output folder: " + name + " · the cloud toggle wins while it's on [CHOOSE…] [DEFAULT]");
+    }
+}
+
+TEST_F(SettingsTest, everySwitchStoresItsOption) {
+    const auto rows = settingsRows(host);
+    for (const auto& shown : rows)
+        if (const auto* toggle = std::get_if<ToggleRow>(&shown)) toggle->set(!toggle->get());
+    EXPECT_EQ(host.calls, (Texts{"no marquee", "no pip", "square"}));
+    EXPECT_FALSE(Prefs::showClicks() || Prefs::captureSystemSound() || Prefs::cloudKastos());
+    EXPECT_TRUE(Prefs::captureMic() && Prefs::convertMP4() && Prefs::invertPan());
+    EXPECT_EQ(Prefs::fps(), 30);
+    Prefs::store().set("fps", 24);
+    EXPECT_FALSE(std::get<ToggleRow>(rows[3]).get());
+}
+
+TEST_F(SettingsTest, clicksCycleThroughTheCameras) {
+    host.devices = {{"a", "Webcam é"}, {"b", ""}};
+    const auto row = std::get<ChoiceRow>(settingsRows(host)[8]);
+    Texts values;
+    for (const auto* stored : {"", "a", "b", "unplugged"}) {
+        if (*stored) Prefs::store().set("cameraID", stored);
+        row.next();
+        values.push_back(row.value().toStdString() + "=" + Prefs::cameraID().value_or("none"));
+    }
+    EXPECT_EQ(values, (Texts{"WEBCAM É=a", "=b", "SYSTEM DEFAULT=none", "WEBCAM É=a"}));
+}
+
+TEST_F(SettingsTest, paintsThePartsWhereTheyBelong) {
+    host.devices = {{"long", std::string(100'000, 'w')}, {"short", "x"}};
+    open();
+    const std::tuple<int, int, std::string> probes[] = {
+        {5, 52, bg},       {5, 53, panel},     {18, 105, row},     {17, 105, panel}, {501, 152, row},
+        {502, 152, panel}, {18, 153, panel},   {446, 117, accent}, {445, 117, row},  {470, 119, white},
+        {487, 138, white}, {488, 119, accent}, {447, 603, off},    {448, 603, grey},
+    };
+    for (const auto& [x, y, colour] : probes) EXPECT_EQ(colourAt(x, y), colour) << x << ", " << y;
+    for (const auto& [camera, left] : {std::pair{"long", 290}, {"short", 400}}) {
+        Prefs::store().set("cameraID", camera);
+        EXPECT_EQ(colourAt(left - 1, 463) + colourAt(left, 463) + colourAt(489, 463), row + off + off);
+    }
+}
+
+TEST_F(SettingsTest, onlyWhatTakesAClickShowsTheMouse) {
+    open();
+    const std::tuple<int, int, int, int, std::string> probes[] = {
+        {18, 105, 20, 106, hover}, {501, 152, 20, 106, hover}, {17, 110, 20, 106, row},
+        {502, 110, 20, 106, row},  {100, 153, 20, 106, row},   {100, 462, 20, 452, hover},
+        {100, 270, 20, 262, row},  {490, 34, 486, 2, accent},  {480, 34, 451, 2, hover},
+        {484, 35, 486, 2, bg},
+    };
+    for (const auto& [x, y, probeX, probeY, colour] : probes) {
+        mouse(QEvent::MouseMove, QPointF(x, y));
+        EXPECT_EQ(colourAt(probeX, probeY), colour) << x << ", " << y;
+    }
+    scroll(80);
+    mouse(QEvent::MouseMove, {100, 40});  // a row is under the header there
+    EXPECT_EQ(colourAt(20, 60), row);
+    mouse(QEvent::MouseMove, {100, 60});
+    EXPECT_EQ(colourAt(20, 60), hover);
+}
+
+TEST_F(SettingsTest, clicksReachWhatIsPaintedThere) {
+    Prefs::setOutputDir("/mnt/Renders");
+    open();
+    click(20, 106);
+    EXPECT_FALSE(Prefs::showClicks());
+    EXPECT_EQ(colourAt(448, 119), grey);
+    click(20, 155);   // between two rows
+    click(100, 285);  // beside the buttons
+    click(460, 285);  // a disabled button
+    click(400, 285);
+    scroll(10'000);
+    click(450, 478);
+    EXPECT_EQ(Prefs::outputDir(), std::nullopt);
+    click(20, 30);  // the header, over a row
+    EXPECT_EQ(host.calls, Texts{"set region"});
+}
+
+TEST_F(SettingsTest, theListScrollsWithinItsEnds) {
+    open();
+    const int lines = QApplication::wheelScrollLines();
+    for (const auto& [notches, scrollY] :
+         {std::pair{-1, 8 * lines}, {-100, 325}, {1, 325 - 8 * lines}, {99, 0}}) {
+        scroll(120 * notches, *QPointingDevice::primaryPointingDevice());
+        EXPECT_EQ(view().scrollY(), scrollY) << notches;
+    }
+    scroll(1);
+    EXPECT_EQ(view().scrollY(), 1);
+    scroll(400);
+    for (const auto& [height, scrollY] : {std::pair{700, 265}, {640, 265}, {1200, 0}}) {
+        window().resize(520, height);
+        EXPECT_EQ(view().scrollY(), scrollY) << height;
+    }
+}
+
+TEST_F(SettingsTest, theHeaderMovesAndTheEdgesResizeByHand) {
+    open();
+    window().setGeometry(100, 100, 520, 500);
+    const std::tuple<int, QPoint, QRect> drags[] = {
+        {30, {30, -20}, {130, 80, 520, 500}},    {499, {50, 60}, {130, 80, 520, 560}},
+        {1, {0, -60}, {130, 20, 520, 620}},      {1, {0, 900}, {130, 280, 520, 360}},
+        {359, {0, 2000}, {130, 280, 520, 1200}},
+    };
+    for (const auto& [y, by, frame] : drags) {
+        mouse(QEvent::MouseButtonPress, QPointF(260, y), Qt::LeftButton);
+        mouse(QEvent::MouseMove, QPointF(260, y) + by, Qt::LeftButton);
+        mouse(QEvent::MouseButtonRelease, QPointF(260, y));
+        EXPECT_EQ(window().geometry(), frame) << y;
+    }
+}
+
+TEST_F(SettingsTest, hidesAndComesBackAsItWas) {
+    open();
+    EXPECT_EQ(ownWindows.windows().at(0).sharing, SharingType::none);
+    window().move(40, 50);
+    scroll(100);
+    click(502, 1);
+    EXPECT_TRUE(!window().isVisible() && ownWindows.windows().empty());
+    Prefs::setRegionRect(Rect{0, 0, 10, 10});
+    controller->toggle();
+    EXPECT_TRUE(window().isVisible() && window().pos() == QPoint(40, 50) && view().scrollY() == 100);
+    click(460, 185);
+    EXPECT_EQ(host.calls, Texts{"clear region"});
+    click(460, 34);
+    EXPECT_TRUE(window().isVisible() && window().isMinimized());
+    controller->toggle();
+    EXPECT_TRUE(window().isVisible() && !window().isMinimized());
+    QKeyEvent escape(QEvent::KeyPress, Qt::Key_Escape, {});
+    QApplication::sendEvent(&view(), &escape);
+    EXPECT_FALSE(window().isVisible());
+}
+
+TEST_F(SettingsTest, theFrameIsKeptAndBroughtOntoAScreen) {
+    const QRect middle(140, 80, 520, 640);  // of a screen of 800 x 800
+    const std::pair<const char*, QRect> frames[] = {
+        {"1,2,520,640,", middle},
+        {"1,2147483647,520,640", middle},
+        {"5000,0,520,640", middle},
+        {"10,20,520,400", {10, 20, 520, 400}},
+        {"10,20,9000,1", {10, 20, 520, 360}},
+        {"10,20,520,5000", {10, 0, 520, 1200}},
+        {"-500,-300,520,400", {0, 0, 520, 400}},
+        {"700,700,520,400", {280, 400, 520, 400}},
+    };
+    for (const auto& [stored, frame] : frames) {
+        controller.reset();
+        Prefs::store().set("kastoSettings", stored);
+        open();
+        EXPECT_EQ(window().geometry(), frame) << stored;
+    }
+    qputenv("KASTO_CAPTURABLE", "");
+    open();
+    qunsetenv("KASTO_CAPTURABLE");
+    EXPECT_EQ(ownWindows.windows().at(0).sharing, SharingType::readOnly);
+    window().setGeometry(3, 4, 520, 500);
+    controller.reset();
+    EXPECT_EQ(Prefs::store().string("kastoSettings"), "3,4,520,500");
+}
+
+TEST_F(SettingsTest, facesAreFoundByNameElseTheirFallback) {
+    const auto fallback = Brand::monospaced(9, QFont::Bold);
+    for (const auto* name : {"Finlandica-Regular", "Finlandica-Regular_Bold", "Micro5-Regular"})
+        EXPECT_EQ(QFontInfo(Brand::face(name, 9, fallback)).family(), name);
+    EXPECT_EQ(Brand::face("Finlandica-Black", 9, fallback), fallback);
+}
+
+}  // namespace
+}  // namespace kasto
