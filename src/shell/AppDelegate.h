@@ -24,6 +24,8 @@
 
 namespace kasto {
 
+class SettingsController;
+
 // The one controller: every trigger starts or stops a take through it.
 //
 // Main thread only. What has to wait for the recorder runs on a worker of its own and goes on here when that
@@ -147,6 +149,9 @@ private:
     QPointer<QMessageBox> alert_;
     std::unique_ptr<QTimer> permissionTimer_;  // while the right to record is waited for
     std::unique_ptr<HotKey> hotKey_;           // none where the chord is taken
+
+    // None before it is first asked for.
+    std::unique_ptr<SettingsController> settings_;
 };
 
 }  // namespace kasto

@@ -1,6 +1,8 @@
 #include "base/DebugLog.h"
 #include "platform/ScreenAccess.h"
+#include "settings/SettingsController.h"
 #include "shell/AppDelegate.h"
+#include "ui/Brand.h"
 
 #include <QCoreApplication>
 
@@ -20,6 +22,7 @@ AppDelegate::~AppDelegate() {
 }
 
 void AppDelegate::applicationDidFinishLaunching() {
+    Brand::registerFonts();
     hotKey_ =
         HotKey::make(desktop_.hotKeys, HotKey::kKeyR, HotKey::kControl | HotKey::kOption | HotKey::kCommand);
     if (hotKey_) {

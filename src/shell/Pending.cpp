@@ -16,6 +16,4 @@ std::vector<CameraDevice> AppDelegate::cameras() { return {}; }
 
 void AppDelegate::beginSetRegion() {}
 
-void AppDelegate::showSettings() {}
-
 }  // namespace kasto

@@ -30,6 +30,7 @@ void AppDelegate::runCommand(const std::string& word) {
     if (word == "record" || word == "start") startRecording();
     if (word == "stop") stopFromCommand();
     if (word == "toggle") toggleRecording();
+    if (word == "settings") showSettings();
 }
 
 }  // namespace kasto

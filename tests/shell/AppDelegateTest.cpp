@@ -114,6 +114,9 @@ TEST_F(AppDelegateTest, runsTheCommandsOfUrlsInOrder) {
         delegate->openUrls({url});
         EXPECT_EQ(log.all(), std::vector<std::string>{"kasto: url command: " + word}) << url;
     }
+    EXPECT_EQ(desktop.ownWindows.windows().size(), 1U) << "the settings";
+    delegate->openUrls({"kasto:/Settings"});
+    EXPECT_TRUE(desktop.ownWindows.windows().empty());
     for (const std::string start : {"kasto:record", "kasto://START", "kasto:/toggle/"}) {
         launch();
         desktop.screenCapture.streamsMade = 0;
