@@ -12,6 +12,10 @@ install(FILES ${resources}/search/app.tolvane.kasto.search-provider.ini
 install(FILES ${resources}/search/app.tolvane.kasto.krunner.desktop
     DESTINATION ${CMAKE_INSTALL_DATADIR}/krunner/dbusplugins RENAME app.tolvane.kasto.desktop)
 install(FILES ${resources}/kasto.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
+install(DIRECTORY ${resources}/icons/ DESTINATION ${CMAKE_INSTALL_DATADIR}/icons/hicolor)
+# The typefaces are in the program, their licences go along with it.
+file(GLOB typefaceLicences ${resources}/fonts/*-OFL.txt)
+install(FILES ${typefaceLicences} DESTINATION ${CMAKE_INSTALL_DOCDIR})
 install(FILES ${CMAKE_SOURCE_DIR}/LICENSE DESTINATION ${CMAKE_INSTALL_DOCDIR} RENAME copyright)
 
 set(CPACK_GENERATOR DEB)

@@ -17,6 +17,7 @@
 #include "shell/AppDelegate.h"
 #include "shell/CommandLine.h"
 #include "shell/Intents.h"
+#include "ui/Brand.h"
 
 #include <QAbstractNativeEventFilter>
 #include <QApplication>
@@ -140,6 +141,7 @@ int runOnX11(int& argc, char** argv, const CommandLine& line) {
     QApplication::setApplicationName("kasto");
     QApplication::setApplicationVersion(KASTO_VERSION);
     QApplication::setDesktopFileName("app.tolvane.kasto");
+    QApplication::setWindowIcon(Brand::icon());
     QApplication::setQuitOnLastWindowClosed(false);
 
     OwnWindows ownWindows;
