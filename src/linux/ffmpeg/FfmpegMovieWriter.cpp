@@ -28,7 +28,15 @@ WriterInput* FfmpegMovieWriter::addVideoInput(const VideoInputSettings& settings
     return video_.get();
 }
 
-AudioWriterInput* FfmpegMovieWriter::addAudioInput(const AudioInputSettings&) { return nullptr; }
+AudioWriterInput* FfmpegMovieWriter::addAudioInput(const AudioInputSettings& settings) {
+    const bool fits = (settings.channels == 1 || settings.channels == 2) && settings.bitRate > 0;
+    if (status() != WriterStatus::unknown || !fits) return nullptr;
+    // A movie without sound is better than none.
+    auto sound = std::make_unique<SoundTrack>(settings);
+    if (!sound->open()) return nullptr;
+    sounds_.push_back(std::move(sound));
+    return sounds_.back().get();
+}
 
 PixelBufferAdaptor* FfmpegMovieWriter::adaptor(WriterInput& videoInput) {
     return &videoInput == video_.get() ? video_.get() : nullptr;
@@ -51,7 +59,11 @@ Result<void> FfmpegMovieWriter::open() {
     auto file = MovieFile::create(path_, fragmentInterval_);
     if (!file) return std::unexpected(file.error());
     file_ = std::move(*file);
-    video_->beginIn(*file_);
+    encoding_ = std::make_unique<SerialQueue>("app.tolvane.kasto.movie", QueuePriority::userInteractive);
+    video_->beginIn(*file_, *encoding_, [this](double movieTimeS) {
+        for (const auto& sound : sounds_) sound->movieReached(movieTimeS);
+    });
+    for (const auto& sound : sounds_) sound->beginIn(*file_, *encoding_);
     const auto begun = file_->begin();
     // A file without a beginning is of use to nobody.
     if (!begun) unlink(path_.c_str());
@@ -59,16 +71,18 @@ Result<void> FfmpegMovieWriter::open() {
 }
 
 void FfmpegMovieWriter::startSession(MediaTime time) {
-    if (status() == WriterStatus::writing) video_->startSession(time);
+    if (status() != WriterStatus::writing) return;
+    video_->startSession(time);
+    for (const auto& sound : sounds_) sound->startSession(time);
 }
 
 void FfmpegMovieWriter::finishWriting() {
     if (status() == WriterStatus::unknown) fail({"The movie was never started.", 0});
     if (status() != WriterStatus::writing) return;
-    video_->finish();
+    endTracks();
     const auto finished = file_->finish();
-    // The encoder's error came first, if there are two.
-    if (const auto failed = video_->error()) {
+    // An encoder's error came first, if there are two.
+    if (const auto failed = trackError()) {
         fail(*failed);
     } else if (!finished) {
         fail(finished.error());
@@ -77,12 +91,29 @@ void FfmpegMovieWriter::finishWriting() {
     }
 }
 
+void FfmpegMovieWriter::endTracks() {
+    encoding_->async([this] {
+        const double endS = video_->finish();
+        for (const auto& sound : sounds_) sound->finish(endS);
+    });
+    encoding_->drain();
+}
+
+std::optional<Error> FfmpegMovieWriter::trackError() const {
+    if (auto failed = video_->error()) return failed;
+    for (const auto& sound : sounds_)
+        if (auto failed = sound->error()) return failed;
+    return std::nullopt;
+}
+
 void FfmpegMovieWriter::cancelWriting() {
     outcome_.with([](Outcome& outcome) {
         if (outcome.status == WriterStatus::unknown || outcome.status == WriterStatus::writing)
             outcome.status = WriterStatus::cancelled;
     });
     if (video_) video_->cancel();
+    for (const auto& sound : sounds_) sound->cancel();
+    encoding_.reset();
 }
 
 WriterStatus FfmpegMovieWriter::status() const {
@@ -92,7 +123,7 @@ WriterStatus FfmpegMovieWriter::status() const {
 std::optional<Error> FfmpegMovieWriter::error() const {
     if (auto failed = outcome_.copy().error) return failed;
     if (status() != WriterStatus::writing) return std::nullopt;
-    if (auto failed = video_->error()) return failed;
+    if (auto failed = trackError()) return failed;
     return file_->error();
 }
 

@@ -2,15 +2,18 @@
 
 #include "base/Guarded.h"
 #include "linux/ffmpeg/MovieFile.h"
+#include "linux/ffmpeg/SoundTrack.h"
 #include "linux/ffmpeg/VideoTrack.h"
 #include "platform/MovieWriter.h"
 
 #include <filesystem>
 #include <memory>
+#include <vector>
 
 namespace kasto {
 
-// Writes H.264 into a QuickTime movie.
+// Writes H.264 and AAC into a QuickTime movie. All tracks are encoded on one queue, whose thread is the only
+// one to use the file.
 //
 // When the disk is full or the encoder fails in mid-take, no more pictures are taken and `error` tells why,
 // but the status stays `writing`: there is a movie to finish. `finishWriting` then completes what there is
@@ -37,6 +40,8 @@ private:
     };
 
     Result<void> open();
+    std::optional<Error> trackError() const;
+    void endTracks();
     void fail(const Error& error);
 
     const std::filesystem::path path_;
@@ -44,6 +49,8 @@ private:
     Guarded<Outcome> outcome_;
     std::unique_ptr<MovieFile> file_;  // from the start on until the writer goes
     std::unique_ptr<VideoTrack> video_;
+    std::vector<std::unique_ptr<SoundTrack>> sounds_;
+    std::unique_ptr<SerialQueue> encoding_;  // last: its jobs use the rest
 };
 
 }  // namespace kasto

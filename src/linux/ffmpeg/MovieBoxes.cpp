@@ -29,7 +29,9 @@ std::uint32_t startInMovie(const MovieTrack& track) {
 }
 
 std::uint32_t durationInMovie(const MovieTrack& track) {
-    return inMovieUnits(track.samples.durationUnits(), track.format.timescale);
+    const auto duration = track.samples.durationUnits();
+    const std::uint64_t priming = track.format.primingUnits;
+    return inMovieUnits(duration - std::min(duration, priming), track.format.timescale);
 }
 
 void writeIdentityMatrix(BoxWriter& out) {
@@ -71,18 +73,22 @@ void writeTrackHeader(BoxWriter& out, std::size_t index, const MovieTrack& track
     out.u32(static_cast<std::uint32_t>(track.format.height) << 16);
 }
 
-// A track that begins after the movie's zero is preceded by nothing for so long.
+// A track that begins after the movie's zero is preceded by nothing for so long; priming is left out.
 void writeEdits(BoxWriter& out, const MovieTrack& track) {
-    if (track.samples.startUnits == 0) return;
+    constexpr std::uint32_t kNothing = 0xffffffff;
+    const bool beginsLate = track.samples.startUnits != 0;
+    if (!beginsLate && track.format.primingUnits == 0) return;
     const auto edts = out.box("edts");
     const auto elst = out.box("elst");
     out.versionAndFlags(0, 0);
-    out.u32(2);
-    out.u32(startInMovie(track));
-    out.u32(0xffffffff);
-    out.u32(kOne);
+    out.u32(beginsLate ? 2 : 1);
+    if (beginsLate) {
+        out.u32(startInMovie(track));
+        out.u32(kNothing);
+        out.u32(kOne);
+    }
     out.u32(durationInMovie(track));
-    out.u32(0);
+    out.u32(track.format.primingUnits);
     out.u32(kOne);
 }
 

@@ -45,7 +45,7 @@ std::size_t MovieFile::addTrack(TrackFormat format) {
 }
 
 Result<void> MovieFile::begin() {
-    const auto head = movieHead(movieTracks());
+    const auto head = movieHead(movieTracks(Tracks::all));
     placeholderOffset_ = head.placeholderOffset;
     nextOffset_ = head.bytes.size();
     const std::span<const std::uint8_t> piece(head.bytes);
@@ -121,7 +121,7 @@ Result<void> MovieFile::finish() {
 
 Result<void> MovieFile::complete() {
     const std::uint64_t mediaEnd = file_.sizeBytes();
-    const auto tables = completeMovie(movieTracks());
+    const auto tables = completeMovie(movieTracks(Tracks::withSamples));
     const std::span<const std::uint8_t> piece(tables);
     // What stands behind the header must be on the disk before the header is: a power cut in between leaves
     // the movie in fragments.
@@ -132,9 +132,10 @@ Result<void> MovieFile::complete() {
     return file_.sync();
 }
 
-std::vector<MovieTrack> MovieFile::movieTracks() const {
+std::vector<MovieTrack> MovieFile::movieTracks(Tracks which) const {
     std::vector<MovieTrack> tracks;
-    for (const auto& track : tracks_) tracks.push_back({track.format, track.written});
+    for (const auto& track : tracks_)
+        if (which == Tracks::all || !track.written.isEmpty()) tracks.push_back({track.format, track.written});
     return tracks;
 }
 

@@ -63,7 +63,8 @@ private:
     void closeFragment();
     void write(const Fragment& fragment);
     Result<void> complete();
-    std::vector<MovieTrack> movieTracks() const;
+    enum class Tracks { all, withSamples };
+    std::vector<MovieTrack> movieTracks(Tracks which) const;
     void fail(const Error& error);
 
     OutputFile file_;  // the writing thread's after `begin`, until the queue is drained

@@ -18,10 +18,16 @@ struct TrackFormat {
     std::uint32_t sampleDuration = 0;  // units the last sample lasts, as nothing follows that would tell
     int width = 0;                     // of the picture in pixels; 0 for sound
     int height = 0;
+    std::uint32_t primingUnits = 0;         // at the track's beginning, not to be heard
     std::vector<std::uint8_t> sampleEntry;  // the whole box that describes the samples
 };
 
 // The format of an H.264 track, BT.709 limited range. `configuration` is the contents of its avcC box.
 TrackFormat avcTrackFormat(const VideoInputSettings& settings, std::span<const std::uint8_t> configuration);
+
+// The format of an AAC track at 48 kHz. `configuration` is the stream's AudioSpecificConfig; the first
+// `primingFrames` frames are the encoder's, not the sound's.
+TrackFormat aacTrackFormat(const AudioInputSettings& settings, std::span<const std::uint8_t> configuration,
+                           int primingFrames);
 
 }  // namespace kasto

@@ -29,8 +29,6 @@ std::int64_t toVideoUnits(MediaTime time) {
 VideoTrack::VideoTrack(VideoInputSettings settings, MediaTime fragmentInterval)
     : settings_(settings), fragmentInterval_(fragmentInterval), queueLimit_(queueLimitFor(settings)) {}
 
-VideoTrack::~VideoTrack() { cancel(); }
-
 Result<void> VideoTrack::open() {
     auto encoder = openVideoEncoder(settings_);
     if (!encoder) return std::unexpected(encoder.error());
@@ -38,12 +36,14 @@ Result<void> VideoTrack::open() {
     return {};
 }
 
-void VideoTrack::beginIn(MovieFile& file) {
+void VideoTrack::beginIn(MovieFile& file, SerialQueue& encoding,
+                         std::function<void(double movieTimeS)> reached) {
     file_ = &file;
     indexInFile_ = file.addTrack(avcTrackFormat(settings_, encoder_->decoderConfiguration()));
     pool_ = std::make_unique<PixelBufferPool>(PixelFormat::i420, settings_.width, settings_.height,
                                               queueLimit_ + kBuffersBesideQueue);
-    encoding_ = std::make_unique<SerialQueue>("app.tolvane.kasto.movie", QueuePriority::userInteractive);
+    encoding_ = &encoding;
+    reached_ = std::move(reached);
     accepting_ = true;
 }
 
@@ -78,6 +78,7 @@ void VideoTrack::encode(const PixelBufferRef& picture, std::int64_t timeUnits) {
     if (discarding_) return;
     const auto encoded = encoder_->encode(picture, timeUnits, beginsFragment(timeUnits), toFile());
     if (!encoded) fail(encoded.error());
+    reached_(static_cast<double>(timeUnits) / kVideoTimescale);
 }
 
 // The file cuts its fragments at key pictures, so one is made where a cut is due.
@@ -96,22 +97,18 @@ PictureSink VideoTrack::toFile() {
     };
 }
 
-void VideoTrack::finish() {
+double VideoTrack::finish() {
     accepting_ = false;
-    if (!encoding_) return;
-    encoding_->async([this] {
-        if (discarding_) return;
+    if (!discarding_) {
         if (const auto finished = encoder_->finish(toFile()); !finished) fail(finished.error());
-    });
-    encoding_.reset();
+    }
     encoder_.reset();
+    return static_cast<double>(std::max<std::int64_t>(lastUnits_, 0)) / kVideoTimescale;
 }
 
 void VideoTrack::cancel() {
     accepting_ = false;
     discarding_ = true;
-    encoding_.reset();
-    encoder_.reset();
 }
 
 void VideoTrack::fail(const Error& error) {

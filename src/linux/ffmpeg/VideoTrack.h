@@ -7,33 +7,35 @@
 #include "platform/MovieWriter.h"
 
 #include <atomic>
+#include <functional>
 #include <limits>
 #include <memory>
 #include <optional>
 
 namespace kasto {
 
-// The video track of a movie: a short queue of pictures, a thread that encodes them and hands them to the
-// file. A picture that finds the queue full is refused, as is one whose time, in units of 1/600 s, is not
-// after the one before.
+// The video track of a movie: a short queue of pictures that are encoded and handed to the file. A picture
+// that finds the queue full is refused, as is one whose time, in units of 1/600 s, is not after the one
+// before.
 class VideoTrack final : public WriterInput, public PixelBufferAdaptor {
 public:
     VideoTrack(VideoInputSettings settings, MediaTime fragmentInterval);
-    ~VideoTrack() override;
 
     // Opens the encoder. Blocks.
     Result<void> open();
 
-    // Adds the track to the file, which must outlive it, and takes pictures from now on.
-    void beginIn(MovieFile& file);
+    // Adds the track to the file, which like the queue outlives its use, and takes pictures from now on.
+    // Pictures are encoded on the queue, and `reached` is called there with the time of each, in seconds.
+    void beginIn(MovieFile& file, SerialQueue& encoding, std::function<void(double movieTimeS)> reached);
 
     // The movie's zero; only the first call counts.
     void startSession(MediaTime time);
 
-    // Encodes what is queued, hands everything to the file and lets the encoder go. Blocks.
-    void finish();
+    // Hands everything to the file and returns the time at which the last picture begins, 0 without any. On
+    // the encoding queue.
+    double finish();
 
-    // Forgets what is queued and lets the encoder go.
+    // Forgets what is queued and takes nothing more.
     void cancel();
 
     // Why no more pictures are taken, if the encoder failed. Any thread.
@@ -67,8 +69,9 @@ private:
     std::atomic<bool> discarding_ = false;
     std::atomic<int> queued_ = 0;
     Guarded<std::optional<Error>> error_;
-    std::unique_ptr<VideoEncoder> encoder_;  // the encoding thread's while there is one
-    std::unique_ptr<SerialQueue> encoding_;  // last: its jobs use the rest
+    std::unique_ptr<VideoEncoder> encoder_;  // the encoding queue's while there is one
+    SerialQueue* encoding_ = nullptr;
+    std::function<void(double movieTimeS)> reached_;
 };
 
 }  // namespace kasto
