@@ -8,6 +8,7 @@
 #include "linux/freedesktop/DBusRunningInstance.h"
 #include "linux/freedesktop/DesktopWorkspace.h"
 #include "linux/freedesktop/QuitSignals.h"
+#include "linux/freedesktop/TrayStatusItems.h"
 #include "linux/x11/X11Displays.h"
 #include "linux/x11/X11HotKeys.h"
 #include "linux/x11/X11Pointer.h"
@@ -153,6 +154,7 @@ int runOnX11(int& argc, char** argv, const CommandLine& line) {
     DBusAutomation automation(runningInstance);
     UiHotKeys hotKeys(application);
     DesktopWorkspace workspace;
+    TrayStatusItems statusItems;
     return claimAndRun({.displays = **displays,
                         .pointer = **pointer,
                         .screenAccess = screenAccess,
@@ -162,7 +164,8 @@ int runOnX11(int& argc, char** argv, const CommandLine& line) {
                         .ownWindows = ownWindows,
                         .runningInstance = runningInstance,
                         .hotKeys = hotKeys,
-                        .workspace = workspace},
+                        .workspace = workspace,
+                        .statusItems = statusItems},
                        line, automation);
 }
 

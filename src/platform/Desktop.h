@@ -11,6 +11,7 @@ class PointerInput;
 class RunningInstance;
 class ScreenAccess;
 class ScreenCapture;
+class StatusItems;
 class Workspace;
 
 // What kasto expects of a desktop, one reference per service. All of them outlive the program's components.
@@ -25,6 +26,7 @@ struct Desktop {
     RunningInstance& runningInstance;
     HotKeyService& hotKeys;
     Workspace& workspace;
+    StatusItems& statusItems;
 };
 
 }  // namespace kasto

@@ -6,6 +6,7 @@
 #include "input/InputPoller.h"
 #include "model/CaptureModel.h"
 #include "platform/Desktop.h"
+#include "platform/StatusItem.h"
 #include "recording/Recorder.h"
 #include "settings/SettingsHost.h"
 #include "shell/MainQueue.h"
@@ -25,6 +26,8 @@
 namespace kasto {
 
 class SettingsController;
+class MainMenu;
+class PopupMenu;
 
 // The one controller: every trigger starts or stops a take through it.
 //
@@ -82,6 +85,12 @@ public:
     void beginSetRegion() override;
     void clearRegion() override;
 
+    // What the stop button does.
+    void stopFromBar();
+
+    // Opens the options at the pointer while a take runs.
+    void showQuickMenu();
+
     // Shows the settings window, or hides it.
     void showSettings();
 
@@ -121,6 +130,26 @@ private:
     QMessageBox& showAlert(const std::string& message, const std::string& informativeText,
                            const std::vector<std::string>& buttons);
 
+    // StatusBar.cpp
+    void makeStatusItem();
+    void updateIcon();
+    void updateTitle();
+    void startTitleTimer();
+    void setBusyGear(bool on);
+    void spawnStopButton();
+    void statusClicked(const StatusClick& click);
+
+    // StatusMenu.cpp
+    std::vector<MenuEntry> statusMenuEntries();
+    std::vector<MenuEntry> optionItems();
+    std::vector<MenuEntry> cameraItems();
+    void addPlaceItems(std::vector<MenuEntry>& entries);
+    void showStatusMenu();
+    void closeMenus();
+
+    // Launch.cpp
+    void buildMainMenu();
+
     // CameraTile.cpp: camera and tile as the options say.
     void applyPipState();
     void restartCamera();
@@ -152,6 +181,13 @@ private:
 
     // None before it is first asked for.
     std::unique_ptr<SettingsController> settings_;
+    // From launch to exit.
+    std::unique_ptr<MainMenu> mainMenu_;
+    std::unique_ptr<PopupMenu> statusMenu_;
+    std::unique_ptr<PopupMenu> quickMenu_;
+    std::unique_ptr<StatusItem> statusItem_;
+    std::unique_ptr<StatusItem> stopItem_;  // while a take runs
+    QTimer titleTimer_;                     // while a take runs
 };
 
 }  // namespace kasto

@@ -12,7 +12,12 @@ void AppDelegate::finishStop(bool reveal, std::function<void()> done) {
     if (!isRecording_) return;
     isRecording_ = false;
     isBusy_ = true;
+    closeMenus();
+    stopItem_.reset();
     stopComponents();
+    titleTimer_.stop();
+    updateIcon();
+    setBusyGear(true);
     // Converting and moving may take as long as copying the movie does: both stay off the main thread.
     worker_.async([this, reveal, done = std::move(done)]() mutable {
         auto file = stopAndFile();
@@ -45,6 +50,8 @@ void AppDelegate::finishNow() {
 }
 
 void AppDelegate::takeFinished(const std::optional<std::filesystem::path>& file, bool reveal) {
+    setBusyGear(false);
+    updateIcon();
     isBusy_ = false;
     if (reveal && file) desktop_.workspace.reveal(*file);
     becomeIdle();

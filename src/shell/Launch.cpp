@@ -2,6 +2,8 @@
 #include "platform/ScreenAccess.h"
 #include "settings/SettingsController.h"
 #include "shell/AppDelegate.h"
+#include "shell/MainMenu.h"
+#include "shell/PopupMenu.h"
 #include "ui/Brand.h"
 
 #include <QCoreApplication>
@@ -21,8 +23,16 @@ AppDelegate::~AppDelegate() {
     delete alert_;
 }
 
+void AppDelegate::buildMainMenu() {
+    mainMenu_ = std::make_unique<MainMenu>(
+        desktop_.ownWindows, [this] { showSettings(); }, [this] { terminate(); });
+}
+
 void AppDelegate::applicationDidFinishLaunching() {
     Brand::registerFonts();
+    buildMainMenu();
+    makeStatusItem();
+    updateIcon();
     hotKey_ =
         HotKey::make(desktop_.hotKeys, HotKey::kKeyR, HotKey::kControl | HotKey::kOption | HotKey::kCommand);
     if (hotKey_) {
@@ -32,6 +42,9 @@ void AppDelegate::applicationDidFinishLaunching() {
     }
     recorder_.onStreamStopped = [this, queue = std::weak_ptr(mainQueue_)](const std::optional<Error>&) {
         if (const auto main = queue.lock()) main->async([this] { streamStopped(); });
+    };
+    poller_.onQuickMenu = [this, queue = std::weak_ptr(mainQueue_)] {
+        if (const auto main = queue.lock()) main->async([this] { showQuickMenu(); });
     };
     if (!desktop_.screenAccess.preflight()) {
         desktop_.screenAccess.request();

@@ -45,6 +45,10 @@ void AppDelegate::takeStarted(const Result<void>& started) {
     applyPipState();
     poller_.start();
     isRecording_ = true;
+    closeMenus();
+    spawnStopButton();
+    startTitleTimer();
+    updateIcon();
     isBusy_ = false;
     if (quitsWhenIdle_) {
         finishStop(false);

@@ -11,6 +11,7 @@
 #include "support/FakeMovieWriter.h"
 #include "support/FakePointer.h"
 #include "support/FakeScreenCapture.h"
+#include "support/FakeStatusItems.h"
 
 namespace kasto::test {
 
@@ -111,10 +112,11 @@ struct FakeDesktop {
     FakeRunningInstance runningInstance;
     FakeHotKeys hotKeys;
     FakeWorkspace workspace;
+    FakeStatusItems statusItems;
 
     Desktop record() {
-        return {displays,     pointer,    screenAccess,    screenCapture, movieWriters,
-                movieExports, ownWindows, runningInstance, hotKeys,       workspace};
+        return {displays,   pointer,         screenAccess, screenCapture, movieWriters, movieExports,
+                ownWindows, runningInstance, hotKeys,      workspace,     statusItems};
     }
 };
 

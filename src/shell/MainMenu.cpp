@@ -1,0 +1,33 @@
+#include "shell/MainMenu.h"
+
+#include "ui/OwnWindowWatch.h"
+
+#include <QApplication>
+#include <QEvent>
+#include <QWidget>
+
+namespace kasto {
+
+MainMenu::MainMenu(OwnWindows& ownWindows, std::function<void()> showSettings,
+                   std::function<void()> terminate)
+    : ownWindows_(ownWindows), settings_("settings…"), quit_("quit kasto") {
+    settings_.setShortcut(Qt::CTRL | Qt::Key_Comma);
+    quit_.setShortcut(Qt::CTRL | Qt::Key_Q);
+    connect(&settings_, &QAction::triggered, this, std::move(showSettings));
+    connect(&quit_, &QAction::triggered, this, std::move(terminate));
+    qApp->installEventFilter(this);
+}
+
+bool MainMenu::eventFilter(QObject* object, QEvent* event) {
+    if (event->type() != QEvent::Show || !object->isWidgetType()) return false;
+    auto& widget = *static_cast<QWidget*>(object);
+    const auto type = widget.windowType();
+    if (type == Qt::Window || type == Qt::Dialog) {
+        widget.addActions({&settings_, &quit_});
+    } else if (type == Qt::ToolTip && widget.inherits("QTipLabel")) {
+        watchOwnWindow(widget, ownWindows_);
+    }
+    return false;
+}
+
+}  // namespace kasto

@@ -1,0 +1,87 @@
+#include "shell/MenuCheckRow.h"
+
+#include <QApplication>
+#include <QMouseEvent>
+#include <QPainter>
+#include <QStyle>
+#include <utility>
+
+namespace kasto {
+
+namespace {
+
+// Where things are in a row of the least size, from its top-left corner, where lines are written from left
+// to right.
+constexpr QSize kRowSize{250, 26};
+constexpr QMargins kHighlightInset{5, 2, 5, 2};
+constexpr qreal kHighlightRadius = 5;
+constexpr int kCheckLeft = 14;
+constexpr int kCheckWidth = 16;
+constexpr int kTitleLeft = 32;
+constexpr int kTitleRight = 8;
+constexpr int kTextInset = 4;  // at the top and at the bottom
+
+}  // namespace
+
+MenuCheckRow::MenuCheckRow(const QString& title, bool isOn, std::optional<std::string> rep,
+                           std::function<void(bool)> onToggle)
+    : title_(title), rep_(std::move(rep)) {
+    // Not as the button's own text, which would make shortcuts of ampersands.
+    setAccessibleName(title);
+    setFont(QApplication::font("QMenu"));
+    setChecked(isOn);
+    setMouseTracking(true);  // the menu follows the pointer across its rows
+    setFocusPolicy(Qt::NoFocus);
+    setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed);
+    connect(this, &QCheckBox::clicked, this, std::move(onToggle));
+}
+
+void MenuCheckRow::setHovered(bool hovered) {
+    if (isHovered_ == hovered) return;
+    isHovered_ = hovered;
+    update();
+}
+
+QSize MenuCheckRow::sizeHint() const {
+    return kRowSize.expandedTo({0, fontMetrics().height() + 2 * kTextInset});
+}
+
+void MenuCheckRow::enterEvent(QEnterEvent*) { setHovered(true); }
+
+void MenuCheckRow::leaveEvent(QEvent*) { setHovered(false); }
+
+// The other buttons do nothing, and the menu must not see them: it would close.
+void MenuCheckRow::mousePressEvent(QMouseEvent* event) {
+    if (event->button() == Qt::LeftButton) QCheckBox::mousePressEvent(event);
+    event->accept();
+}
+
+void MenuCheckRow::mouseReleaseEvent(QMouseEvent* event) {
+    if (event->button() == Qt::LeftButton) QCheckBox::mouseReleaseEvent(event);
+    event->accept();
+}
+
+bool MenuCheckRow::hitButton(const QPoint& position) const { return rect().contains(position); }
+
+void MenuCheckRow::paintEvent(QPaintEvent*) {
+    QPainter painter(this);
+    painter.setRenderHint(QPainter::Antialiasing);
+    const auto colours = palette();
+    if (isHovered_) {
+        painter.setPen(Qt::NoPen);
+        painter.setBrush(colours.highlight());
+        painter.drawRoundedRect(rect().marginsRemoved(kHighlightInset), kHighlightRadius, kHighlightRadius);
+    }
+    painter.setPen(colours.color(isHovered_ ? QPalette::HighlightedText : QPalette::Text));
+    const auto placed = [this](int left, int width) {
+        return QStyle::visualRect(layoutDirection(), rect(), QRect(left, 0, width, height()));
+    };
+    if (isOn()) painter.drawText(placed(kCheckLeft, kCheckWidth), Qt::AlignCenter, "✓");
+    const auto title = placed(kTitleLeft, width() - kTitleLeft - kTitleRight);
+    // At the side where lines begin, whatever the writing of the title is.
+    const auto side = QStyle::visualAlignment(layoutDirection(), Qt::AlignLeft | Qt::AlignVCenter);
+    painter.drawText(title, int(side | Qt::AlignAbsolute) | Qt::TextSingleLine,
+                     fontMetrics().elidedText(title_, Qt::ElideRight, title.width()));
+}
+
+}  // namespace kasto

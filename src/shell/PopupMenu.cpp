@@ -1,0 +1,149 @@
+#include "shell/PopupMenu.h"
+
+#include "shell/MenuCheckRow.h"
+#include "shell/MenuText.h"
+#include "ui/OwnWindowWatch.h"
+
+#include <QApplication>
+#include <QKeyEvent>
+#include <QTimer>
+#include <QWidgetAction>
+#include <QWindow>
+#include <algorithm>
+
+namespace kasto {
+
+namespace {
+
+constexpr int kMostTitleWidth = 480;
+
+MenuCheckRow* rowOf(const QAction* action) {
+    const auto* holder = qobject_cast<const QWidgetAction*>(action);
+    return holder ? static_cast<MenuCheckRow*>(holder->defaultWidget()) : nullptr;
+}
+
+QAction* commandWith(const QMenu& menu, const QKeySequence& keys) {
+    const auto actions = menu.actions();
+    const auto found = std::ranges::find_if(actions, [&](const QAction* action) {
+        return action->isEnabled() && !keys.isEmpty() && action->shortcut() == keys;
+    });
+    return found == actions.end() ? nullptr : *found;
+}
+
+void closePopups() {
+    while (auto* popup = QApplication::activePopupWidget())
+        if (!popup->close()) return;
+}
+
+}  // namespace
+
+PopupMenu::PopupMenu(OwnWindows& ownWindows, QWidget* parent) : QMenu(parent), ownWindows_(ownWindows) {
+    // Styles decide only now on what kind of native window they draw.
+    ensurePolished();
+    watchOwnWindow(*this, ownWindows_);
+    connect(this, &QMenu::hovered, this, &PopupMenu::highlight);
+}
+
+void PopupMenu::setEntries(const std::vector<MenuEntry>& entries) {
+    clear();
+    qDeleteAll(findChildren<QMenu*>(Qt::FindDirectChildrenOnly));
+    for (const auto& entry : entries) addEntry(entry);
+}
+
+void PopupMenu::addEntry(const MenuEntry& entry) {
+    if (entry.isSeparator()) {
+        addSeparator();
+    } else if (entry.isOn) {
+        addCheckRow(entry);
+    } else if (!entry.submenu.empty()) {
+        addSubmenu(entry);
+    } else {
+        addCommand(entry);
+    }
+}
+
+void PopupMenu::addCommand(const MenuEntry& entry) {
+    auto* action = addAction(shownTitle(entry));
+    action->setEnabled(entry.isEnabled);
+    if (entry.keyEquivalent) {
+        action->setShortcut(keySequence(*entry.keyEquivalent));
+        action->setText(action->text() + '\t' + keyNames(*entry.keyEquivalent));
+    }
+    if (entry.action) connect(action, &QAction::triggered, this, [act = entry.action] { act(); });
+}
+
+void PopupMenu::addCheckRow(const MenuEntry& entry) {
+    const auto toggled = [this, entry](bool on) {
+        entry.onToggle(on);
+        if (!entry.isChoice) return;
+        for (auto* row : rows()) row->setOn(row->rep() == entry.rep);
+    };
+    auto* holder = new QWidgetAction(this);
+    holder->setDefaultWidget(
+        new MenuCheckRow(QString::fromStdString(entry.title), *entry.isOn, entry.rep, toggled));
+    holder->setEnabled(entry.isEnabled);
+    addAction(holder);
+}
+
+void PopupMenu::addSubmenu(const MenuEntry& entry) {
+    auto* submenu = new PopupMenu(ownWindows_, this);
+    submenu->setTitle(shownTitle(entry));
+    submenu->setEntries(entry.submenu);
+    addMenu(submenu)->setEnabled(entry.isEnabled);
+}
+
+QString PopupMenu::shownTitle(const MenuEntry& entry) const {
+    const auto title = QString::fromStdString(entry.title);
+    // In the middle, where a name stands between words of the program.
+    return fontMetrics().elidedText(title, Qt::ElideMiddle, kMostTitleWidth).replace('&', "&&");
+}
+
+std::vector<MenuCheckRow*> PopupMenu::rows() const {
+    std::vector<MenuCheckRow*> found;
+    for (const auto* action : actions())
+        if (auto* row = rowOf(action)) found.push_back(row);
+    return found;
+}
+
+void PopupMenu::highlight(const QAction* action) {
+    for (auto* row : rows()) row->setHovered(row == rowOf(action));
+}
+
+void PopupMenu::popUpAtPointer() {
+    popup(QCursor::pos());
+    if (QGuiApplication::platformName() == "xcb") takeInput();
+}
+
+// Another program has pointer and keyboard to itself while a button is down in its window or its own menu is
+// open: they are asked for until they can be had. Without them a click elsewhere would not close the menu.
+void PopupMenu::takeInput() {
+    constexpr std::chrono::milliseconds kRetry(50);
+    auto* window = windowHandle();
+    if (!isVisible() || (window->setMouseGrabEnabled(true) && window->setKeyboardGrabEnabled(true))) return;
+    QTimer::singleShot(kRetry, this, &PopupMenu::takeInput);
+}
+
+void PopupMenu::keyPressEvent(QKeyEvent* event) {
+    const bool chooses = event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter ||
+                         event->key() == Qt::Key_Space || event->key() == Qt::Key_Select;
+    if (auto* row = rowOf(activeAction()); row && chooses) {
+        row->click();
+        return;
+    }
+    const QKeySequence keys(event->keyCombination());
+    for (QWidget* menu = this; menu; menu = menu->parentWidget()) {
+        auto* command = commandWith(*static_cast<QMenu*>(menu), keys);
+        if (!command) continue;
+        closePopups();
+        command->trigger();
+        return;
+    }
+    QMenu::keyPressEvent(event);
+}
+
+void PopupMenu::leaveEvent(QEvent* event) {
+    QMenu::leaveEvent(event);
+    highlight(activeAction());
+}
+
+}  // namespace kasto

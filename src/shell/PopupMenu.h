@@ -1,0 +1,40 @@
+#pragma once
+
+#include "platform/MenuEntry.h"
+#include "platform/OwnWindows.h"
+
+#include <QMenu>
+#include <vector>
+
+namespace kasto {
+
+class MenuCheckRow;
+
+// A menu of entries that opens at the pointer, whichever program has the focus. It and its submenus are kept
+// out of takes. Main thread.
+class PopupMenu final : public QMenu {
+public:
+    // `ownWindows` outlives it.
+    explicit PopupMenu(OwnWindows& ownWindows, QWidget* parent = nullptr);
+
+    // In the place of the entries there were.
+    void setEntries(const std::vector<MenuEntry>& entries);
+
+    void popUpAtPointer();
+
+private:
+    void addEntry(const MenuEntry& entry);
+    void addCommand(const MenuEntry& entry);
+    void addCheckRow(const MenuEntry& entry);
+    void addSubmenu(const MenuEntry& entry);
+    QString shownTitle(const MenuEntry& entry) const;
+    std::vector<MenuCheckRow*> rows() const;
+    void highlight(const QAction* action);
+    void takeInput();
+    void keyPressEvent(QKeyEvent* event) override;
+    void leaveEvent(QEvent* event) override;
+
+    OwnWindows& ownWindows_;
+};
+
+}  // namespace kasto
