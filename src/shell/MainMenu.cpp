@@ -19,13 +19,14 @@ MainMenu::MainMenu(OwnWindows& ownWindows, std::function<void()> showSettings,
 }
 
 bool MainMenu::eventFilter(QObject* object, QEvent* event) {
-    if (event->type() != QEvent::Show || !object->isWidgetType()) return false;
+    if (!object->isWidgetType() || event->type() != QEvent::Show) return false;
     auto& widget = *static_cast<QWidget*>(object);
     const auto type = widget.windowType();
-    if (type == Qt::Window || type == Qt::Dialog) {
-        widget.addActions({&settings_, &quit_});
-    } else if (type == Qt::ToolTip && widget.inherits("QTipLabel")) {
+    // Windows that Qt makes by itself.
+    if (widget.inherits("QTipLabel") || widget.inherits("QSystemTrayIconSys")) {
         watchOwnWindow(widget, ownWindows_);
+    } else if (type == Qt::Window || type == Qt::Dialog) {
+        widget.addActions({&settings_, &quit_});
     }
     return false;
 }

@@ -9,7 +9,7 @@
 namespace kasto {
 
 // What a menu bar would hold: "settings…" and "quit kasto", by their keys in every window of the program.
-// Also keeps its tool tips out of takes. Main thread; lives as long as the windows do.
+// Also keeps tool tips and icons in the tray out of takes. Main thread; lives as long as the windows do.
 class MainMenu final : private QObject {
 public:
     // `ownWindows` outlives it.

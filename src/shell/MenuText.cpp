@@ -1,5 +1,6 @@
 #include "shell/MenuText.h"
 
+#include <QStringList>
 #include <algorithm>
 
 namespace kasto {
@@ -47,8 +48,13 @@ QKeySequence keySequence(const KeyChord& chord) {
 }
 
 QString keyNames(const KeyChord& chord) {
-    // Qt's word for the key is not the one people know it by.
-    return keySequence(chord).toString(QKeySequence::NativeText).replace("Meta", "Super");
+    // Qt's name of the command key is not the one people know it by, and its order another one.
+    QStringList names;
+    if (chord.control) names << "Ctrl";
+    if (chord.option) names << "Alt";
+    if (chord.shift) names << "Shift";
+    if (chord.command) names << "Super";
+    return (names << QString::fromUcs4(&chord.key, 1).toUpper()).join('+');
 }
 
 }  // namespace kasto

@@ -37,7 +37,8 @@ void closePopups() {
 
 }  // namespace
 
-PopupMenu::PopupMenu(OwnWindows& ownWindows, QWidget* parent) : QMenu(parent), ownWindows_(ownWindows) {
+PopupMenu::PopupMenu(OwnWindows& ownWindows, const PointerInput& pointer, QWidget* parent)
+    : QMenu(parent), ownWindows_(ownWindows), pointer_(pointer) {
     // Styles decide only now on what kind of native window they draw.
     ensurePolished();
     watchOwnWindow(*this, ownWindows_);
@@ -86,7 +87,7 @@ void PopupMenu::addCheckRow(const MenuEntry& entry) {
 }
 
 void PopupMenu::addSubmenu(const MenuEntry& entry) {
-    auto* submenu = new PopupMenu(ownWindows_, this);
+    auto* submenu = new PopupMenu(ownWindows_, pointer_, this);
     submenu->setTitle(shownTitle(entry));
     submenu->setEntries(entry.submenu);
     addMenu(submenu)->setEnabled(entry.isEnabled);
@@ -118,9 +119,13 @@ void PopupMenu::popUpAtPointer() {
 // open: they are asked for until they can be had. Without them a click elsewhere would not close the menu.
 void PopupMenu::takeInput() {
     constexpr std::chrono::milliseconds kRetry(50);
+    if (!isVisible()) return;
+    // Qt takes the pointer for grabbed even if it is another program's: that is told by a button held.
+    const auto pointer = pointer_.state().value_or(PointerState{});
+    const bool isFree = !pointer.left && !pointer.right;
     auto* window = windowHandle();
-    if (!isVisible() || (window->setMouseGrabEnabled(true) && window->setKeyboardGrabEnabled(true))) return;
-    QTimer::singleShot(kRetry, this, &PopupMenu::takeInput);
+    const bool isTaken = window->setMouseGrabEnabled(true) && window->setKeyboardGrabEnabled(true);
+    if (!isFree || !isTaken) QTimer::singleShot(kRetry, this, &PopupMenu::takeInput);
 }
 
 void PopupMenu::keyPressEvent(QKeyEvent* event) {

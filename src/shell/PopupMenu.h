@@ -2,6 +2,7 @@
 
 #include "platform/MenuEntry.h"
 #include "platform/OwnWindows.h"
+#include "platform/PointerInput.h"
 
 #include <QMenu>
 #include <vector>
@@ -14,8 +15,8 @@ class MenuCheckRow;
 // out of takes. Main thread.
 class PopupMenu final : public QMenu {
 public:
-    // `ownWindows` outlives it.
-    explicit PopupMenu(OwnWindows& ownWindows, QWidget* parent = nullptr);
+    // `ownWindows` and `pointer` outlive it.
+    PopupMenu(OwnWindows& ownWindows, const PointerInput& pointer, QWidget* parent = nullptr);
 
     // In the place of the entries there were.
     void setEntries(const std::vector<MenuEntry>& entries);
@@ -35,6 +36,7 @@ private:
     void leaveEvent(QEvent* event) override;
 
     OwnWindows& ownWindows_;
+    const PointerInput& pointer_;
 };
 
 }  // namespace kasto

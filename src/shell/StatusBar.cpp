@@ -9,8 +9,8 @@
 namespace kasto {
 
 void AppDelegate::makeStatusItem() {
-    statusMenu_ = std::make_unique<PopupMenu>(desktop_.ownWindows);
-    quickMenu_ = std::make_unique<PopupMenu>(desktop_.ownWindows);
+    statusMenu_ = std::make_unique<PopupMenu>(desktop_.ownWindows, desktop_.pointer);
+    quickMenu_ = std::make_unique<PopupMenu>(desktop_.ownWindows, desktop_.pointer);
     statusItem_ = desktop_.statusItems.make(
         "kasto", {.onClick = [this](const StatusClick& click) { statusClicked(click); },
                   .menu = [this] { return statusMenuEntries(); }});

@@ -30,9 +30,9 @@ QPainterPath filledRecordCircle(QPointF centre, double radius) {
     return disc(centre, radius).subtracted(ring(centre, radius * 0.66, radius * 0.5));
 }
 
-QPainterPath stopSquare() {
+QPainterPath plate(const QRectF& place) {
     QPainterPath path;
-    path.addRoundedRect(QRectF(16, 16, 68, 68), 10, 10);
+    path.addRoundedRect(place, 10, 10);
     return path;
 }
 
@@ -118,11 +118,12 @@ QImage StatusPicture::drawn(int sizePx, const QColor& foreground) const {
                 pen.draw(filledRecordCircle(kMiddle, 44), kRed);
                 break;
             }
-            pen.draw(filledRecordCircle({50, 24}, 22), kRed);
-            pen.drawMark(lettering(text, {2, 52, 96, 46}));
+            pen.draw(filledRecordCircle({50, 22}, 22), kRed);
+            pen.draw(plate({0, 47, 100, 53}), kRed);
+            pen.draw(lettering(text, {4, 51, 92, 45}), Qt::white);
             break;
         case StatusImage::stop:
-            pen.draw(stopSquare(), kRed);
+            pen.draw(plate({16, 16, 68, 68}), kRed);
             break;
     }
     return picture;
