@@ -6,6 +6,7 @@
 
 #include <QApplication>
 #include <QKeyEvent>
+#include <QStyleOption>
 #include <QTimer>
 #include <QWidgetAction>
 #include <QWindow>
@@ -39,6 +40,8 @@ void closePopups() {
 
 PopupMenu::PopupMenu(OwnWindows& ownWindows, const PointerInput& pointer, QWidget* parent)
     : QMenu(parent), ownWindows_(ownWindows), pointer_(pointer) {
+    // On a small screen it scrolls, where some styles put the rest out of sight in a second column.
+    setStyleSheet("QMenu { menu-scrollable: 1; }");
     // Styles decide only now on what kind of native window they draw.
     ensurePolished();
     watchOwnWindow(*this, ownWindows_);
@@ -149,6 +152,13 @@ void PopupMenu::keyPressEvent(QKeyEvent* event) {
 void PopupMenu::leaveEvent(QEvent* event) {
     QMenu::leaveEvent(event);
     highlight(activeAction());
+}
+
+// The titles of commands begin where those of check rows do.
+void PopupMenu::initStyleOption(QStyleOptionMenuItem* option, const QAction* action) const {
+    constexpr int kRoomForMarks = 25;
+    QMenu::initStyleOption(option, action);
+    option->maxIconWidth = std::max(option->maxIconWidth, kRoomForMarks);
 }
 
 }  // namespace kasto

@@ -34,6 +34,7 @@ private:
     void takeInput();
     void keyPressEvent(QKeyEvent* event) override;
     void leaveEvent(QEvent* event) override;
+    void initStyleOption(QStyleOptionMenuItem* option, const QAction* action) const override;
 
     OwnWindows& ownWindows_;
     const PointerInput& pointer_;
