@@ -1,0 +1,256 @@
+#include "base/PreferenceStore.h"
+#include "base/Prefs.h"
+#include "shell/ControllerTest.h"
+#include "shell/PopupMenu.h"
+
+#include <gtest/gtest.h>
+
+#include <QCheckBox>
+#include <QMenu>
+#include <QTest>
+
+namespace kasto::test {
+namespace {
+
+// One line as a reader sees it: "- " disabled, "x "/"o " a check row on or off, its keys behind it.
+std::string lineOf(const MenuEntry& entry) {
+    if (entry.isSeparator()) return "---";
+    std::string line = entry.title;
+    if (!entry.isEnabled) line = "- " + line;
+    if (entry.isOn) line = (*entry.isOn ? "x " : "o ") + line;
+    if (const auto keys = entry.keyEquivalent)
+        line += std::string(" ") + (keys->control ? "^" : "") + (keys->option ? "~" : "") +
+                (keys->command ? "@" : "") + char(keys->key);
+    for (const auto& choice : entry.submenu) line += " > " + lineOf(choice);
+    return line;
+}
+
+QWidget* rowTitled(const QMenu& menu, const QString& title) {
+    for (auto* row : menu.findChildren<QWidget*>(Qt::FindDirectChildrenOnly))
+        if (row->accessibleName() == title) return row;
+    return nullptr;
+}
+
+class StatusMenuTest : public ControllerTest {
+protected:
+    StatusMenuTest() {
+        for (const auto* key : {"showClicks", "captureMic", "fps", "outputDir", "regionRect", "cameraID"})
+            Prefs::store().remove(key);
+    }
+
+    void click(bool isRight = false, bool isControlHeld = false) {
+        desktop.statusItems.shown.at("kasto").actions.onClick({isRight, isControlHeld});
+    }
+
+    std::vector<std::string> lines() {
+        std::vector<std::string> all;
+        for (const auto& entry : desktop.statusItems.shown.at("kasto").actions.menu())
+            all.push_back(lineOf(entry));
+        return all;
+    }
+
+    static QMenu* openMenu() { return qobject_cast<QMenu*>(QApplication::activePopupWidget()); }
+};
+
+TEST_F(StatusMenuTest, saysWhatTheProgramWouldDoNow) {
+    const std::vector<std::string> options{"x show clicks",
+                                           "x show marquee",
+                                           "x camera pip",
+                                           "x round camera",
+                                           "camera > x system default",
+                                           "x capture system sound",
+                                           "o capture mic",
+                                           "o mp4",
+                                           "x save to tolvane cloud",
+                                           "o invert pan"};
+    std::vector<std::string> idle{"settings… ^,",
+                                  "---",
+                                  "start recording ^~@r",
+                                  "---",
+                                  "- 3-finger spread / pinch — zoom in / out",
+                                  "- 3-finger move — pan the frame",
+                                  "- ⌥ pinch — zoom · ⌥ scroll — pan",
+                                  "- zoom out — origin eases back to mouse",
+                                  "- fn + right click — options popup",
+                                  "- icon click while recording — stop · right-click — menu",
+                                  "- siri — \"start / stop recording in kasto\"",
+                                  "- region — zoom extents for next takes",
+                                  "---"};
+    idle.insert(idle.end(), options.begin(), options.end());
+    auto changed = idle;
+    for (const auto* line : {"x 60 fps", "---", "choose output folder…", "set region…", "---",
+                             "open recordings", "---", "quit kasto ^q"})
+        idle.emplace_back(line);
+    EXPECT_EQ(lines(), idle);
+
+    desktop.screenAccess.granted = false;
+    Prefs::store().set("fps", 30);
+    Prefs::setOutputDir("/tmp/R&D\tשלום/");
+    Prefs::setRegionRect(Rect{100, 80, 1280.9, 720.9});
+    for (const auto* line : {"o 60 fps", "---", "output: \u2068R&D שלום\u2069 — change…",
+                             "use default folder (Movies/kasto)", "set region…", "clear region (1280×720)",
+                             "---", "open recordings", "grant screen recording…", "---", "quit kasto ^q"})
+        changed.emplace_back(line);
+    EXPECT_EQ(lines(), changed);
+
+    desktop.screenAccess.granted = true;
+    desktop.pointer.at = Point{10, 10};
+    record();
+    const auto recording = lines();
+    EXPECT_EQ(recording[2], "stop recording ^~@r");
+    for (const auto* line : {"- set region…", "- clear region (1280×720)"})
+        EXPECT_EQ(std::ranges::count(recording, line), 1) << line;
+
+    desktop.pointer.held.set({.right = true, .fn = true});
+    ASSERT_TRUE(loopUntil([] { return openMenu(); }));
+    EXPECT_EQ(openMenu()->actions().size(), std::ssize(options) + 2);
+    QTest::keyClick(openMenu(), Qt::Key_Down);
+    QTest::keyClick(openMenu(), Qt::Key_Return);
+    EXPECT_FALSE(delegate->isRecording());
+    EXPECT_FALSE(openMenu());
+    delegate->showQuickMenu();
+    EXPECT_FALSE(openMenu());
+}
+
+TEST_F(StatusMenuTest, checkRowsToggleInPlace) {
+    click();
+    auto* menu = openMenu();
+    ASSERT_TRUE(menu);
+    auto* row = rowTitled(*menu, "show clicks");
+    ASSERT_TRUE(row);
+    EXPECT_GE(row->height(), 26);
+    EXPECT_GE(row->width(), 250);
+    const auto shown = [&] { return row->grab().toImage(); };
+    const auto on = shown();
+    const auto isHighlighted = [&] {
+        return shown().pixelColor(8, row->height() / 2) == row->palette().color(QPalette::Highlight);
+    };
+    EXPECT_FALSE(isHighlighted());
+    QTest::mouseMove(row, {100, 10});
+    EXPECT_TRUE(isHighlighted());
+
+    QTest::mousePress(row, Qt::LeftButton);
+    EXPECT_TRUE(Prefs::showClicks());
+    QTest::mouseRelease(row, Qt::LeftButton);
+    EXPECT_FALSE(Prefs::showClicks());
+    QTest::mousePress(row, Qt::LeftButton);
+    QTest::mouseRelease(row, Qt::LeftButton, {}, {-20, 400});
+    QTest::mouseClick(row, Qt::RightButton);
+    EXPECT_FALSE(Prefs::showClicks());
+    menu->setActiveAction(menu->actions().front());
+    EXPECT_FALSE(isHighlighted());
+    EXPECT_NE(shown(), on);
+
+    QTest::keyClick(menu, Qt::Key_Down);  // "start recording"
+    QTest::keyClick(menu, Qt::Key_Down);
+    EXPECT_TRUE(isHighlighted());
+    QTest::keyClick(menu, Qt::Key_Space);
+    EXPECT_TRUE(Prefs::showClicks());
+    QTest::keyClick(menu, Qt::Key_Return);
+    QTest::keyClick(menu, Qt::Key_Enter);
+    EXPECT_TRUE(Prefs::showClicks());
+    QTest::mouseClick(rowTitled(*menu, "60 fps"), Qt::LeftButton);
+    EXPECT_EQ(Prefs::store().integer("fps"), 30);
+    EXPECT_EQ(openMenu(), menu);
+
+    QTest::keyClick(menu, Qt::Key_R, Qt::ControlModifier | Qt::AltModifier | Qt::MetaModifier);
+    EXPECT_FALSE(menu->isVisible());
+    EXPECT_TRUE(loopUntil([&] { return delegate->isRecording(); }));
+}
+
+TEST_F(StatusMenuTest, choicesExcludeEachOtherWhateverTheyAreCalled) {
+    const std::string longName(300, 'w');
+    std::optional<std::string> chosen;
+    int commands = 0;
+    MenuEntry cameras{.title = "camera"};
+    for (const auto& [name, id] : {std::pair{longName, "a"}, {"R&D_cam", "b"}, {" ", "c"}})
+        cameras.submenu.push_back({.title = name,
+                                   .isOn = *id == 'a',
+                                   .onToggle = [&chosen, rep = std::string(id)](bool) { chosen = rep; },
+                                   .isChoice = true,
+                                   .rep = id});
+    PopupMenu menu(desktop.ownWindows, desktop.pointer);
+    menu.setEntries({cameras, {.title = "R&D " + longName, .action = [&] { ++commands; }}});
+    menu.popUpAtPointer();
+    EXPECT_LT(menu.width(), 700);
+    EXPECT_TRUE(menu.actions()[1]->text().startsWith("R&&D "));
+    menu.setActiveAction(menu.actions()[0]);
+    QTest::keyClick(&menu, Qt::Key_Return);
+    auto* submenu = openMenu();
+    ASSERT_NE(submenu, &menu);
+    EXPECT_EQ(submenu->width(), menu.actions()[0]->menu()->sizeHint().width());
+    EXPECT_LT(submenu->width(), 300);
+    EXPECT_EQ(desktop.ownWindows.windows().size(), 2u);
+
+    const auto marks = [&] {
+        std::string all;
+        for (auto* row : submenu->findChildren<QCheckBox*>()) all += row->isChecked() ? 'x' : 'o';
+        return all;
+    };
+    EXPECT_EQ(marks(), "xoo");
+    auto* second = rowTitled(*submenu, "R&D_cam");
+    ASSERT_TRUE(second);
+    QTest::mouseClick(second, Qt::LeftButton);
+    EXPECT_EQ(marks(), "oxo");
+    QTest::mouseClick(second, Qt::LeftButton);
+    EXPECT_EQ(marks(), "oxo");
+    EXPECT_EQ(chosen, "b");
+
+    menu.setActiveAction(menu.actions()[1]);
+    QTest::keyClick(&menu, Qt::Key_Return);
+    EXPECT_EQ(commands, 1);
+    EXPECT_TRUE(loopUntil([&] { return desktop.ownWindows.windows().empty(); }));
+}
+
+TEST_F(StatusMenuTest, theItemFollowsTheTakeAndItsClicksDependOnIt) {
+    auto& items = desktop.statusItems.shown;
+    const auto look = [&] {
+        const auto& item = items.at("kasto");
+        return std::tuple(item.image, item.description, item.title.substr(0, 4),
+                          items.contains("kasto-stop"));
+    };
+    const std::tuple idle(StatusImage::idle, "kasto", "", false);
+    const std::tuple finishing(StatusImage::idle, "kasto", " ⚙", false);
+    struct Case {
+        std::string clicked;
+        StatusClick click;
+        bool stops;
+    };
+    for (const auto& [clicked, click, stops] : {Case{"kasto", {}, true},
+                                                {"kasto-stop", {}, true},
+                                                {"kasto-stop", {.isRight = true}, false},
+                                                {"kasto", {.isRight = true}, false},
+                                                {"kasto", {.isControlHeld = true}, false}}) {
+        SCOPED_TRACE(clicked + (stops ? " stops" : " does not"));
+        ASSERT_TRUE(loopUntil([&] { return look() == idle; }));
+        items.at("kasto").actions.onClick(click);
+        ASSERT_TRUE(openMenu());
+        record();
+        EXPECT_FALSE(openMenu());
+        EXPECT_EQ(look(), std::tuple(StatusImage::recording, "recording", " 0:0", true));
+        EXPECT_EQ(items.at("kasto-stop").image, StatusImage::stop);
+        const auto title = items.at("kasto").title;
+        if (stops) {
+            ASSERT_TRUE(loopUntil([&] { return items.at("kasto").title > title; }));
+        }
+
+        const auto onClick = items.at(clicked).actions.onClick;
+        onClick(click);
+        EXPECT_EQ(delegate->isRecording(), !stops);
+        EXPECT_EQ(openMenu() != nullptr, !stops && clicked == "kasto");
+        delegate->stopFromCommand();
+        EXPECT_EQ(look(), finishing);
+        EXPECT_FALSE(openMenu());
+    }
+}
+
+TEST_F(StatusMenuTest, theMainMenusKeysWorkInTheProgramsWindows) {
+    desktop.screenCapture.startError = Error{"no"};
+    delegate->startRecording();
+    ASSERT_TRUE(loopUntil([] { return alert() && alert()->isActiveWindow(); }));
+    QTest::keyClick(alert(), Qt::Key_Q, Qt::ControlModifier);
+    EXPECT_EQ(terminations, 1);
+}
+
+}  // namespace
+}  // namespace kasto::test
