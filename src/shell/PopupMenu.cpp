@@ -38,8 +38,8 @@ void closePopups() {
 
 }  // namespace
 
-PopupMenu::PopupMenu(OwnWindows& ownWindows, const PointerInput& pointer, QWidget* parent)
-    : QMenu(parent), ownWindows_(ownWindows), pointer_(pointer) {
+PopupMenu::PopupMenu(OwnWindows& ownWindows, const PointerInput& pointer)
+    : ownWindows_(ownWindows), pointer_(pointer) {
     // On a small screen it scrolls, where some styles put the rest out of sight in a second column.
     setStyleSheet("QMenu { menu-scrollable: 1; }");
     // Styles decide only now on what kind of native window they draw.
@@ -50,7 +50,7 @@ PopupMenu::PopupMenu(OwnWindows& ownWindows, const PointerInput& pointer, QWidge
 
 void PopupMenu::setEntries(const std::vector<MenuEntry>& entries) {
     clear();
-    qDeleteAll(findChildren<QMenu*>(Qt::FindDirectChildrenOnly));
+    submenus_.clear();
     for (const auto& entry : entries) addEntry(entry);
 }
 
@@ -90,10 +90,12 @@ void PopupMenu::addCheckRow(const MenuEntry& entry) {
 }
 
 void PopupMenu::addSubmenu(const MenuEntry& entry) {
-    auto* submenu = new PopupMenu(ownWindows_, pointer_, this);
-    submenu->setTitle(shownTitle(entry));
-    submenu->setEntries(entry.submenu);
-    addMenu(submenu)->setEnabled(entry.isEnabled);
+    // Not as a child: with its native window all children of this one would get windows of their own.
+    auto& submenu = *submenus_.emplace_back(std::make_unique<PopupMenu>(ownWindows_, pointer_));
+    submenu.above_ = this;
+    submenu.setTitle(shownTitle(entry));
+    submenu.setEntries(entry.submenu);
+    addMenu(&submenu)->setEnabled(entry.isEnabled);
 }
 
 QString PopupMenu::shownTitle(const MenuEntry& entry) const {
@@ -139,8 +141,8 @@ void PopupMenu::keyPressEvent(QKeyEvent* event) {
         return;
     }
     const QKeySequence keys(event->keyCombination());
-    for (QWidget* menu = this; menu; menu = menu->parentWidget()) {
-        auto* command = commandWith(*static_cast<QMenu*>(menu), keys);
+    for (const auto* menu = this; menu; menu = menu->above_) {
+        auto* command = commandWith(*menu, keys);
         if (!command) continue;
         closePopups();
         command->trigger();

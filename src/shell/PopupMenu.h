@@ -5,6 +5,7 @@
 #include "platform/PointerInput.h"
 
 #include <QMenu>
+#include <memory>
 #include <vector>
 
 namespace kasto {
@@ -16,7 +17,7 @@ class MenuCheckRow;
 class PopupMenu final : public QMenu {
 public:
     // `ownWindows` and `pointer` outlive it.
-    PopupMenu(OwnWindows& ownWindows, const PointerInput& pointer, QWidget* parent = nullptr);
+    PopupMenu(OwnWindows& ownWindows, const PointerInput& pointer);
 
     // In the place of the entries there were.
     void setEntries(const std::vector<MenuEntry>& entries);
@@ -38,6 +39,8 @@ private:
 
     OwnWindows& ownWindows_;
     const PointerInput& pointer_;
+    PopupMenu* above_ = nullptr;  // whose submenu this is
+    std::vector<std::unique_ptr<PopupMenu>> submenus_;
 };
 
 }  // namespace kasto

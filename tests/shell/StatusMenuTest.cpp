@@ -120,6 +120,7 @@ TEST_F(StatusMenuTest, checkRowsToggleInPlace) {
     ASSERT_TRUE(row);
     EXPECT_GE(row->height(), 26);
     EXPECT_GE(row->width(), 250);
+    EXPECT_EQ(row->internalWinId(), 0U);  // drawn in the menu's window
     const auto shown = [&] { return row->grab().toImage(); };
     const auto on = shown();
     const auto isHighlighted = [&] {
