@@ -14,6 +14,8 @@ void AppDelegate::makeStatusItem() {
     statusItem_ = desktop_.statusItems.make(
         "kasto", {.onClick = [this](const StatusClick& click) { statusClicked(click); },
                   .menu = [this] { return statusMenuEntries(); }});
+    // A tick that came early would make the title skip a second now and then.
+    titleTimer_.setTimerType(Qt::PreciseTimer);
     titleTimer_.setInterval(std::chrono::seconds(1));
     connect(&titleTimer_, &QTimer::timeout, this, &AppDelegate::updateTitle);
 }

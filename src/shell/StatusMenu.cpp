@@ -8,6 +8,7 @@
 #include "shell/PopupMenu.h"
 
 #include <array>
+#include <cmath>
 #include <utility>
 
 namespace kasto {
@@ -37,6 +38,13 @@ MenuEntry option(const std::string& title, bool isOn, std::function<void(bool)> 
 // One that nothing but the next look at it depends on.
 MenuEntry storedOption(const std::string& title, const std::string& key, bool isOn) {
     return option(title, isOn, [key](bool on) { Prefs::store().set(key, on); });
+}
+
+std::string wholeNumber(double value) { return QString::number(std::trunc(value), 'f', 0).toStdString(); }
+
+std::string lastComponent(const std::filesystem::path& folder) {
+    const auto name = (folder.has_filename() ? folder : folder.parent_path()).filename().string();
+    return name.empty() ? folder.string() : name;
 }
 
 }  // namespace
@@ -69,10 +77,7 @@ std::vector<MenuEntry> AppDelegate::statusMenuEntries() {
 // Where takes go and what of the screen they show.
 void AppDelegate::addPlaceItems(std::vector<MenuEntry>& entries) {
     const auto folder = Prefs::outputDir();
-    const auto name =
-        folder ? singleLine((folder->has_filename() ? *folder : folder->parent_path()).filename().string())
-                     .toStdString()
-               : std::string();
+    const auto name = folder ? singleLine(lastComponent(*folder)).toStdString() : std::string();
     entries.push_back({.title = folder ? "output: " + name + " — change…" : "choose output folder…",
                        .action = [this] { chooseOutputFolder(); }});
     if (folder)
@@ -81,10 +86,10 @@ void AppDelegate::addPlaceItems(std::vector<MenuEntry>& entries) {
     entries.push_back(
         {.title = "set region…", .isEnabled = !isRecording_, .action = [this] { beginSetRegion(); }});
     if (const auto region = Prefs::regionRect())
-        entries.push_back({.title = "clear region (" + std::to_string(static_cast<long long>(region->width)) +
-                                    "×" + std::to_string(static_cast<long long>(region->height)) + ")",
-                           .isEnabled = !isRecording_,
-                           .action = [this] { clearRegion(); }});
+        entries.push_back(
+            {.title = "clear region (" + wholeNumber(region->width) + "×" + wholeNumber(region->height) + ")",
+             .isEnabled = !isRecording_,
+             .action = [this] { clearRegion(); }});
 }
 
 std::vector<MenuEntry> AppDelegate::optionItems() {

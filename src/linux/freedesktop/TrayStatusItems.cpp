@@ -114,9 +114,9 @@ private:
                         if (reason == QSystemTrayIcon::Trigger) click(false);
                         if (reason == QSystemTrayIcon::Context) click(true);
                     });
-            show();
-            tray_->show();
         }
+        show();
+        if (tray_) tray_->show();
     }
 
     void click(bool isRight) {
