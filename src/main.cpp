@@ -58,6 +58,10 @@ public:
         return keys_ ? keys_->registerChord(chord, std::move(onPress)) : nullptr;
     }
 
+    std::unique_ptr<HotKeyRegistration> keepFnRightClick() override {
+        return keys_ ? keys_->keepFnRightClick() : nullptr;
+    }
+
 private:
     bool nativeEventFilter(const QByteArray& eventType, void* message, qintptr*) override {
         return eventType == "xcb_generic_event_t" &&

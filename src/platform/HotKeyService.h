@@ -31,6 +31,10 @@ public:
     // chord cannot be had: another program has it, or the keyboard has no such key.
     virtual std::unique_ptr<HotKeyRegistration> registerChord(const KeyChord& chord,
                                                               std::function<void()> onPress) = 0;
+
+    // For as long as the result lives no other program sees fn + right click, which would open its own menu
+    // over ours; the pointer's state tells of it all the same. Null when another program has it.
+    virtual std::unique_ptr<HotKeyRegistration> keepFnRightClick() = 0;
 };
 
 }  // namespace kasto

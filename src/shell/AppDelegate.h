@@ -186,8 +186,10 @@ private:
     std::unique_ptr<PopupMenu> statusMenu_;
     std::unique_ptr<PopupMenu> quickMenu_;
     std::unique_ptr<StatusItem> statusItem_;
-    std::unique_ptr<StatusItem> stopItem_;  // while a take runs
-    QTimer titleTimer_;                     // while a take runs
+    // While a take runs.
+    std::unique_ptr<StatusItem> stopItem_;
+    QTimer titleTimer_;
+    std::unique_ptr<HotKeyRegistration> quickClick_;
 };
 
 }  // namespace kasto

@@ -14,6 +14,7 @@ void AppDelegate::finishStop(bool reveal, std::function<void()> done) {
     isBusy_ = true;
     closeMenus();
     stopItem_.reset();
+    quickClick_.reset();
     stopComponents();
     titleTimer_.stop();
     updateIcon();

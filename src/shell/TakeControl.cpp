@@ -44,6 +44,7 @@ void AppDelegate::takeStarted(const Result<void>& started) {
     if (Prefs::showMarquee()) startOverlay();
     applyPipState();
     poller_.start();
+    quickClick_ = desktop_.hotKeys.keepFnRightClick();
     isRecording_ = true;
     closeMenus();
     spawnStopButton();

@@ -60,6 +60,7 @@ struct FakeHotKeys : HotKeyService {
         onPress = std::move(callback);
         return std::make_unique<HotKeyRegistration>();
     }
+    std::unique_ptr<HotKeyRegistration> keepFnRightClick() override { return nullptr; }
 };
 
 // Remembers what it was asked to show.

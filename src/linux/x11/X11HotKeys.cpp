@@ -76,6 +76,37 @@ private:
     std::optional<xcb_timestamp_t> releasedAt_;
 };
 
+class X11HotKeys::ClickGrab : public HotKeyRegistration {
+public:
+    explicit ClickGrab(const X11HotKeys& service) : service_(service) {}
+    ~ClickGrab() override {
+        for (const auto modifiers : kModifiers)
+            xcb_ungrab_button(service_.connection_, kRightButton, service_.root_, modifiers);
+        xcb_flush(service_.connection_);
+    }
+
+    bool take() {
+        bool all = true;
+        for (const auto modifiers : kModifiers) {
+            const auto cookie = xcb_grab_button_checked(
+                service_.connection_, 0, service_.root_,
+                XCB_EVENT_MASK_BUTTON_PRESS | XCB_EVENT_MASK_BUTTON_RELEASE, XCB_GRAB_MODE_ASYNC,
+                XCB_GRAB_MODE_ASYNC, XCB_NONE, XCB_NONE, kRightButton, modifiers);
+            all &= !Reply<xcb_generic_error_t>(xcb_request_check(service_.connection_, cookie));
+        }
+        return all;
+    }
+
+private:
+    static constexpr std::uint8_t kRightButton = 3;
+    // Fn, with and without Caps Lock and Num Lock.
+    static constexpr std::uint16_t kModifiers[] = {XCB_MOD_MASK_5, XCB_MOD_MASK_5 | XCB_MOD_MASK_LOCK,
+                                                   XCB_MOD_MASK_5 | XCB_MOD_MASK_2,
+                                                   XCB_MOD_MASK_5 | XCB_MOD_MASK_LOCK | XCB_MOD_MASK_2};
+
+    const X11HotKeys& service_;
+};
+
 X11HotKeys::X11HotKeys(xcb_connection_t* connection)
     : connection_(connection), root_(xcb_setup_roots_iterator(xcb_get_setup(connection)).data->root) {}
 
@@ -84,6 +115,12 @@ X11HotKeys::~X11HotKeys() = default;
 std::unique_ptr<HotKeyRegistration> X11HotKeys::registerChord(const KeyChord& chord,
                                                               std::function<void()> onPress) {
     auto grab = std::make_unique<Grab>(*this, chord, std::move(onPress));
+    if (!grab->take()) return nullptr;
+    return grab;
+}
+
+std::unique_ptr<HotKeyRegistration> X11HotKeys::keepFnRightClick() {
+    auto grab = std::make_unique<ClickGrab>(*this);
     if (!grab->take()) return nullptr;
     return grab;
 }
@@ -100,6 +137,9 @@ bool X11HotKeys::handleEvent(const xcb_generic_event_t* event) {
             for (auto* grab : grabs)
                 grab->releaseKey(*reinterpret_cast<const xcb_key_release_event_t*>(event));
             return false;
+        case XCB_BUTTON_PRESS:
+        case XCB_BUTTON_RELEASE:
+            return reinterpret_cast<const xcb_button_press_event_t*>(event)->event == root_;
         case XCB_MAPPING_NOTIFY:
             // The letter may lie on another key now.
             for (auto* grab : grabs) {

@@ -23,11 +23,15 @@ public:
     std::unique_ptr<HotKeyRegistration> registerChord(const KeyChord& chord,
                                                       std::function<void()> onPress) override;
 
-    // To be called with every event of the connection. True if the event was a chord's and goes no further.
+    std::unique_ptr<HotKeyRegistration> keepFnRightClick() override;
+
+    // To be called with every event of the connection. True if the event was of
+    // what is kept here and goes no further.
     bool handleEvent(const xcb_generic_event_t* event);
 
 private:
     class Grab;
+    class ClickGrab;
     xcb_connection_t* connection_;
     xcb_window_t root_;
     std::vector<Grab*> grabs_;

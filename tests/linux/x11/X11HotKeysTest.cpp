@@ -105,5 +105,33 @@ TEST_F(X11HotKeysTest, OneOwnerAtATime) {
     EXPECT_FALSE(HotKey::make(other.hotKeys, 999, kChord)) << "there is no such key";
 }
 
+TEST_F(X11HotKeysTest, KeepsFnRightClickFromOtherProgramsForAWhile) {
+    const auto other = *x11::Connection::open(server.display());
+    auto* c = other.raw();
+    const auto window = xcb_generate_id(c);
+    const std::uint32_t values[] = {1, XCB_EVENT_MASK_BUTTON_PRESS};
+    xcb_create_window(c, 0, window, other.root(), 0, 0, 200, 200, 0, XCB_WINDOW_CLASS_INPUT_OUTPUT, 0,
+                      XCB_CW_OVERRIDE_REDIRECT | XCB_CW_EVENT_MASK, values);
+    xcb_map_window(c, window);
+    xcb_flush(c);
+    const auto clicksSeen = [&](const std::string& key) {
+        EXPECT_EQ(
+            server.run({"xdotool", "mousemove", "100", "100", "keydown", key, "click", "3", "keyup", key}),
+            0);
+        program.handleEvents();
+        int seen = 0;
+        while (const x11::Reply<xcb_generic_event_t> event{xcb_poll_for_event(c)})
+            seen += (event->response_type & 0x7f) == XCB_BUTTON_PRESS;
+        return seen;
+    };
+    EXPECT_EQ(clicksSeen("ISO_Level3_Shift"), 1);
+    auto kept = program.hotKeys.keepFnRightClick();
+    ASSERT_TRUE(kept);
+    EXPECT_EQ(clicksSeen("ISO_Level3_Shift"), 0);
+    EXPECT_EQ(clicksSeen("Control_L"), 1);
+    kept.reset();
+    EXPECT_EQ(clicksSeen("ISO_Level3_Shift"), 1);
+}
+
 }  // namespace
 }  // namespace kasto
