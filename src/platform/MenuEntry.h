@@ -12,7 +12,7 @@ namespace kasto {
 // One line of a menu, for whoever shows it: the program's own menus and hosts of status items that draw menus
 // themselves. All callbacks are called on the main thread.
 struct MenuEntry {
-    std::string title = {};
+    std::string title = {};  // none, and no check row: a separator
     bool isEnabled = true;
     std::optional<KeyChord> keyEquivalent = {};
     std::function<void()> action = {};

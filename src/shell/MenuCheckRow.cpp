@@ -29,6 +29,7 @@ MenuCheckRow::MenuCheckRow(const QString& title, bool isOn, std::optional<std::s
     // Not as the button's own text, which would make shortcuts of ampersands.
     setAccessibleName(title);
     setFont(QApplication::font("QMenu"));
+    setPalette(QApplication::palette("QMenu"));
     setChecked(isOn);
     setMouseTracking(true);  // the menu follows the pointer across its rows
     setFocusPolicy(Qt::NoFocus);

@@ -22,7 +22,6 @@ public:
     // Does not tell `onToggle`.
     void setOn(bool on) { setChecked(on); }
 
-    bool isHovered() const { return isHovered_; }
     void setHovered(bool hovered);
 
     QSize sizeHint() const override;
