@@ -24,22 +24,6 @@ bool loopUntil(Condition&& condition) {
     return condition();
 }
 
-// The application, gone before the program's statics are: simulated input leaves devices with it.
-class OffscreenApplication : public testing::Environment {
-    void SetUp() override {
-        qputenv("QT_QPA_PLATFORM", "offscreen");
-        application_ = std::make_unique<QApplication>(argc_, nullptr);
-        QApplication::setQuitOnLastWindowClosed(false);
-    }
-    void TearDown() override { application_.reset(); }
-
-    int argc_ = 0;
-    std::unique_ptr<QApplication> application_;
-};
-
-inline testing::Environment* const kOffscreenApplication =
-    testing::AddGlobalTestEnvironment(new OffscreenApplication);
-
 // A launched controller on a desktop of fakes.
 class ControllerTest : public testing::Test {
 protected:
