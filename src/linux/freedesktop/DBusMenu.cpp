@@ -7,6 +7,10 @@
 
 namespace kasto {
 
+bool MenuLayout::operator==(const MenuLayout& other) const {
+    return id == other.id && properties == other.properties && children == other.children;
+}
+
 QDBusArgument& operator<<(QDBusArgument& out, const MenuLayout& layout) {
     out.beginStructure();
     out << layout.id << layout.properties;

@@ -30,7 +30,7 @@ struct MenuLayout {
     int id = 0;
     QVariantMap properties;
     QList<MenuLayout> children;
-    bool operator==(const MenuLayout&) const = default;
+    bool operator==(const MenuLayout& other) const;
 };
 struct MenuEvent {
     int id = 0;

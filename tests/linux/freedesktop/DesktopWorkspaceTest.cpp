@@ -1,10 +1,9 @@
+#include "linux/freedesktop/BusApplication.h"
 #include "linux/freedesktop/DesktopWorkspace.h"
-#include "support/PrivateBus.h"
 #include "support/TestFolder.h"
 
 #include <gtest/gtest.h>
 
-#include <QApplication>
 #include <QDBusConnection>
 #include <QDesktopServices>
 #include <QDialogButtonBox>
@@ -33,21 +32,8 @@ public slots:
 
 namespace {
 
-// The application and its bus, once for all tests of this program.
-struct Session {
-    PrivateBus bus;
-    int argc = 0;
-    QApplication application{argc, nullptr};
-};
-
 class DesktopWorkspaceTest : public testing::Test {
 protected:
-    static void SetUpTestSuite() {
-        qputenv("QT_QPA_PLATFORM", "offscreen");
-        session = std::make_unique<Session>();
-    }
-    static void TearDownTestSuite() { session.reset(); }
-
     static QFileDialog* chooser() {
         for (auto* widget : QApplication::topLevelWidgets())
             if (auto* dialog = qobject_cast<QFileDialog*>(widget); dialog && dialog->isVisible())
@@ -55,7 +41,6 @@ protected:
         return nullptr;
     }
 
-    static inline std::unique_ptr<Session> session;
     DesktopWorkspace workspace;
     TestFolder folder;
 };
@@ -68,7 +53,7 @@ TEST_F(DesktopWorkspaceTest, RevealsInTheFileBrowserElseOpensTheFolder) {
     EXPECT_EQ(browser.opened, QStringList{url});
 
     // A browser of another connection, as a real one is.
-    auto bus = QDBusConnection::connectToBus(QString::fromStdString(session->bus.address()), "browser");
+    auto bus = QDBusConnection::connectToBus(QDBusConnection::SessionBus, "browser");
     ASSERT_TRUE(bus.registerObject("/org/freedesktop/FileManager1", &browser,
                                    QDBusConnection::ExportScriptableSlots));
     ASSERT_TRUE(bus.registerService("org.freedesktop.FileManager1"));
