@@ -2,6 +2,8 @@
 
 #include "base/Geometry.h"
 
+#include <functional>
+#include <memory>
 #include <optional>
 
 namespace kasto {
@@ -16,7 +18,28 @@ struct PointerState {
     bool fn = false;
 };
 
-// The pointer, wherever it is and whoever has the focus. Any thread.
+// One scroll of a wheel or a trackpad, with the modifiers that are held meanwhile.
+struct ScrollEvent {
+    // How far a notch of a wheel goes; smooth scrolling reports parts of it.
+    static constexpr double kPtsPerNotch = 48;
+
+    // Towards the content's beginning: positive when the wheel turns up, or left.
+    Vector deltaPts{};
+    bool command = false;
+    bool option = false;
+    bool control = false;
+    bool fn = false;
+};
+
+// Reports scrolling while it exists. Destroyed by its owner, not from its callback; the callback is not
+// running and is not called again when that returns.
+class ScrollMonitor {
+public:
+    virtual ~ScrollMonitor() = default;
+};
+
+// The pointer, wherever it is and whoever has the focus. It only watches: every program still gets what is
+// meant for it. Any thread.
 class PointerInput {
 public:
     virtual ~PointerInput() = default;
@@ -29,6 +52,11 @@ public:
         const auto now = state();
         return now ? std::optional(now->globalPts) : std::nullopt;
     }
+
+    // Calls `onScroll` for every scroll from now on, on a thread of the monitor's own. Null where scrolling
+    // cannot be watched. The monitor does not outlive this object.
+    virtual std::unique_ptr<ScrollMonitor> monitorScroll(
+        std::function<void(const ScrollEvent&)> onScroll) const = 0;
 };
 
 }  // namespace kasto

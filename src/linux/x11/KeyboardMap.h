@@ -21,4 +21,17 @@ struct ChordKeys {
 // at its place on an ANSI keyboard, so that a chord works on layouts of other scripts.
 ChordKeys chordKeys(xcb_connection_t* connection, const KeyChord& chord);
 
+// The bits of the modifiers as the server maps them now; none for a modifier that no key sets. Fn is the Fn
+// key where one is mapped, else AltGr.
+struct ModifierBits {
+    std::uint16_t command = 0;
+    std::uint16_t option = 0;
+    std::uint16_t control = 0;
+    std::uint16_t fn = 0;
+    bool operator==(const ModifierBits&) const = default;
+};
+
+// Asks the server.
+ModifierBits readModifierBits(xcb_connection_t* connection);
+
 }  // namespace kasto::x11

@@ -19,8 +19,11 @@ public:
     ~X11Pointer() override;
 
     // Blocks for one round trip. None when the server is gone or the pointer is on another of its screens.
-    // AltGr counts as fn, which no X server reports.
+    // The modifiers follow the server's modifier mapping; AltGr counts as fn where no Fn key is mapped.
     std::optional<PointerState> state() const override;
+
+    std::unique_ptr<ScrollMonitor> monitorScroll(
+        std::function<void(const ScrollEvent&)> onScroll) const override;
 
 private:
     struct Link;

@@ -1,0 +1,107 @@
+#include "XClient.h"
+#include "base/Guarded.h"
+#include "linux/x11/Connection.h"
+#include "linux/x11/X11Displays.h"
+#include "linux/x11/X11Pointer.h"
+#include "support/PrivateXServer.h"
+#include "support/WaitUntil.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+
+namespace kasto {
+namespace {
+
+using test::PrivateXServer;
+using test::waitUntil;
+using test::XClient;
+
+class X11PointerTest : public testing::Test {
+protected:
+    // Holds keys (as xdotool names them) down for as long as `f` takes.
+    template <class F>
+    void holding(const std::vector<std::string>& keys, F&& f) {
+        for (const auto& key : keys) ASSERT_EQ(server.run({"xdotool", "keydown", key}), 0);
+        f();
+        for (const auto& key : keys) ASSERT_EQ(server.run({"xdotool", "keyup", key}), 0);
+    }
+
+    PrivateXServer server;
+    std::unique_ptr<X11Displays> displays = *X11Displays::open(server.display());
+    std::unique_ptr<X11Pointer> pointer = *X11Pointer::open(server.display(), *displays);
+};
+
+TEST_F(X11PointerTest, ModifiersFollowTheServersMapping) {
+    const auto heldWith = [&](const std::string& key) {
+        std::string held;
+        holding({key}, [&] {
+            const auto now = pointer->state();
+            ASSERT_TRUE(now);
+            for (const auto& [name, down] :
+                 {std::pair{'m', now->command}, {'o', now->option}, {'c', now->control}, {'f', now->fn}})
+                if (down) held += name;
+        });
+        return held;
+    };
+    const auto expectAll = [&] {
+        EXPECT_EQ(heldWith("Super_L"), "m");
+        EXPECT_EQ(heldWith("Alt_L"), "o");
+        EXPECT_EQ(heldWith("Control_L"), "c");
+        EXPECT_EQ(heldWith("ISO_Level3_Shift"), "f");
+        EXPECT_EQ(heldWith("Shift_L"), "");
+    };
+    expectAll();
+    ASSERT_EQ(server.run({"xmodmap", "-e", "clear mod1", "-e", "clear mod4", "-e", "add mod4 = Alt_L", "-e",
+                          "add mod1 = Super_L"}),
+              0);
+    expectAll();
+    ASSERT_EQ(server.run({"setxkbmap", "us,de"}), 0);  // right Alt in one group is AltGr in the other
+    expectAll();
+}
+
+TEST_F(X11PointerTest, ScrollingIsSeenAndStillReachesTheProgramUnderThePointer) {
+    XClient program(server.display());
+    const auto window = program.makeWindow({0, 0, 400, 300}, test::WindowKind::overrideRedirect, 0x336699);
+    const std::uint32_t mask = XCB_EVENT_MASK_BUTTON_PRESS;
+    xcb_change_window_attributes(program.raw(), window, XCB_CW_EVENT_MASK, &mask);
+    program.show(window);
+    program.movePointer(200, 150);
+
+    Guarded<std::vector<ScrollEvent>> seen;
+    auto monitor = pointer->monitorScroll(
+        [&](const ScrollEvent& scroll) { seen.with([&](auto& all) { all.push_back(scroll); }); });
+    ASSERT_TRUE(monitor);
+    const auto count = [&] { return seen.with([](const auto& all) { return all.size(); }); };
+    const std::vector<std::string> buttons{"4", "5", "6", "7", "1", "3"};
+    holding({"Alt_L", "Control_L"}, [&] {
+        for (const auto& button : buttons) ASSERT_EQ(server.run({"xdotool", "click", button}), 0);
+        ASSERT_TRUE(waitUntil([&] { return count() == 4; }));
+    });
+    constexpr double kNotch = ScrollEvent::kPtsPerNotch;
+    const Vector expected[] = {{0, kNotch}, {0, -kNotch}, {kNotch, 0}, {-kNotch, 0}};
+    const auto all = seen.copy();
+    for (std::size_t i = 0; i < all.size(); ++i) {
+        EXPECT_EQ(all[i].deltaPts, expected[i]);
+        EXPECT_TRUE(all[i].option && all[i].control && !all[i].command && !all[i].fn);
+    }
+
+    monitor.reset();
+    ASSERT_EQ(server.run({"xdotool", "click", "4"}), 0);
+    // A reply comes after the events before it.
+    const x11::Reply<xcb_get_input_focus_reply_t> reply(
+        xcb_get_input_focus_reply(program.raw(), xcb_get_input_focus(program.raw()), nullptr));
+    std::vector<int> pressed;
+    while (const x11::Reply<xcb_generic_event_t> event{xcb_poll_for_event(program.raw())})
+        if ((event->response_type & 0x7f) == XCB_BUTTON_PRESS)
+            pressed.push_back(reinterpret_cast<const xcb_button_press_event_t*>(event.get())->detail);
+    EXPECT_EQ(pressed, (std::vector{4, 5, 6, 7, 1, 3, 4}));
+    EXPECT_EQ(count(), 4u) << "nothing is reported after the monitor's end";
+
+    const auto orphan = pointer->monitorScroll([](const ScrollEvent&) {});
+    server.kill();
+    EXPECT_TRUE(waitUntil([&] { return !pointer->state(); }));
+}
+
+}  // namespace
+}  // namespace kasto
