@@ -1,0 +1,88 @@
+#include "base/PreferenceStore.h"
+#include "base/Prefs.h"
+#include "input/ScrollPanMonitor.h"
+#include "support/FakePointer.h"
+#include "support/LogLines.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+
+namespace kasto::test {
+namespace {
+
+constexpr double kNotch = ScrollEvent::kPtsPerNotch;
+
+// Zoom and centre once a scroll has had its whole effect.
+struct Effect {
+    double zoom;
+    Point center;
+};
+Effect effectOf(const std::vector<ScrollEvent>& scrolls) {
+    CaptureModel model;
+    FakePointer pointer;
+    ScrollPanMonitor monitor(model, pointer);
+    model.configure({0, 0, 1000, 1000}, 1000, 1000);
+    model.setMouse({500, 500}, false);
+    model.zoom(std::log(2));
+    double t = 0;
+    for (; t < 20; t += 0.1) model.step(t);
+    monitor.start();
+    for (const auto& scroll : scrolls) EXPECT_TRUE(pointer.scroll(scroll));
+    for (; t < 23; t += 0.01) model.step(t);
+    const auto crop = model.snapshot().cropPx;
+    monitor.stop();
+    EXPECT_FALSE(pointer.scroll({}));
+    return {1000 / crop.width, {crop.midX(), crop.midY()}};
+}
+
+TEST(ScrollPanMonitorTest, OptionPansAndControlOptionZooms) {
+    struct Row {
+        const char* what;
+        ScrollEvent scroll;
+        bool inverted;
+        double notchesIn;  // of zoom
+        int right, down;   // signs of the pan
+    };
+    const Row rows[] = {
+        {"down", {.deltaPts = {0, -kNotch}, .option = true}, false, 0, 0, 1},
+        {"right, fn does not matter", {.deltaPts = {-9, 0}, .option = true, .fn = true}, false, 0, 1, 0},
+        {"inverted", {.deltaPts = {-9, -9}, .option = true}, true, 0, -1, -1},
+        {"no modifier", {.deltaPts = {9, 9}}, false, 0, 0, 0},
+        {"with command", {.deltaPts = {9, 9}, .command = true, .option = true}, false, 0, 0, 0},
+        {"zoom in", {.deltaPts = {0, kNotch}, .option = true, .control = true}, false, 1, 0, 0},
+        {"half a notch out",
+         {.deltaPts = {9, -kNotch / 2}, .option = true, .control = true},
+         true,
+         -0.5,
+         0,
+         0},
+        {"sideways", {.deltaPts = {kNotch, 0}, .option = true, .control = true}, false, 0, 0, 0},
+        {"zoom with fn", {.deltaPts = {0, 9}, .option = true, .control = true, .fn = true}, false, 0, 0, 0},
+        {"control alone", {.deltaPts = {0, 9}, .control = true}, false, 0, 0, 0},
+    };
+    const auto sign = [](double moved) { return moved > 1 ? 1 : moved < -1 ? -1 : 0; };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.what);
+        Prefs::store().set("invertPan", row.inverted);
+        const auto effect = effectOf({row.scroll});
+        EXPECT_NEAR(effect.zoom, 2 * std::pow(1.25, row.notchesIn), 0.01);
+        EXPECT_EQ(sign(effect.center.x - 500), row.right);
+        EXPECT_EQ(sign(effect.center.y - 500), row.down);
+    }
+    Prefs::store().remove("invertPan");
+}
+
+TEST(ScrollPanMonitorTest, LogsEachKindOncePerStart) {
+    LogLines log;
+    const ScrollEvent pan{.deltaPts = {1, 1}, .option = true};
+    const ScrollEvent zoom{.deltaPts = {1, 1}, .option = true, .control = true};
+    for (int start = 1; start <= 2; ++start) {
+        effectOf({pan, zoom, pan, zoom});
+        EXPECT_EQ(log.count("kasto: opt-scroll pan applied"), start);
+        EXPECT_EQ(log.count("kasto: ctrl-opt scroll zoom applied"), start);
+    }
+}
+
+}  // namespace
+}  // namespace kasto::test
