@@ -4,6 +4,7 @@
 #include "camera/CameraSource.h"
 #include "input/HotKey.h"
 #include "input/InputPoller.h"
+#include "input/ScrollPanMonitor.h"
 #include "model/CaptureModel.h"
 #include "platform/Desktop.h"
 #include "platform/StatusItem.h"
@@ -168,6 +169,7 @@ private:
     CameraSource camera_;
     Recorder recorder_{model_, camera_, desktop_};
     InputPoller poller_{model_, desktop_.pointer};
+    ScrollPanMonitor scrollPan_{model_, desktop_.pointer};
     SerialQueue worker_{"app.tolvane.kasto.take", QueuePriority::userInteractive};
 
     std::chrono::system_clock::time_point startDate_ = std::chrono::system_clock::now();

@@ -32,6 +32,7 @@ void AppDelegate::finishStop(bool reveal, std::function<void()> done) {
 // What is live only while a take runs.
 void AppDelegate::stopComponents() {
     poller_.stop();
+    scrollPan_.stop();
     stopOverlay();
 }
 

@@ -45,6 +45,7 @@ void AppDelegate::takeStarted(const Result<void>& started) {
     applyPipState();
     poller_.start();
     quickClick_ = desktop_.hotKeys.keepFnRightClick();
+    scrollPan_.start();
     isRecording_ = true;
     closeMenus();
     spawnStopButton();
