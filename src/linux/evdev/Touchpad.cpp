@@ -1,0 +1,128 @@
+#include "linux/evdev/Touchpad.h"
+
+#include "base/MediaClock.h"
+
+#include <fcntl.h>
+#include <libevdev/libevdev.h>
+#include <sys/ioctl.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <ctime>
+#include <utility>
+
+namespace kasto::evdev {
+
+namespace {
+
+constexpr std::size_t kEventsPerRead = 64;
+
+struct FreeEvdev {
+    void operator()(libevdev* device) const { libevdev_free(device); }
+};
+
+AxisRange rangeOf(const libevdev* device, unsigned axis) {
+    return {libevdev_get_abs_minimum(device, axis), libevdev_get_abs_maximum(device, axis)};
+}
+
+bool isTouchpad(const libevdev* device) {
+    return libevdev_has_event_code(device, EV_ABS, ABS_MT_POSITION_X) &&
+           libevdev_has_event_code(device, EV_ABS, ABS_MT_POSITION_Y) &&
+           libevdev_has_event_code(device, EV_KEY, BTN_TOOL_FINGER) &&
+           !libevdev_has_property(device, INPUT_PROP_DIRECT);
+}
+
+Result<TouchpadShape> shapeOf(int fd, const std::string& path) {
+    libevdev* opened = nullptr;
+    if (const int error = libevdev_new_from_fd(fd, &opened); error != 0)
+        return std::unexpected(systemError(path, -error));
+    const std::unique_ptr<libevdev, FreeEvdev> device(opened);
+    if (!isTouchpad(device.get())) return failure(path + " is no multi-touch touchpad");
+    const TouchpadShape shape{
+        .x = rangeOf(device.get(), ABS_MT_POSITION_X),
+        .y = rangeOf(device.get(), ABS_MT_POSITION_Y),
+        .slots = std::clamp(libevdev_get_num_slots(device.get()), 0, ContactDecoder::kMostContacts),
+        .hasPressure = libevdev_has_event_code(device.get(), EV_ABS, ABS_MT_PRESSURE) != 0,
+        .noPressure = libevdev_get_abs_minimum(device.get(), ABS_MT_PRESSURE)};
+    if (shape.x.minimum >= shape.x.maximum || shape.y.minimum >= shape.y.maximum)
+        return failure(path + " has no size");
+    return shape;
+}
+
+// One axis of all slots; as it is in `slots` where the pad has none such.
+void readSlots(int fd, int axis, int Slot::*field, std::vector<Slot>& slots) {
+    struct {
+        std::int32_t code;
+        std::array<std::int32_t, ContactDecoder::kMostContacts> values;
+    } request{axis, {}};
+    if (ioctl(fd, EVIOCGMTSLOTS(sizeof(request)), &request) < 0) return;
+    for (std::size_t i = 0; i < slots.size(); ++i) slots[i].*field = request.values[i];
+}
+
+int countedFingers(int fd) {
+    std::array<std::uint8_t, KEY_CNT / 8> keys{};
+    if (ioctl(fd, EVIOCGKEY(keys.size()), keys.data()) < 0) return 0;
+    const auto down = [&](std::size_t key) { return (keys[key / 8] >> (key % 8) & 1) != 0; };
+    const std::size_t tools[] = {BTN_TOOL_QUINTTAP, BTN_TOOL_QUADTAP, BTN_TOOL_TRIPLETAP, BTN_TOOL_DOUBLETAP,
+                                 BTN_TOOL_FINGER};
+    for (int i = 0; i < 5; ++i)
+        if (down(tools[i])) return 5 - i;
+    return 0;
+}
+
+double timeOf(const input_event& event) {
+    return static_cast<double>(event.input_event_sec) + static_cast<double>(event.input_event_usec) * 1e-6;
+}
+
+}  // namespace
+
+Result<std::unique_ptr<Touchpad>> Touchpad::open(const std::string& path) {
+    FileDescriptor fd(::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
+    if (!fd) return std::unexpected(systemError(path, errno));
+    const auto shape = shapeOf(fd.get(), path);
+    if (!shape) return std::unexpected(shape.error());
+    int clock = CLOCK_MONOTONIC;
+    if (ioctl(fd.get(), EVIOCSCLOCKID, &clock) < 0) return std::unexpected(systemError(path, errno));
+    std::unique_ptr<Touchpad> opened(new Touchpad(std::move(fd), *shape));
+    opened->restore();
+    return opened;
+}
+
+Touchpad::Touchpad(FileDescriptor fd, const TouchpadShape& shape)
+    : fd_(std::move(fd)), slots_(static_cast<std::size_t>(shape.slots)), decoder_(shape) {}
+
+void Touchpad::restore() {
+    std::vector<Slot> slots(slots_);
+    readSlots(fd(), ABS_MT_TRACKING_ID, &Slot::trackingId, slots);
+    readSlots(fd(), ABS_MT_POSITION_X, &Slot::x, slots);
+    readSlots(fd(), ABS_MT_POSITION_Y, &Slot::y, slots);
+    readSlots(fd(), ABS_MT_PRESSURE, &Slot::pressure, slots);
+    readSlots(fd(), ABS_MT_DISTANCE, &Slot::distance, slots);
+    readSlots(fd(), ABS_MT_TOOL_TYPE, &Slot::tool, slots);
+    input_absinfo current{};
+    if (ioctl(fd(), EVIOCGABS(ABS_MT_SLOT), &current) < 0) current.value = 0;
+    decoder_.restore(slots, current.value, countedFingers(fd()));
+}
+
+bool Touchpad::read(const Report& report) {
+    std::array<input_event, kEventsPerRead> events;
+    while (true) {
+        const auto bytes = ::read(fd(), events.data(), sizeof(events));
+        if (bytes < 0 && errno == EINTR) continue;
+        if (bytes < 0 && errno == EAGAIN) return true;
+        if (bytes <= 0) return false;
+        for (std::size_t i = 0; i < static_cast<std::size_t>(bytes) / sizeof(input_event); ++i) {
+            const auto outcome = decoder_.take(events[i]);
+            if (outcome == ContactDecoder::Outcome::stateLost) restore();
+            if (outcome != ContactDecoder::Outcome::pending) report(decoder_.contacts(), timeOf(events[i]));
+        }
+    }
+}
+
+void Touchpad::repeat(const Report& report) {
+    decoder_.repeat();
+    report(decoder_.contacts(), mediaClockNow());
+}
+
+}  // namespace kasto::evdev
