@@ -2,6 +2,7 @@
 
 #include "base/DebugLog.h"
 #include "base/HomeFolders.h"
+#include "linux/evdev/EvdevMultitouch.h"
 #include "linux/ffmpeg/FfmpegExports.h"
 #include "linux/ffmpeg/FfmpegMovieWriters.h"
 #include "linux/freedesktop/DBusAutomation.h"
@@ -149,6 +150,7 @@ int runOnX11(int& argc, char** argv, const CommandLine& line) {
     QApplication::setWindowIcon(Brand::icon());
     QApplication::setQuitOnLastWindowClosed(false);
 
+    EvdevMultitouch multitouch;
     OwnWindows ownWindows;
     X11ScreenAccess screenAccess;
     X11ScreenCapture screenCapture("", **displays, ownWindows);
@@ -161,6 +163,7 @@ int runOnX11(int& argc, char** argv, const CommandLine& line) {
     TrayStatusItems statusItems;
     return claimAndRun({.displays = **displays,
                         .pointer = **pointer,
+                        .multitouch = multitouch,
                         .screenAccess = screenAccess,
                         .screenCapture = screenCapture,
                         .movieWriters = movieWriters,

@@ -6,6 +6,7 @@ class Displays;
 class HotKeyService;
 class MovieExports;
 class MovieWriters;
+class Multitouch;
 class OwnWindows;
 class PointerInput;
 class RunningInstance;
@@ -18,6 +19,7 @@ class Workspace;
 struct Desktop {
     Displays& displays;
     PointerInput& pointer;
+    Multitouch& multitouch;
     ScreenAccess& screenAccess;
     ScreenCapture& screenCapture;
     MovieWriters& movieWriters;

@@ -9,6 +9,7 @@
 #include "platform/ScreenAccess.h"
 #include "platform/Workspace.h"
 #include "support/FakeMovieWriter.h"
+#include "support/FakeMultitouch.h"
 #include "support/FakePointer.h"
 #include "support/FakeScreenCapture.h"
 #include "support/FakeStatusItems.h"
@@ -105,6 +106,7 @@ struct FakeMovieExports : MovieExports {
 struct FakeDesktop {
     FakeDisplays displays;
     FakePointer pointer;
+    FakeMultitouch multitouch;
     FakeScreenAccess screenAccess;
     FakeScreenCapture screenCapture;
     FakeMovieWriters movieWriters;
@@ -116,8 +118,18 @@ struct FakeDesktop {
     FakeStatusItems statusItems;
 
     Desktop record() {
-        return {displays,   pointer,         screenAccess, screenCapture, movieWriters, movieExports,
-                ownWindows, runningInstance, hotKeys,      workspace,     statusItems};
+        return {.displays = displays,
+                .pointer = pointer,
+                .multitouch = multitouch,
+                .screenAccess = screenAccess,
+                .screenCapture = screenCapture,
+                .movieWriters = movieWriters,
+                .movieExports = movieExports,
+                .ownWindows = ownWindows,
+                .runningInstance = runningInstance,
+                .hotKeys = hotKeys,
+                .workspace = workspace,
+                .statusItems = statusItems};
     }
 };
 
