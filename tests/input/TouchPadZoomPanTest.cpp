@@ -1,0 +1,195 @@
+#include "base/PreferenceStore.h"
+#include "base/Prefs.h"
+#include "input/TouchPadZoomPan.h"
+#include "support/FakeDesktop.h"
+#include "support/LogLines.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <thread>
+
+namespace kasto::test {
+namespace {
+
+struct Frame {
+    int fingers;
+    double x;
+    double spread;
+    double t;
+};
+
+TEST(ThreeFingerInterpreterTest, TellsGesturesFromRest) {
+    std::vector<Frame> resting;
+    for (int i = 0; i < 600; ++i) resting.push_back({3, 0.5 + 0.0001 * i, 0.1 + 0.00002 * i, i / 100.0});
+    struct Row {
+        const char* what;
+        std::vector<Frame> frames;
+        int active;  // outputs
+        double zoom, pan;
+    };
+    // Engaged at t = 0.01, where no delta flows yet.
+    const Frame arm{3, 0.5, 0.1, 0}, engage{3, 0.52, 0.1, 0.01};
+    const Row rows[] = {
+        {"fingers that rest and creep", resting, 0, 0, 0},
+        {"the engaging frame has no deltas", {arm, engage}, 1, 0, 0},
+        {"a move", {arm, engage, {3, 0.53, 0.1, 0.02}}, 2, 0, 0.01},
+        {"a spread", {arm, {3, 0.5, 0.104, 0.01}, {3, 0.5, 0.105, 0.02}}, 2, 1.4 * std::log(105 / 104.0), 0},
+        {"a jump is cut", {arm, engage, {3, 0.52, 0.2, 0.02}, {3, 0.52, 0.01, 0.03}}, 3, 0, 0},
+        {"a flicker is survived",
+         {arm, engage, {2, 0.4, 0.1, 0.05}, {3, 0.7, 0.1, 0.11}, {3, 0.71, 0.1, 0.12}},
+         3,
+         0,
+         0.01},
+        {"a finger that is lifted ends it",
+         {arm, engage, {2, 0.4, 0.1, 0.05}, {2, 0.4, 0.1, 0.17}, {3, 0.7, 0.1, 0.2}, {3, 0.701, 0.1, 0.21}},
+         1,
+         0,
+         0},
+        {"a gap arms again", {arm, engage, {3, 0.7, 0.1, 0.22}, {3, 0.701, 0.1, 0.23}}, 1, 0, 0},
+        {"one place for all fingers", {arm, engage, {3, 0.6, 0.002, 0.02}}, 1, 0, 0},
+        {"too many fingers", {{20, 0.5, 0.1, 0}, {20, 0.6, 0.2, 0.01}}, 0, 0, 0},
+        {"time that runs back", {arm, engage, {3, 0.53, 0.1, -5}, {3, 0.54, 0.1, 0.03}}, 2, 0, 0.01},
+        {"no numbers", {arm, {3, NAN, NAN, 0.01}, {3, 0.5, INFINITY, NAN}}, 0, 0, 0},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.what);
+        ThreeFingerInterpreter interpreter(3);
+        int active = 0;
+        double zoom = 0, pan = 0;
+        for (const auto& frame : row.frames) {
+            const auto output = interpreter.ingest(frame.fingers, {frame.x, 0.5}, frame.spread, frame.t);
+            active += output.active ? 1 : 0;
+            zoom += output.zoomDelta;
+            pan += output.panDelta.dx;
+            EXPECT_TRUE(output.active || (output.zoomDelta == 0 && output.panDelta == Vector{}));
+        }
+        EXPECT_EQ(active, row.active);
+        EXPECT_NEAR(zoom, row.zoom, 1e-12);
+        EXPECT_NEAR(pan, row.pan, 1e-12);
+    }
+}
+
+class TouchPadZoomPanTest : public testing::Test {
+protected:
+    TouchPadZoomPanTest() {
+        model.configure({0, 0, 1000, 500}, 1000, 500);
+        model.setMouse({500, 250}, false);
+        desktop.multitouch.pads = {&model, nullptr, &desktop};
+        desktop.pointer.at = Point{};
+    }
+    ~TouchPadZoomPanTest() override { touchPad->stop(); }
+
+    // Fingers in a row about (x, y), each `reach` from the next one, and one that only hovers.
+    void touch(int fingers, double x, double y, double reach) {
+        std::vector<MTContact> contacts(static_cast<std::size_t>(fingers) + 1);
+        for (int i = 0; i < fingers; ++i) {
+            auto& contact = contacts[static_cast<std::size_t>(i)];
+            contact.state = i % 2 ? MTContact::kMakingTouch : MTContact::kTouching;
+            contact.x = static_cast<float>(x + reach * (i - (fingers - 1) / 2.0));
+            contact.y = static_cast<float>(y);
+        }
+        contacts.back().state = MTContact::kHovering;
+        desktop.multitouch.touch(contacts, t += 0.01);
+    }
+    // What is seen once everything has settled.
+    Rect crop() {
+        for (int i = 0; i < 200; ++i) model.step(now += 0.02);
+        return model.snapshot().cropPx;
+    }
+
+    LogLines log;
+    FakeDesktop desktop;
+    CaptureModel model;
+    std::shared_ptr<TouchPadZoomPan> touchPad =
+        std::make_shared<TouchPadZoomPan>(model, desktop.multitouch, desktop.pointer, desktop.screenAccess);
+    double t = 0, now = 0;
+};
+
+TEST_F(TouchPadZoomPanTest, FingersZoomAndPanTheModel) {
+    touchPad->start();
+    EXPECT_EQ(desktop.multitouch.calls,
+              (std::vector<std::string>{"register 0", "start 0 mode 0", "register 2", "start 2 mode 0"}));
+    touch(3, 0.5, 0.5, 0.1);
+    touch(3, 0.5, 0.5, 0.11);
+    touch(3, 0.5, 0.5, 0.125);
+    const double zoom = std::pow(0.125 / 0.11, 1.4);
+    EXPECT_NEAR(1000 / crop().width, zoom, 0.01);
+
+    for (const double reach : {0.1, 0.12, 0.14}) touch(2, 0.5, 0.5, reach);
+    EXPECT_NEAR(1000 / crop().width, zoom, 0.01) << "two fingers need option";
+    desktop.pointer.held.set({.option = true});
+    t += 1;
+    touch(2, 0.5, 0.5, 0.1);
+    touch(2, 0.5, 0.5, 0.11);
+    touch(2, 0.5, 0.5, 0.125);
+    EXPECT_NEAR(1000 / crop().width, zoom * std::pow(zoom, 1.15), 0.01);
+
+    for (const bool inverted : {false, true}) {
+        Prefs::store().set("invertPan", inverted);
+        t += 1;
+        const auto before = crop();
+        touch(3, 0.5, 0.5, 0.1);
+        touch(3, 0.52, 0.5, 0.1);
+        touch(3, 0.54, 0.51, 0.1);
+        const int sign = inverted ? 1 : -1;
+        EXPECT_GT(sign * (crop().midX() - before.midX()), 3) << "fingers to the right pull the view";
+        EXPECT_LT(sign * (crop().midY() - before.midY()), -3) << "and upwards";
+    }
+    Prefs::store().remove("invertPan");
+
+    const auto lines = log.all();
+    EXPECT_EQ(lines.at(0), "kasto: touchpad: devices=2 ax=false");
+    EXPECT_EQ(lines.at(1), "kasto: mt frame n=4 states=[4, 3, 4, 2]");
+    EXPECT_EQ(std::ranges::count_if(lines, [](auto& line) { return line.starts_with("kasto: mt frame"); }),
+              3);
+    for (const auto* line :
+         {"3-finger gesture engaged", "3f zoom flowing (d=0.179)", "3f pan flowing", "2f opt zoom flowing"})
+        EXPECT_EQ(log.count(std::string("kasto: ") + line), 1) << line;
+}
+
+TEST_F(TouchPadZoomPanTest, DoesWithoutTouchpadsAndWithoutContacts) {
+    desktop.multitouch.unavailable = true;
+    touchPad->start();
+    touchPad->start();
+    EXPECT_EQ(
+        log.all(),
+        (std::vector<std::string>{"kasto: MultitouchSupport unavailable — 3-finger zoom/pan disabled"}));
+    EXPECT_EQ(kastoMTCallback(nullptr, nullptr, 3, 0, 0), 0) << "nobody listens";
+
+    desktop.multitouch.unavailable = false;
+    touchPad->start();
+    touch(3, 0.5, 0.5, 0.1);
+    touch(3, 0.55, 0.5, 0.1);
+    const MTContact contact{};
+    for (const auto& [records, count] : {std::pair<const MTContact*, int>{nullptr, 3}, {&contact, -1}}) {
+        EXPECT_EQ(kastoMTCallback(nullptr, records, count, t += 0.2, 0), 0);
+        touch(3, 0.7, 0.5, 0.3);  // arms afresh
+    }
+    EXPECT_EQ(crop(), (Rect{0, 0, 1000, 500}));
+}
+
+TEST_F(TouchPadZoomPanTest, FramesMayArriveWhileItIsStopped) {
+    std::atomic<bool> ends = false;
+    std::thread frames([&] {
+        std::vector<MTContact> contacts(3);
+        for (int i = 0; !ends; ++i) {
+            for (auto& contact : contacts) contact = {.state = 4, .x = static_cast<float>(i % 7)};
+            contacts[0].x = 1;
+            kastoMTCallback(nullptr, contacts.data(), 3, i * 0.01, i);
+        }
+    });
+    for (int i = 0; i < 200; ++i) {
+        touchPad->start();
+        touchPad->stop();
+    }
+    touchPad.reset();
+    ends = true;
+    frames.join();
+    EXPECT_EQ(kastoMTCallback(nullptr, nullptr, 0, 0, 0), 0);
+    touchPad =
+        std::make_shared<TouchPadZoomPan>(model, desktop.multitouch, desktop.pointer, desktop.screenAccess);
+}
+
+}  // namespace
+}  // namespace kasto::test
