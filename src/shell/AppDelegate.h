@@ -5,6 +5,7 @@
 #include "input/HotKey.h"
 #include "input/InputPoller.h"
 #include "input/ScrollPanMonitor.h"
+#include "input/TouchPadZoomPan.h"
 #include "model/CaptureModel.h"
 #include "platform/Desktop.h"
 #include "platform/StatusItem.h"
@@ -170,6 +171,8 @@ private:
     Recorder recorder_{model_, camera_, desktop_};
     InputPoller poller_{model_, desktop_.pointer};
     ScrollPanMonitor scrollPan_{model_, desktop_.pointer};
+    const std::shared_ptr<TouchPadZoomPan> touchPad_ = std::make_shared<TouchPadZoomPan>(
+        model_, desktop_.multitouch, desktop_.pointer, desktop_.screenAccess);
     SerialQueue worker_{"app.tolvane.kasto.take", QueuePriority::userInteractive};
 
     std::chrono::system_clock::time_point startDate_ = std::chrono::system_clock::now();

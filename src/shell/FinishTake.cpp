@@ -33,6 +33,7 @@ void AppDelegate::finishStop(bool reveal, std::function<void()> done) {
 void AppDelegate::stopComponents() {
     poller_.stop();
     scrollPan_.stop();
+    touchPad_->stop();
     stopOverlay();
 }
 

@@ -20,6 +20,7 @@ AppDelegate::AppDelegate(const Desktop& desktop) : desktop_(desktop) {}
 
 AppDelegate::~AppDelegate() {
     mainQueue_->close();
+    touchPad_->stop();
     delete alert_;
 }
 

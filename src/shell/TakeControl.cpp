@@ -46,6 +46,7 @@ void AppDelegate::takeStarted(const Result<void>& started) {
     poller_.start();
     quickClick_ = desktop_.hotKeys.keepFnRightClick();
     scrollPan_.start();
+    touchPad_->start();
     isRecording_ = true;
     closeMenus();
     spawnStopButton();
