@@ -1,5 +1,7 @@
 #include "XClient.h"
 #include "base/Guarded.h"
+#include "base/MediaClock.h"
+#include "input/InputPoller.h"
 #include "linux/x11/Connection.h"
 #include "linux/x11/X11Displays.h"
 #include "linux/x11/X11Pointer.h"
@@ -8,7 +10,7 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
+#include <atomic>
 
 namespace kasto {
 namespace {
@@ -98,9 +100,32 @@ TEST_F(X11PointerTest, ScrollingIsSeenAndStillReachesTheProgramUnderThePointer) 
     EXPECT_EQ(pressed, (std::vector{4, 5, 6, 7, 1, 3, 4}));
     EXPECT_EQ(count(), 4u) << "nothing is reported after the monitor's end";
 
-    const auto orphan = pointer->monitorScroll([](const ScrollEvent&) {});
+    monitor = pointer->monitorScroll([](const ScrollEvent&) {});
+    server.kill();  // which the monitor survives
+}
+
+TEST_F(X11PointerTest, ThePollerSeesPressesOfTheServer) {
+    CaptureModel model;
+    model.configure({0, 0, 1280, 720}, 1280, 720);
+    InputPoller poller(model, *pointer);
+    std::atomic<int> menus = 0;
+    poller.onQuickMenu = [&] { ++menus; };
+    XClient(server.display()).movePointer(300, 200);
+    const auto shown = [&] { return model.step(mediaClockNow()); };
+    poller.start();
+    ASSERT_EQ(server.run({"xdotool", "mousedown", "1"}), 0);
+    EXPECT_TRUE(waitUntil([&] { return shown().heldDisc && shown().ripples.size() == 1; }));
+    EXPECT_EQ(shown().heldDisc->center, (Point{300, 200}));
+    ASSERT_EQ(server.run({"xdotool", "mouseup", "1"}), 0);
+    EXPECT_TRUE(waitUntil([&] { return !shown().heldDisc && shown().ripples.size() == 0; }));
+    holding({"ISO_Level3_Shift"}, [&] {
+        ASSERT_EQ(server.run({"xdotool", "mousedown", "3", "sleep", "0.1", "mouseup", "3"}), 0);
+        EXPECT_TRUE(waitUntil([&] { return menus == 1; }));
+    });
+    EXPECT_EQ(shown().ripples.size(), 0u);
     server.kill();
     EXPECT_TRUE(waitUntil([&] { return !pointer->state(); }));
+    poller.stop();
 }
 
 }  // namespace
