@@ -33,11 +33,13 @@ std::string threeDecimals(double value) {
     return {text.begin(), end};
 }
 
-std::vector<MTContact> contactsFrom(const void* records, std::int32_t count) {
-    if (!records || count <= 0) return {};
-    std::vector<MTContact> contacts(static_cast<std::size_t>(count));
-    std::memcpy(contacts.data(), records, contacts.size() * sizeof(MTContact));
-    return contacts;
+// A record may lie at any address.
+MTContact contactAt(const void* records, std::int32_t index) {
+    MTContact contact;
+    std::memcpy(&contact,
+                static_cast<const std::byte*>(records) + sizeof(contact) * static_cast<std::size_t>(index),
+                sizeof(contact));
+    return contact;
 }
 
 void logOnce(bool& logged, const char* line) {
@@ -93,26 +95,28 @@ void TouchPadZoomPan::stop() {
 }
 
 void TouchPadZoomPan::takeContacts(const void* records, std::int32_t count, double t) {
-    const auto contacts = contactsFrom(records, count);
-    if (!contacts.empty()) describe(contacts);
+    if (!records) count = 0;
+    if (count > 0) describe(records, count);
     std::vector<Point> points;
-    for (const auto& contact : contacts)
+    for (std::int32_t i = 0; i < count; ++i) {
+        const auto contact = contactAt(records, i);
         if (contact.state == MTContact::kMakingTouch || contact.state == MTContact::kTouching)
             points.push_back({contact.x, contact.y});
+    }
     ingestFrame(points, t);
 }
 
 // The first frames after a start, for finding out what a pad reports.
-void TouchPadZoomPan::describe(const std::vector<MTContact>& contacts) {
+void TouchPadZoomPan::describe(const void* records, std::int32_t count) {
     {
         const std::scoped_lock held(lock_);
         if (debugFrames_ <= 0) return;
         --debugFrames_;
     }
     std::string states;
-    for (const auto& contact : contacts)
-        states += (states.empty() ? "" : ", ") + std::to_string(contact.state);
-    DebugLog::log("mt frame n=" + std::to_string(contacts.size()) + " states=[" + states + "]");
+    for (std::int32_t i = 0; i < count; ++i)
+        states += (states.empty() ? "" : ", ") + std::to_string(contactAt(records, i).state);
+    DebugLog::log("mt frame n=" + std::to_string(count) + " states=[" + states + "]");
 }
 
 void TouchPadZoomPan::ingestFrame(const std::vector<Point>& points, double t) {

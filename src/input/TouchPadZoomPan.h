@@ -27,7 +27,7 @@ public:
     void stop();
 
     // One contact frame, as `MTContactCallback` has it. Any thread.
-    void takeContacts(const void* contacts, std::int32_t count, double t);
+    void takeContacts(const void* records, std::int32_t count, double t);
 
     // One frame's fingers, in parts of the pad with y upwards, and its time in seconds. Any thread.
     void ingestFrame(const std::vector<Point>& points, double t);
@@ -35,7 +35,7 @@ public:
 private:
     void applyThreeFingers(const ThreeFingerInterpreter::Output& output);
     void applyTwoFingers(double zoomDelta);
-    void describe(const std::vector<MTContact>& contacts);
+    void describe(const void* records, std::int32_t count);
 
     CaptureModel& model_;
     Multitouch& multitouch_;

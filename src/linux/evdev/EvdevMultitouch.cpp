@@ -34,7 +34,7 @@ struct EvdevMultitouch::Pad {
     std::unique_ptr<Touchpad> touchpad;  // none while it is lost
     MTContactCallback callback = nullptr;
     bool isStarted = false;
-    std::int32_t frames = 0;
+    std::uint32_t frames = 0;
 
     bool open(const std::string& node) {
         auto opened = Touchpad::open(node);
@@ -44,8 +44,8 @@ struct EvdevMultitouch::Pad {
         return true;
     }
     void report(const void* contacts, std::size_t count, double timeS) {
-        frames = (frames + 1) & 0x7fffffff;
-        if (callback && isStarted) callback(this, contacts, static_cast<std::int32_t>(count), timeS, frames);
+        const auto frame = static_cast<std::int32_t>(++frames & 0x7fffffffU);
+        if (callback && isStarted) callback(this, contacts, static_cast<std::int32_t>(count), timeS, frame);
     }
     Touchpad::Report reporter() {
         return

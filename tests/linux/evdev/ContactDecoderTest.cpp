@@ -1,4 +1,5 @@
 #include "linux/evdev/ContactDecoder.h"
+#include "linux/evdev/Touchpad.h"
 
 #include <gtest/gtest.h>
 
@@ -154,6 +155,14 @@ TEST(ContactDecoderTest, SurvivesAnyEvents) {
         }
     }
     EXPECT_GT(frames, 5000);
+}
+
+TEST(TouchpadTest, RefusesWhatIsNoTouchpad) {
+    for (const auto* path : {"/dev/null", "/dev", "/nothing/here", ""}) {
+        const auto opened = Touchpad::open(path);
+        ASSERT_FALSE(opened) << path;
+        EXPECT_TRUE(opened.error().description.starts_with(path)) << opened.error().description;
+    }
 }
 
 }  // namespace
