@@ -1,0 +1,84 @@
+#include "overlay/OverlayController.h"
+
+#include "base/MediaClock.h"
+#include "model/CaptureModel.h"
+#include "overlay/OverlayPanel.h"
+#include "ui/DisplayScreen.h"
+
+#include <QGuiApplication>
+#include <QScreen>
+#include <algorithm>
+
+namespace kasto {
+
+namespace {
+
+constexpr std::chrono::milliseconds kInterval(1000 / 60);
+
+// The windows are known to the screen's stream for so long before they are seen: it has by then what lies
+// beneath them.
+constexpr int kTicksUnseen = 5;
+
+std::optional<Display> displayOrMain(const Displays& displays, DisplayId id) {
+    const auto all = displays.all();
+    auto found = std::ranges::find(all, id, &Display::id);
+    if (found == all.end()) found = std::ranges::find(all, true, &Display::isMain);
+    return found == all.end() ? std::nullopt : std::optional(*found);
+}
+
+}  // namespace
+
+OverlayController::OverlayController(const CaptureModel& model, const Displays& displays,
+                                     OwnWindows& ownWindows, OverlaySupport& support)
+    : model_(model), displays_(displays), ownWindows_(ownWindows), support_(support) {
+    timer_.setTimerType(Qt::PreciseTimer);
+    timer_.setInterval(kInterval);
+    connect(&timer_, &QTimer::timeout, this, &OverlayController::tick);
+}
+
+OverlayController::~OverlayController() { stop(); }
+
+void OverlayController::start(DisplayId displayID, std::chrono::system_clock::time_point startDate) {
+    stop();
+    startDate_ = startDate;
+    const auto display = displayOrMain(displays_, displayID);
+    auto* screen = display ? screenOf(*display) : nullptr;
+    if (!screen) screen = QGuiApplication::primaryScreen();
+    if (!display || !screen) return;
+    const auto& recorded = model_.displayBoundsPts();
+    regionOffset_ = {recorded.x - display->boundsPts.x, recorded.y - display->boundsPts.y};
+    panel_ = std::make_unique<OverlayPanel>(view_, *screen, ownWindows_, support_);
+    followScreens(*screen);
+    ticks_ = 0;
+    timer_.start();
+}
+
+void OverlayController::followScreens(QScreen& screen) {
+    connect(&screen, &QScreen::geometryChanged, panel_.get(), [this] { panel_->followScreen(); });
+    connect(qGuiApp, &QGuiApplication::screenRemoved, panel_.get(), [this, ours = &screen](QScreen* removed) {
+        if (removed == ours) stop();
+    });
+}
+
+void OverlayController::stop() {
+    timer_.stop();
+    panel_.reset();
+    view_.setCanvas({});
+}
+
+void OverlayController::tick() {
+    if (!panel_) return;
+    const auto elapsed = std::chrono::system_clock::now() - startDate_;
+    const auto elapsedS = std::chrono::duration_cast<std::chrono::seconds>(elapsed).count();
+    view_.setCanvas(panel_->canvas());
+    view_.render(model_.snapshot(), model_.sx(), model_.sy(), static_cast<int>(elapsedS), audioSuffix,
+                 regionOffset_, mediaClockNow());
+    panel_->present();
+    if (ticks_++ == kTicksUnseen) panel_->appear();
+}
+
+void OverlayController::setCameraLayer(std::function<PixelBufferRef()> latestFrame) {
+    view_.setCameraPreview(std::move(latestFrame));
+}
+
+}  // namespace kasto

@@ -1,0 +1,76 @@
+#include "overlay/OverlayLayout.h"
+
+#include <algorithm>
+#include <array>
+#include <charconv>
+#include <cmath>
+#include <cstdio>
+
+namespace kasto {
+
+namespace {
+
+constexpr double kZoomShown = 1.02;
+
+// "2.3", whatever the locale writes between the digits.
+std::string withOneDecimal(double value) {
+    std::array<char, 32> digits{};
+    const auto end = std::to_chars(digits.begin(), digits.end(), value, std::chars_format::fixed, 1).ptr;
+    return {digits.begin(), end};
+}
+
+std::string hudText(const RenderSnapshot& snapshot, int elapsedS, const std::string& audioSuffix) {
+    constexpr int kMinuteS = 60;
+    std::array<char, 32> time{};
+    std::snprintf(time.data(), time.size(), "%d:%02d", elapsedS / kMinuteS, elapsedS % kMinuteS);
+    std::string text = std::string("● rec ") + time.data();
+    if (snapshot.zoom > kZoomShown) text += " · " + withOneDecimal(snapshot.zoom) + "x";
+    if (snapshot.panned) text += " · panned";
+    return text + audioSuffix;
+}
+
+}  // namespace
+
+std::optional<OverlayLayout> layOut(const RenderSnapshot& snapshot, double sx, double sy, int elapsedS,
+                                    const std::string& audioSuffix, Point offset) {
+    constexpr double kInsetZoomed = 1;
+    constexpr double kInset = 3;
+    if (!(sx > 0) || !(sy > 0)) return std::nullopt;
+    const auto toPoints = [&](const Rect& px) {
+        return Rect{px.x / sx + offset.x, px.y / sy + offset.y, px.width / sx, px.height / sy};
+    };
+    // One scale for the radius, or a circle would not be one.
+    const auto toCircle = [&](const RippleDisc& disc) {
+        return OverlayLayout::Circle{{disc.center.x / sx + offset.x, disc.center.y / sy + offset.y},
+                                     disc.radius / sx};
+    };
+
+    OverlayLayout layout;
+    layout.marquee = toPoints(snapshot.cropPx).grown(snapshot.zoom > kZoomShown ? -kInsetZoomed : -kInset);
+    for (const auto& ripple : snapshot.ripples) layout.clicks.push_back(toCircle(ripple));
+    if (snapshot.heldDisc) layout.clicks.push_back(toCircle(*snapshot.heldDisc));
+    if (snapshot.camRect) {
+        const auto frame = toPoints(*snapshot.camRect);
+        layout.camera = {frame, snapshot.camRound ? std::min(frame.width, frame.height) / 2 : 0};
+    }
+    layout.text = hudText(snapshot, elapsedS, audioSuffix);
+    return layout;
+}
+
+HudLayout layOutHud(double viewWidth, Size text) {
+    constexpr double kPaddingX = 8;
+    constexpr double kPaddingY = 4;
+    constexpr double kRight = 14;
+    constexpr double kTop = 38;
+    constexpr double kSlack = 2;
+    const double width = std::ceil(text.width);
+    const double height = std::ceil(text.height);
+    HudLayout hud;
+    hud.background = {0, kTop, width + 2 * kPaddingX, height + 2 * kPaddingY};
+    hud.background.x = viewWidth - hud.background.width - kRight;
+    hud.text = {hud.background.x + kPaddingX, (hud.background.height - text.height) / 2 + kTop,
+                width + kSlack, height};
+    return hud;
+}
+
+}  // namespace kasto

@@ -1,0 +1,168 @@
+#include "overlay/OverlayPainter.h"
+
+#include <QFont>
+#include <QFontMetricsF>
+#include <QPainterPath>
+#include <QPainterPathStroker>
+#include <algorithm>
+#include <cmath>
+#include <vector>
+
+namespace kasto {
+
+namespace {
+
+constexpr double kClickLinePts = 2;
+constexpr double kClickOpacity = 0.8;
+constexpr double kTileBorderPts = 1;
+
+QRectF toQt(const Rect& rect, double scale = 1) {
+    return {rect.x * scale, rect.y * scale, rect.width * scale, rect.height * scale};
+}
+
+const QFont& hudFont() {
+    static const QFont kFont = [] {
+        QFont font("monospace");
+        font.setStyleHint(QFont::Monospace);
+        font.setPixelSize(12);
+        font.setWeight(QFont::DemiBold);
+        return font;
+    }();
+    return kFont;
+}
+
+QPainterPath tilePath(const OverlayLayout::Tile& tile, double inset) {
+    const double radius = std::max(0.0, tile.cornerRadius - inset);
+    QPainterPath path;
+    path.addRoundedRect(toQt(tile.frame.grown(-inset)), radius, radius);
+    return path;
+}
+
+// The pixels whose middles are inside a rectangle, in points, with rounded corners.
+QRegion pixelsOf(const Rect& rect, double cornerRadius, double scale) {
+    const auto px = toQt(rect, scale);
+    const double radius = cornerRadius * scale;
+    std::vector<QRect> rows;
+    for (int y = qRound(px.top()); y < qRound(px.bottom()); ++y) {
+        const double fromEdge = std::min(y + 0.5 - px.top(), px.bottom() - y - 0.5);
+        const double above = std::max(0.0, radius - fromEdge);
+        const double cut = radius - std::sqrt(std::max(0.0, radius * radius - above * above));
+        const int left = qRound(px.left() + cut);
+        const int right = qRound(px.right() - cut);
+        if (left < right) rows.emplace_back(left, y, right - left, 1);
+    }
+    QRegion region;
+    region.setRects(rows.data(), static_cast<int>(rows.size()));
+    return region;
+}
+
+// Without copying it: the image is good while the buffer is held. Null for anything but a picture with
+// colours by pixel.
+QImage imageOf(const PixelBufferRef& picture) {
+    if (!picture || picture->format() == PixelFormat::i420) return {};
+    const auto& plane = picture->plane(0);
+    const auto format =
+        picture->format() == PixelFormat::bgrx ? QImage::Format_RGB32 : QImage::Format_ARGB32_Premultiplied;
+    return {plane.data, plane.width, plane.height, plane.strideBytes, format};
+}
+
+// The middle part of a picture that has the proportions of `frame`.
+QRectF filling(const QSize& picture, const Rect& frame) {
+    const double factor = std::max(frame.width / picture.width(), frame.height / picture.height());
+    const QSizeF part(frame.width / factor, frame.height / factor);
+    return {(picture.width() - part.width()) / 2, (picture.height() - part.height()) / 2, part.width(),
+            part.height()};
+}
+
+}  // namespace
+
+QRegion areaOf(const Rect& rect, double scale) { return toQt(rect, scale).toAlignedRect(); }
+
+QRegion areaOf(const std::vector<OverlayLayout::Circle>& clicks, double scale) {
+    QRegion area;
+    for (const auto& circle : clicks) {
+        const double reach = circle.radius + kClickLinePts / 2 + 1 / scale;
+        area += areaOf(Rect{circle.center.x, circle.center.y, 0, 0}.grown(reach), scale);
+    }
+    return area;
+}
+
+QRegion shapeOf(const std::vector<OverlayLayout::Circle>& clicks, double scale) {
+    const auto disc = [&](const OverlayLayout::Circle& circle, double radius) {
+        const auto box = Rect{circle.center.x, circle.center.y, 0, 0}.grown(std::max(0.0, radius));
+        return pixelsOf(box, radius, scale);
+    };
+    QRegion shape;
+    for (const auto& circle : clicks)
+        shape +=
+            disc(circle, circle.radius + kClickLinePts / 2) - disc(circle, circle.radius - kClickLinePts / 2);
+    return shape;
+}
+
+QRegion shapeOf(const OverlayLayout::Tile& tile, double scale) {
+    return pixelsOf(tile.frame, tile.cornerRadius, scale);
+}
+
+void paintDashes(QPainter& painter, std::span<const PixelRect> dashesPx, double scale) {
+    painter.save();
+    painter.scale(1 / scale, 1 / scale);
+    for (const auto& dash : dashesPx)
+        painter.fillRect(QRect(dash.x, dash.y, dash.width, dash.height), QColor(kOverlayAccent));
+    painter.restore();
+}
+
+void paintClicks(QPainter& painter, const std::vector<OverlayLayout::Circle>& clicks) {
+    painter.save();
+    painter.setRenderHint(QPainter::Antialiasing);
+    QPainterPathStroker stroker;
+    stroker.setWidth(kClickLinePts);
+    // One path: where circles cross, the line is no denser.
+    QPainterPath lines;
+    for (const auto& circle : clicks) {
+        QPainterPath path;
+        path.addEllipse(QPointF(circle.center.x, circle.center.y), circle.radius, circle.radius);
+        lines.addPath(stroker.createStroke(path));
+    }
+    lines.setFillRule(Qt::WindingFill);
+    painter.setOpacity(kClickOpacity);
+    painter.fillPath(lines, QColor(kOverlayAccent));
+    painter.restore();
+}
+
+void paintTile(QPainter& painter, const OverlayLayout::Tile& tile, const PixelBufferRef& picture,
+               bool softly) {
+    painter.save();
+    painter.setRenderHint(QPainter::Antialiasing, softly && tile.cornerRadius > 0);
+    painter.setRenderHint(QPainter::SmoothPixmapTransform);
+    const auto path = tilePath(tile, 0);
+    if (const auto image = imageOf(picture); !image.isNull()) {
+        QBrush brush(image);
+        const auto part = filling(image.size(), tile.frame);
+        brush.setTransform(QTransform::fromTranslate(tile.frame.x, tile.frame.y)
+                               .scale(tile.frame.width / part.width(), tile.frame.height / part.height())
+                               .translate(-part.x(), -part.y()));
+        painter.fillPath(path, brush);
+    }
+    painter.fillPath(path.subtracted(tilePath(tile, kTileBorderPts)), QColor(kOverlayAccent));
+    painter.restore();
+}
+
+Size measureHud(const QString& text) {
+    const QFontMetricsF metrics(hudFont());
+    return {metrics.horizontalAdvance(text), metrics.height()};
+}
+
+void paintHud(QPainter& painter, const HudLayout& hud, const QString& text) {
+    constexpr double kBackgroundAlpha = 0.72;
+    const auto dot = text.left(1);
+    const QFontMetricsF metrics(hudFont());
+    const QPointF baseline(hud.text.x, hud.text.y + metrics.ascent());
+    painter.fillRect(toQt(hud.background), QColor::fromRgbF(0, 0, 0, kBackgroundAlpha));
+    painter.setFont(hudFont());
+    painter.setPen(QColor(kOverlayAccent));
+    painter.drawText(baseline, dot);
+    painter.setPen(Qt::white);
+    painter.drawText(baseline + QPointF(metrics.horizontalAdvance(dot), 0), text.mid(1));
+}
+
+}  // namespace kasto
