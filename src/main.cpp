@@ -12,6 +12,7 @@
 #include "linux/freedesktop/TrayStatusItems.h"
 #include "linux/x11/X11Displays.h"
 #include "linux/x11/X11HotKeys.h"
+#include "linux/x11/X11OverlaySupport.h"
 #include "linux/x11/X11Pointer.h"
 #include "linux/x11/X11ScreenAccess.h"
 #include "linux/x11/X11ScreenCapture.h"
@@ -44,13 +45,19 @@ int complain(const Error& error, int status) {
     return status;
 }
 
+// The connection Qt has to an X server; none where it draws elsewhere.
+xcb_connection_t* uiConnection(const QGuiApplication& application) {
+    const auto* x11 = application.nativeInterface<QNativeInterface::QX11Application>();
+    return x11 ? x11->connection() : nullptr;
+}
+
 // The hot keys of an X server by the connection that Qt has to it; none where Qt draws elsewhere.
 class UiHotKeys final : public HotKeyService, private QAbstractNativeEventFilter {
 public:
     explicit UiHotKeys(QGuiApplication& application) {
-        const auto* x11 = application.nativeInterface<QNativeInterface::QX11Application>();
-        if (!x11) return;
-        keys_.emplace(x11->connection());
+        auto* connection = uiConnection(application);
+        if (!connection) return;
+        keys_.emplace(connection);
         application.installNativeEventFilter(this);
     }
 
@@ -151,6 +158,8 @@ int runOnX11(int& argc, char** argv, const CommandLine& line) {
     QApplication::setQuitOnLastWindowClosed(false);
 
     EvdevMultitouch multitouch;
+    const auto overlaySupport = X11OverlaySupport::open("", uiConnection(application));
+    if (!overlaySupport) return complain(overlaySupport.error(), kFailed);
     OwnWindows ownWindows;
     X11ScreenAccess screenAccess;
     X11ScreenCapture screenCapture("", **displays, ownWindows);
@@ -169,6 +178,7 @@ int runOnX11(int& argc, char** argv, const CommandLine& line) {
                         .movieWriters = movieWriters,
                         .movieExports = movieExports,
                         .ownWindows = ownWindows,
+                        .overlaySupport = **overlaySupport,
                         .runningInstance = runningInstance,
                         .hotKeys = hotKeys,
                         .workspace = workspace,

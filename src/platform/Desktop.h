@@ -7,6 +7,7 @@ class HotKeyService;
 class MovieExports;
 class MovieWriters;
 class Multitouch;
+class OverlaySupport;
 class OwnWindows;
 class PointerInput;
 class RunningInstance;
@@ -25,6 +26,7 @@ struct Desktop {
     MovieWriters& movieWriters;
     MovieExports& movieExports;
     OwnWindows& ownWindows;
+    OverlaySupport& overlaySupport;
     RunningInstance& runningInstance;
     HotKeyService& hotKeys;
     Workspace& workspace;

@@ -7,6 +7,7 @@
 #include "input/ScrollPanMonitor.h"
 #include "input/TouchPadZoomPan.h"
 #include "model/CaptureModel.h"
+#include "overlay/OverlayController.h"
 #include "platform/Desktop.h"
 #include "platform/StatusItem.h"
 #include "recording/Recorder.h"
@@ -157,6 +158,7 @@ private:
     void restartCamera();
 
     // LiveOverlay.cpp: while a take runs.
+    void nameAudioTracks();
     void startOverlay();
     void stopOverlay();
 
@@ -173,6 +175,7 @@ private:
     ScrollPanMonitor scrollPan_{model_, desktop_.pointer};
     const std::shared_ptr<TouchPadZoomPan> touchPad_ = std::make_shared<TouchPadZoomPan>(
         model_, desktop_.multitouch, desktop_.pointer, desktop_.screenAccess);
+    OverlayController overlay_{model_, desktop_.displays, desktop_.ownWindows, desktop_.overlaySupport};
     SerialQueue worker_{"app.tolvane.kasto.take", QueuePriority::userInteractive};
 
     std::chrono::system_clock::time_point startDate_ = std::chrono::system_clock::now();

@@ -4,10 +4,6 @@
 
 namespace kasto {
 
-void AppDelegate::startOverlay() {}
-
-void AppDelegate::stopOverlay() {}
-
 void AppDelegate::applyPipState() {}
 
 void AppDelegate::restartCamera() {}

@@ -41,7 +41,10 @@ void AppDelegate::takeStarted(const Result<void>& started) {
         return;
     }
     startDate_ = std::chrono::system_clock::now();
-    if (Prefs::showMarquee()) startOverlay();
+    if (Prefs::showMarquee()) {
+        nameAudioTracks();
+        startOverlay();
+    }
     applyPipState();
     poller_.start();
     quickClick_ = desktop_.hotKeys.keepFnRightClick();

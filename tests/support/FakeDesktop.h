@@ -4,6 +4,7 @@
 #include "platform/Displays.h"
 #include "platform/ExportSession.h"
 #include "platform/HotKeyService.h"
+#include "platform/OverlaySupport.h"
 #include "platform/OwnWindows.h"
 #include "platform/RunningInstance.h"
 #include "platform/ScreenAccess.h"
@@ -46,6 +47,14 @@ struct FakeRunningInstance : RunningInstance {
     Result<void> forward(const std::vector<std::string>&) override { return {}; }
     Result<void> forwardAction(const std::string&) override { return {}; }
     void setOnOpenUrls(std::function<void(const std::vector<std::string>&)>) override {}
+};
+
+// A desktop where translucent windows are blended.
+struct FakeOverlaySupport : OverlaySupport {
+    bool blendsWindows() const override { return true; }
+    void prepare(std::uint64_t, std::uint32_t, Painting) override {}
+    void setShape(std::uint64_t, std::optional<std::span<const PixelRect>>) override {}
+    void keepAbove(std::vector<std::uint64_t>) override {}
 };
 
 // Takes every chord unless they are taken; a test presses it.
@@ -112,6 +121,7 @@ struct FakeDesktop {
     FakeMovieWriters movieWriters;
     FakeMovieExports movieExports;
     OwnWindows ownWindows;
+    FakeOverlaySupport overlaySupport;
     FakeRunningInstance runningInstance;
     FakeHotKeys hotKeys;
     FakeWorkspace workspace;
@@ -126,6 +136,7 @@ struct FakeDesktop {
                 .movieWriters = movieWriters,
                 .movieExports = movieExports,
                 .ownWindows = ownWindows,
+                .overlaySupport = overlaySupport,
                 .runningInstance = runningInstance,
                 .hotKeys = hotKeys,
                 .workspace = workspace,
