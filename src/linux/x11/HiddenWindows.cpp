@@ -15,6 +15,11 @@ namespace {
 constexpr double kGhostWithManagerS = 1;
 constexpr double kGhostS = 0.3;
 
+// How long after a window has drawn it may show: with a manager, and without one as soon as the server gets
+// round to it.
+constexpr double kShownWithManagerS = 0.5;
+constexpr double kShownS = 0.05;
+
 // What clients take to draw what was covered.
 constexpr double kSettlingS = 0.15;
 
@@ -87,7 +92,10 @@ void HiddenWindows::noteEvent(const xcb_generic_event_t& event) {
     if (type == damageEvent_ + XCB_DAMAGE_NOTIFY) {
         contents_.noteEvent(reinterpret_cast<const xcb_damage_notify_event_t&>(event));
     } else if (type == shapeEvent_ + XCB_SHAPE_NOTIFY) {
-        treeChanged_ = true;
+        // What it paints says more than the shape, which may change with every step of a moving line.
+        const auto& shape = reinterpret_cast<const xcb_shape_notify_event_t&>(event);
+        const auto own = registered_.find(shape.affected_window);
+        treeChanged_ |= own == registered_.end() || !own->second;
     } else if (type == xfixesEvent_ + XCB_XFIXES_SELECTION_NOTIFY) {
         treeChanged_ = true;
     } else if (type == XCB_PROPERTY_NOTIFY) {
@@ -119,7 +127,10 @@ bool HiddenWindows::refresh(double nowS) {
         return false;
     }
     const bool moved = treeChanged_ || placesChanged_;
-    if (std::exchange(treeChanged_, false)) readTree(nowS);
+    if (std::exchange(treeChanged_, false)) {
+        readTree(nowS);
+        recent_.noteEverywhere(nowS, tree_.hasCompositingManager ? kGhostWithManagerS : kGhostS);
+    }
     if (dropOldGhosts(nowS) || moved) placeHidden(nowS);
     return moved;
 }
@@ -232,11 +243,12 @@ void HiddenWindows::watchContents() {
     for (auto& top : shown_)
         for (const auto& place : tree_.own)
             if (place.isViewable && place.topLevel == top.id) top.area.subtract(place.shape);
-    std::vector<const TopLevel*> beneath;
-    for (const auto& top : shown_)
-        if (!intersected(hidden_, top.area).isEmpty()) beneath.push_back(&top);
-    contents_.watch(beneath);
-    for (const auto* top : beneath) xcb_shape_select_input(connection_.raw(), top->id, 1);
+    std::vector<const TopLevel*> others;
+    for (const auto& top : shown_) {
+        if (!hidden_.isEmpty()) others.push_back(&top);
+        if (!intersected(hidden_, top.area).isEmpty()) xcb_shape_select_input(connection_.raw(), top.id, 1);
+    }
+    contents_.watch(others);
 }
 
 bool HiddenWindows::hasWork() const {
@@ -248,8 +260,30 @@ Region HiddenWindows::takeExposed() {
     return std::move(std::exchange(exposed_, {}).unite(std::exchange(touched_, {})));
 }
 
-Region HiddenWindows::takeBeneath() {
-    return std::move(std::exchange(beneath_, {}).unite(contents_.take(tree_.topLevels)).intersect(hidden_));
+void HiddenWindows::takeDrawn(double nowS) {
+    auto drawn = contents_.take(tree_.topLevels);
+    recent_.note(drawn, nowS, tree_.hasCompositingManager ? kShownWithManagerS : kShownS);
+    beneath_.unite(drawn.intersect(hidden_));
+}
+
+Region HiddenWindows::takeBeneath(double nowS) {
+    takeDrawn(nowS);
+    return std::move(std::exchange(beneath_, {}).intersect(hidden_));
+}
+
+Region HiddenWindows::causedByOthers(const Region& damaged, double nowS) {
+    if (hidden_.isEmpty()) return damaged;
+    takeDrawn(nowS);
+    return recent_.explains(damaged, nowS);
+}
+
+bool HiddenWindows::mayOthersShow(double nowS) const {
+    return hidden_.isEmpty() || contents_.isAny() || recent_.isAny(nowS);
+}
+
+void HiddenWindows::noteUnexplained(const Region& changed, double nowS) {
+    recent_.noteEverywhere(nowS, kGhostWithManagerS);
+    noteScreenDamage(changed);
 }
 
 void HiddenWindows::noteScreenDamage(const Region& damaged) {

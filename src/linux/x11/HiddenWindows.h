@@ -1,6 +1,7 @@
 #pragma once
 
 #include "linux/x11/Connection.h"
+#include "linux/x11/RecentDrawing.h"
 #include "linux/x11/Region.h"
 #include "linux/x11/Underlay.h"
 #include "linux/x11/WindowDamage.h"
@@ -50,13 +51,24 @@ public:
     Region takeExposed();
 
     // The part of `hidden` that has to be composed anew; empty after that.
-    Region takeBeneath();
+    Region takeBeneath(double nowS);
 
     // A part that was taken and did not get into a picture.
     void giveBackBeneath(const Region& part) { beneath_.unite(part); }
 
     // What of the screen was damaged, while it is read.
     void noteScreenDamage(const Region& damaged);
+
+    // Where a hidden window draws, servers and compositing managers report far more of the screen as damaged
+    // than it touches. Of such a report, the part that something else may have changed: by what other windows
+    // have drawn, and by windows that came, went or moved. To be asked after the report was fetched.
+    Region causedByOthers(const Region& damaged, double nowS);
+
+    // False if no part can be.
+    bool mayOthersShow(double nowS) const;
+
+    // Something changed that no window can have drawn.
+    void noteUnexplained(const Region& changed, double nowS);
 
     // Starts composing a part of `hidden`; what is asked of the returned pixmap after this shows it.
     std::uint32_t compose(const Region& part);
@@ -74,6 +86,7 @@ private:
     void readTree(double nowS);
     void placeHidden(double nowS);
     void watchContents();
+    void takeDrawn(double nowS);
     void touch(const PixelRect& rootRect);
     void noteConfigure(const xcb_configure_notify_event_t& event);
     Region paintedAt(const OwnPlace& place) const;
@@ -87,7 +100,8 @@ private:
     std::uint8_t xfixesEvent_;
     std::uint8_t damageEvent_;
     WindowTreeReader reader_;
-    WindowDamage contents_;
+    WindowDamage contents_;  // of the other windows, while something is hidden
+    RecentDrawing recent_;
     std::optional<Underlay> underlay_;
 
     std::optional<std::uint64_t> generation_;

@@ -34,22 +34,41 @@ Result<Picture*> PictureSet::takeFree() {
     return pictures_.back().get();
 }
 
-void PictureSet::copyNewest(const Region& part, const Patch& patch, Picture& target) const {
+std::size_t PictureSet::offsetOf(const PixelRect& rect) const {
+    return static_cast<std::size_t>(rect.y) * strideBytes() + static_cast<std::size_t>(rect.x) * 4;
+}
+
+// Calls with each rectangle and where its clean pixels are.
+template <class Visit>
+void PictureSet::visitNewest(const Region& part, const Patch& patch, Visit&& visit) const {
     if (!newest_) return;
-    const auto offset = [&](const PixelRect& rect) {
-        return static_cast<std::size_t>(rect.y) * strideBytes() + static_cast<std::size_t>(rect.x) * 4;
-    };
     const Region patched(patch.box);
     for (const auto& rect : subtracted(part, patched).rects())
-        copyRows(newest_->memory.data() + offset(rect), strideBytes(), target.memory.data() + offset(rect),
-                 strideBytes(), rect);
+        visit(rect, newest_->memory.data() + offsetOf(rect), strideBytes());
     const auto patchStride = static_cast<std::size_t>(patch.box.width) * 4;
     for (const auto& rect : intersected(part, patched).rects()) {
         const auto* from = reinterpret_cast<const std::uint8_t*>(patch.pixels.data()) +
                            static_cast<std::size_t>(rect.y - patch.box.y) * patchStride +
                            static_cast<std::size_t>(rect.x - patch.box.x) * 4;
-        copyRows(from, patchStride, target.memory.data() + offset(rect), strideBytes(), rect);
+        visit(rect, from, patchStride);
     }
+}
+
+void PictureSet::copyNewest(const Region& part, const Patch& patch, Picture& target) const {
+    visitNewest(part, patch, [&](const PixelRect& rect, const std::uint8_t* from, std::size_t stride) {
+        copyRows(from, stride, target.memory.data() + offsetOf(rect), strideBytes(), rect);
+    });
+}
+
+bool PictureSet::showsNewest(const Region& part, const Patch& patch, const Picture& target) const {
+    bool isSame = newest_ != nullptr;
+    visitNewest(part, patch, [&](const PixelRect& rect, const std::uint8_t* from, std::size_t stride) {
+        const auto* row = target.memory.data() + offsetOf(rect);
+        const auto rowBytes = static_cast<std::size_t>(rect.width) * 4;
+        for (int y = 0; isSame && y < rect.height; ++y, from += stride, row += strideBytes())
+            isSame = std::memcmp(from, row, rowBytes) == 0;
+    });
+    return isSame;
 }
 
 PixelBufferRef PictureSet::publish(Picture& target, const Region& changed) {

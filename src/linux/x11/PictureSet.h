@@ -43,12 +43,19 @@ public:
     // Copies a part of the newest picture into `target`, the patch instead of what is painted over it.
     void copyNewest(const Region& part, const Patch& patch, Picture& target) const;
 
+    // True if a part of `target` shows the same as the newest picture without what is painted over that.
+    bool showsNewest(const Region& part, const Patch& patch, const Picture& target) const;
+
     // Makes `target` the newest picture, which differs from the former one in `changed`.
     PixelBufferRef publish(Picture& target, const Region& changed);
 
     bool hasNewest() const { return newest_ != nullptr; }
 
 private:
+    template <class Visit>
+    void visitNewest(const Region& part, const Patch& patch, Visit&& visit) const;
+    std::size_t offsetOf(const PixelRect& rect) const;
+
     const Connection& connection_;
     int width_;
     int height_;

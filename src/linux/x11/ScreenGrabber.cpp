@@ -91,14 +91,18 @@ Result<void> ScreenGrabber::checkDisplay() const {
 
 Result<std::optional<GrabbedPicture>> ScreenGrabber::grab() {
     if (auto taken = takeEvents(); !taken) return std::unexpected(taken.error());
+    const double nowS = mediaClockNow();
     if (hidden_) {
-        const double nowS = mediaClockNow();
         hidden_->refresh(nowS);
         if (!hidden_->isSettled(nowS)) return std::nullopt;
     }
     const bool cursorMoves = cursor_ && cursor_->update();
     const bool hiddenChanged = hidden_ && hidden_->hasWork();
-    if (!rootDamaged_ && dirty_.isEmpty() && !cursorMoves && !hiddenChanged) return std::nullopt;
+    // Damage of hidden windows alone waits in the server.
+    const bool isDamaged =
+        rootDamaged_ && (!hidden_ || hidden_->mayOthersShow(nowS) || nowS >= checksDoubtedS_);
+    const bool hasDoubts = !doubted_.isEmpty() && nowS >= checksDoubtedS_;
+    if (!isDamaged && !hasDoubts && dirty_.isEmpty() && !cursorMoves && !hiddenChanged) return std::nullopt;
     const auto target = pictures_.takeFree();
     if (!target) return std::unexpected(target.error());
     if (!*target) return std::nullopt;
@@ -106,34 +110,51 @@ Result<std::optional<GrabbedPicture>> ScreenGrabber::grab() {
 }
 
 Region ScreenGrabber::takeDamage() {
-    Region damaged = std::exchange(dirty_, {});
-    if (!std::exchange(rootDamaged_, false)) return damaged;
+    if (!std::exchange(rootDamaged_, false)) return {};
     auto* c = connection_.raw();
     xcb_damage_subtract(c, rootDamage_.id(), XCB_NONE, damagedRegion_.id());
     const Reply<xcb_xfixes_fetch_region_reply_t> reply(
         xcb_xfixes_fetch_region_reply(c, xcb_xfixes_fetch_region(c, damagedRegion_.id()), nullptr));
     Region reported(rectsOf(reply.get()));
-    reported.translate(-settings_.capturePx.x, -settings_.capturePx.y).intersect(pictures_.area());
-    return std::move(damaged.unite(reported));
+    return std::move(
+        reported.translate(-settings_.capturePx.x, -settings_.capturePx.y).intersect(pictures_.area()));
+}
+
+// What is to be read from the screen because it changed; what else was reported stays in doubt.
+Region ScreenGrabber::takeChanged(double nowS) {
+    auto changed = std::exchange(dirty_, {});
+    auto damaged = united(takeDamage(), doubted_);
+    if (!hidden_) return std::move(changed.unite(damaged));
+    const auto caused = hidden_->causedByOthers(damaged, nowS);
+    doubted_ = subtracted(damaged.subtract(hidden_->hidden()), caused);
+    hidden_->noteScreenDamage(changed.unite(caused));
+    return std::move(
+        changed.unite(hidden_->takeExposed()).intersect(pictures_.area()).subtract(hidden_->hidden()));
 }
 
 Result<std::optional<GrabbedPicture>> ScreenGrabber::take(Picture& target) {
+    constexpr double kDoubtS = 0.5;
     const double timeS = mediaClockNow();
-    auto wanted = takeDamage();
-    Region beneath;
-    if (hidden_) {
-        hidden_->noteScreenDamage(wanted);
-        wanted.unite(hidden_->takeExposed()).intersect(pictures_.area()).subtract(hidden_->hidden());
-        beneath = hidden_->takeBeneath();
-    }
+    auto wanted = takeChanged(timeS);
+    Region beneath = hidden_ ? hidden_->takeBeneath(timeS) : Region();
     const Region cursorArea = cursor_ ? cursor_->changedArea() : Region();
-    if (wanted.isEmpty() && beneath.isEmpty() && cursorArea.isEmpty()) return std::nullopt;
+    const bool isDoubtful = wanted.isEmpty() && cursorArea.isEmpty();
+    if (timeS >= checksDoubtedS_) {
+        wanted.unite(std::exchange(doubted_, {}));
+        checksDoubtedS_ = timeS + kDoubtS;
+    }
+    if (isDoubtful && wanted.isEmpty() && beneath.isEmpty()) return std::nullopt;
 
     const auto whole = read(wanted, beneath, target);
     if (!whole) return std::unexpected(whole.error());
     const auto settled = settle(beneath, target);
     if (!settled) return std::unexpected(settled.error());
     if (!*settled || !refused_.isEmpty()) return giveUp(*whole, beneath, target);
+    if (isDoubtful && pictures_.showsNewest(united(*whole, beneath), patch(), target)) {
+        target.stale = Region(patch().box);
+        return std::nullopt;
+    }
+    if (isDoubtful && hidden_ && !whole->isEmpty()) hidden_->noteUnexplained(*whole, timeS);
 
     // Also what was read beyond the damage may have changed meanwhile.
     const Region changed = united(united(*whole, beneath), cursorArea);
@@ -168,7 +189,7 @@ Result<bool> ScreenGrabber::settle(Region& beneath, Picture& target) {
     for (int look = 0; look < kMostLooks; ++look) {
         if (auto taken = takeEvents(); !taken) return std::unexpected(taken.error());
         if (!hidden_->refresh(mediaClockNow())) return true;
-        const auto again = hidden_->takeBeneath();
+        const auto again = hidden_->takeBeneath(mediaClockNow());
         if (again.isEmpty()) continue;
         const auto pixmap = hidden_->compose(again);
         if (auto asked = reader_.requestExactly(pixmap, again, pictures_, target); !asked)

@@ -50,6 +50,7 @@ private:
     Result<void> takeEvents();
     Result<void> checkDisplay() const;
     Region takeDamage();
+    Region takeChanged(double nowS);
     Result<std::optional<GrabbedPicture>> take(Picture& target);
     Result<Region> read(const Region& wanted, const Region& beneath, Picture& target);
     Result<bool> settle(Region& beneath, Picture& target);
@@ -71,6 +72,8 @@ private:
     bool displayChanged_ = false;
     Region refused_;  // by the server, of the last read
     Region dirty_;    // to be read whatever the server reports, in pixels of the picture
+    Region doubted_;  // reported by the server, but nobody else than hidden windows seems to have drawn there
+    double checksDoubtedS_ = 0;
 };
 
 }  // namespace kasto::x11

@@ -210,6 +210,45 @@ TEST_P(HiddenWindowsTest, ASharedWindowIsRecordedLikeAnyOther) {
     EXPECT_TRUE(receiver.waitFor([](const ScreenFrame& frame) { return showsOwn(frame); }));
 }
 
+// However large the part of the screen that is reported as damaged for it.
+TEST_P(HiddenWindowsTest, AHiddenWindowThatDrawsMakesNoPictures) {
+    const bool isBare = GetParam() == Desktop::bare;
+    const std::vector<PixelRect> sides{{10, 10, 600, 4}, {10, 380, 600, 4}};
+    const auto overlay = own.makeWindow(kScreen, isBare ? WindowKind::overrideRedirect : WindowKind::argb,
+                                        isBare ? kOwnColor : 0);
+    const auto step = [&](int i) {
+        const std::vector<PixelRect> dashes{{10 + i, 10, 8, 4}, {600 - i, 380, 8, 4}};
+        if (isBare) {
+            own.shape(overlay, dashes);
+        } else {
+            for (const auto& side : sides) own.fill(overlay, side, 0);
+            for (const auto& dash : dashes) own.fill(overlay, dash, kOwnColor);
+        }
+        std::this_thread::sleep_for(std::chrono::milliseconds(5));
+    };
+    step(0);
+    ownWindows.set({.nativeId = overlay, .sharing = SharingType::none, .paintedPx = sides});
+    ASSERT_NO_FATAL_FAILURE(start());
+    own.show(overlay);
+    // What the overlay's appearance sets off comes to rest.
+    for (int i = 0; i < 300; ++i) step(i);
+    const auto before = receiver.count();
+    for (int i = 0; i < 300; ++i) step(i);
+    EXPECT_EQ(receiver.count(), before);
+
+    // What others draw is seen, also where the overlay is.
+    std::mt19937 random(7);
+    for (int i = 0; i < 30; ++i) {
+        disturb(random);
+        step(i);
+        if (i % 10 == 9) {
+            ASSERT_TRUE(receiver.waitForPicture(expected())) << i;
+        }
+    }
+    EXPECT_EQ(leaks, 0);
+    EXPECT_EQ(receiver.falseReports(), 0u);
+}
+
 // Of a window inside a window manager's frame the frame is seen, and in its place what lies beneath.
 TEST_P(HiddenWindowsTest, AManagedWindowLeavesItsFrameBehind) {
     server.startWindowManager();
