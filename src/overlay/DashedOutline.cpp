@@ -11,6 +11,7 @@ constexpr double kLinePts = 2;
 constexpr double kOnPts = 8;
 constexpr double kOffPts = 6;
 constexpr double kPatternS = 0.45;  // in which the dashes move on by one pattern
+constexpr double kStepPts = 2;      // finer steps cost more than they show
 
 int toPixel(double value) {
     constexpr double kFar = 1e6;  // no screen is so large, and sums stay within an int
@@ -50,7 +51,7 @@ DashedOutline dashedOutline(const Rect& path, double scale, double timeS) {
     outline.onPx = kOnPts * scale;
     outline.offPx = kOffPts * scale;
     const double phase = std::fmod(timeS, kPatternS) / kPatternS * (kOnPts + kOffPts);
-    outline.phasePx = static_cast<int>(std::floor(phase * scale));
+    outline.phasePx = toPixel(std::floor(phase / kStepPts) * kStepPts * scale);
     const auto outer = path.grown(kLinePts / 2);
     const int left = toPixel(outer.minX() * scale);
     const int top = toPixel(outer.minY() * scale);
