@@ -56,22 +56,20 @@ QRegion pixelsOf(const Rect& rect, double cornerRadius, double scale) {
     return region;
 }
 
-// Without copying it: the image is good while the buffer is held. Null for anything but a picture with
-// colours by pixel.
-QImage imageOf(const PixelBufferRef& picture) {
-    if (!picture || picture->format() == PixelFormat::i420) return {};
+// The middle part of a picture that has the proportions of `sizePx`, in that size. Null for anything but a
+// picture with colours by pixel.
+QImage filling(const PixelBufferRef& picture, const QSize& sizePx) {
+    if (!picture || picture->format() == PixelFormat::i420 || sizePx.isEmpty()) return {};
     const auto& plane = picture->plane(0);
-    const auto format =
-        picture->format() == PixelFormat::bgrx ? QImage::Format_RGB32 : QImage::Format_ARGB32_Premultiplied;
-    return {plane.data, plane.width, plane.height, plane.strideBytes, format};
-}
-
-// The middle part of a picture that has the proportions of `frame`.
-QRectF filling(const QSize& picture, const Rect& frame) {
-    const double factor = std::max(frame.width / picture.width(), frame.height / picture.height());
-    const QSizeF part(frame.width / factor, frame.height / factor);
-    return {(picture.width() - part.width()) / 2, (picture.height() - part.height()) / 2, part.width(),
-            part.height()};
+    const auto part = sizePx.scaled(plane.width, plane.height, Qt::KeepAspectRatio).expandedTo({1, 1});
+    const auto* corner = plane.data + (plane.height - part.height()) / 2 * plane.strideBytes +
+                         (plane.width - part.width()) / 2 * 4;
+    const bool isOpaque = picture->format() == PixelFormat::bgrx;
+    const QImage image(corner, part.width(), part.height(), plane.strideBytes,
+                       isOpaque ? QImage::Format_RGB32 : QImage::Format_ARGB32_Premultiplied);
+    // The conversion sets the byte that is undefined in opaque pictures.
+    return image.scaled(sizePx, Qt::IgnoreAspectRatio, Qt::SmoothTransformation)
+        .convertToFormat(QImage::Format_ARGB32_Premultiplied);
 }
 
 }  // namespace
@@ -130,17 +128,14 @@ void paintClicks(QPainter& painter, const std::vector<OverlayLayout::Circle>& cl
 }
 
 void paintTile(QPainter& painter, const OverlayLayout::Tile& tile, const PixelBufferRef& picture,
-               bool softly) {
+               double scale, bool softly) {
     painter.save();
     painter.setRenderHint(QPainter::Antialiasing, softly && tile.cornerRadius > 0);
-    painter.setRenderHint(QPainter::SmoothPixmapTransform);
     const auto path = tilePath(tile, 0);
-    if (const auto image = imageOf(picture); !image.isNull()) {
+    const auto framePx = toQt(tile.frame, scale).toAlignedRect();
+    if (const auto image = filling(picture, framePx.size()); !image.isNull()) {
         QBrush brush(image);
-        const auto part = filling(image.size(), tile.frame);
-        brush.setTransform(QTransform::fromTranslate(tile.frame.x, tile.frame.y)
-                               .scale(tile.frame.width / part.width(), tile.frame.height / part.height())
-                               .translate(-part.x(), -part.y()));
+        brush.setTransform(QTransform::fromScale(1 / scale, 1 / scale).translate(framePx.x(), framePx.y()));
         painter.fillPath(path, brush);
     }
     painter.fillPath(path.subtracted(tilePath(tile, kTileBorderPts)), QColor(kOverlayAccent));

@@ -32,7 +32,7 @@ void paintClicks(QPainter& painter, const std::vector<OverlayLayout::Circle>& cl
 // The picture fills the tile and is cut where it is larger; without one the tile is just its border. Edges
 // are smooth if they may be `softly` translucent.
 void paintTile(QPainter& painter, const OverlayLayout::Tile& tile, const PixelBufferRef& picture,
-               bool softly);
+               double scale, bool softly);
 
 // The size of the heads-up display's text, in points.
 Size measureHud(const QString& text);

@@ -74,7 +74,7 @@ OverlayPanel::~OverlayPanel() {
 OverlayView::Canvas OverlayPanel::canvas() const {
     return {.sizePts = {double(width()), double(height())},
             .scale = devicePixelRatio(),
-            .blends = support_.blendsWindows() && format().hasAlpha()};
+            .blends = support_.blendsWindows()};
 }
 
 void OverlayPanel::appear() {

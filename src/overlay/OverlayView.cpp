@@ -92,7 +92,8 @@ void OverlayView::paint(QPainter& painter, const QRegion& partPx) const {
         paintDashes(painter, outline_.dashes(viewPx()), canvas_.scale);
     if (canvas_.blends && partPx.intersects(clicksArea_)) paintClicks(painter, clicks_);
     if (partPx.intersects(hudArea_)) paintHud(painter, hud_, hudText_);
-    if (tile_ && partPx.intersects(tileArea_)) paintTile(painter, *tile_, picture_, canvas_.blends);
+    if (tile_ && partPx.intersects(tileArea_))
+        paintTile(painter, *tile_, picture_, canvas_.scale, canvas_.blends);
 }
 
 PixelRect OverlayView::viewPx() const {

@@ -15,6 +15,8 @@
 #include "support/FakeScreenCapture.h"
 #include "support/FakeStatusItems.h"
 
+#include <map>
+
 namespace kasto::test {
 
 // Displays as a test lists them; the first one is the main one. Set up before use from other threads.
@@ -49,12 +51,19 @@ struct FakeRunningInstance : RunningInstance {
     void setOnOpenUrls(std::function<void(const std::vector<std::string>&)>) override {}
 };
 
-// A desktop where translucent windows are blended.
+// Keeps what it is told.
 struct FakeOverlaySupport : OverlaySupport {
-    bool blendsWindows() const override { return true; }
+    bool blends = true;
+    std::map<std::uint64_t, std::vector<PixelRect>> shapes;
+    std::vector<std::uint64_t> above;
+
+    bool blendsWindows() const override { return blends; }
     void prepare(std::uint64_t, std::uint32_t, Painting) override {}
-    void setShape(std::uint64_t, std::optional<std::span<const PixelRect>>) override {}
-    void keepAbove(std::vector<std::uint64_t>) override {}
+    void setShape(std::uint64_t window, std::optional<std::span<const PixelRect>> shape) override {
+        shapes.erase(window);
+        if (shape) shapes[window] = {shape->begin(), shape->end()};
+    }
+    void keepAbove(std::vector<std::uint64_t> windows) override { above = std::move(windows); }
 };
 
 // Takes every chord unless they are taken; a test presses it.

@@ -1,0 +1,111 @@
+// The overlay's life on a desktop of fakes.
+
+#include "model/CaptureModel.h"
+#include "overlay/OverlayController.h"
+#include "overlay/OverlayPanel.h"
+#include "support/FakeDesktop.h"
+#include "support/WaitUntil.h"
+
+#include <gtest/gtest.h>
+
+#include <QGuiApplication>
+#include <QScreen>
+#include <algorithm>
+
+namespace kasto::test {
+namespace {
+
+class OverlayControllerTest : public testing::Test {
+protected:
+    OverlayControllerTest() {
+        static int argc = 0;
+        qputenv("QT_QPA_PLATFORM", "offscreen");
+        static QGuiApplication application(argc, nullptr);
+        const auto size = QGuiApplication::primaryScreen()->size();
+        desktop.displays.displays = {
+            {7, "any", {0, 0, double(size.width()), double(size.height())}, 1, true}};
+        model.configure({100, 50, 320, 200}, 640, 400);
+    }
+
+    static OverlayPanel* panel() {
+        for (auto* window : QGuiApplication::topLevelWindows())
+            if (auto* found = dynamic_cast<OverlayPanel*>(window)) return found;
+        return nullptr;
+    }
+
+    static bool loopUntil(const std::function<bool()>& condition) {
+        return waitUntil([&] {
+            QCoreApplication::processEvents();
+            return condition();
+        });
+    }
+
+    // True if some window of the program says that it paints there.
+    bool isSaid(int x, int y) const {
+        return std::ranges::any_of(desktop.ownWindows.windows(), [&](const auto& window) {
+            return std::ranges::any_of(*window.paintedPx, [&](const auto& rect) {
+                return !rect.intersection({x, y, 1, 1}).isEmpty();
+            });
+        });
+    }
+
+    FakeDesktop desktop;
+    CaptureModel model;
+    OverlayController overlay{model, desktop.displays, desktop.ownWindows, desktop.overlaySupport};
+    const std::chrono::system_clock::time_point now = std::chrono::system_clock::now();
+};
+
+TEST_F(OverlayControllerTest, isKnownBeforeItIsSeenAndUntilItIsGone) {
+    overlay.stop();
+    for (const DisplayId id : {7u, 99u}) {  // the second one is not there: the main display is taken
+        overlay.start(id, now);
+        EXPECT_EQ(desktop.ownWindows.windows().size(), 2u);
+        EXPECT_FALSE(panel()->isVisible());
+        ASSERT_TRUE(loopUntil([] { return panel()->isVisible(); }));
+        EXPECT_EQ(panel()->geometry(), QGuiApplication::primaryScreen()->geometry());
+        for (const auto flag : {Qt::WindowTransparentForInput, Qt::WindowDoesNotAcceptFocus,
+                                Qt::X11BypassWindowManagerHint, Qt::WindowStaysOnTopHint})
+            EXPECT_TRUE(panel()->flags().testFlag(flag)) << flag;
+        // The recorded area is the display's from (100, 50) on.
+        EXPECT_TRUE(isSaid(200, 52) && isSaid(102, 150));
+        EXPECT_FALSE(isSaid(2, 150) || isSaid(200, 2) || isSaid(200, 150));
+        EXPECT_EQ(desktop.overlaySupport.above.back(), panel()->winId());
+    }
+    overlay.stop();
+    overlay.stop();
+    EXPECT_EQ(panel(), nullptr);
+    EXPECT_TRUE(desktop.ownWindows.windows().empty());
+    EXPECT_TRUE(desktop.overlaySupport.above.empty());
+
+    desktop.displays.displays.clear();
+    overlay.start(7, now);
+    EXPECT_EQ(panel(), nullptr);
+}
+
+TEST_F(OverlayControllerTest, saysWhatItGivesUpUntilItHasClearedIt) {
+    overlay.start(7, now);
+    ASSERT_TRUE(loopUntil([&] { return panel()->isExposed() && isSaid(200, 52); }));
+    model.zoom(1);
+    model.step(0);
+    for (int i = 1; i < 40; ++i) model.step(i * 0.1);
+    overlay.tick();
+    EXPECT_TRUE(isSaid(200, 52));
+    EXPECT_TRUE(loopUntil([&] { return !isSaid(200, 52); }));
+}
+
+TEST_F(OverlayControllerTest, followsTheDesktopFromBlendingToShapesAndBack) {
+    auto& shapes = desktop.overlaySupport.shapes;
+    overlay.start(7, now);
+    ASSERT_TRUE(loopUntil([] { return panel()->isVisible(); }));
+    EXPECT_FALSE(shapes.contains(panel()->winId()));
+    for (const bool blends : {false, true, false}) {
+        desktop.overlaySupport.blends = blends;
+        overlay.tick();
+        EXPECT_EQ(shapes.contains(panel()->winId()), !blends);
+        EXPECT_EQ(shapes[desktop.overlaySupport.above.front()].empty(), blends);
+        EXPECT_TRUE(isSaid(200, 52));
+    }
+}
+
+}  // namespace
+}  // namespace kasto::test

@@ -1,0 +1,158 @@
+// What the overlay paints, pixel by pixel.
+
+#include "overlay/OverlayView.h"
+
+#include <gtest/gtest.h>
+
+#include <QGuiApplication>
+#include <QImage>
+#include <algorithm>
+
+namespace kasto::test {
+namespace {
+
+constexpr Size kSize{320, 200};
+
+class OverlayViewTest : public testing::TestWithParam<double> {
+protected:
+    OverlayViewTest() {
+        static int argc = 0;
+        qputenv("QT_QPA_PLATFORM", "offscreen");
+        static QGuiApplication application(argc, nullptr);
+        snapshot.cropPx = {0, 0, 640, 400};
+        show();
+    }
+
+    void show(bool blends = true, double timeS = 0) {
+        view.setCanvas({kSize, scale, blends});
+        view.render(snapshot, 2, 2, 5, "", {}, timeS);
+    }
+
+    // As a window does: clears what changed and paints it.
+    void paint() {
+        const auto dirty = view.takeDirty();
+        QPainter painter(&picture);
+        painter.scale(scale, scale);
+        QRegion clip;
+        for (const auto& rect : dirty)
+            clip += QRectF(rect.x() / scale, rect.y() / scale, rect.width() / scale, rect.height() / scale)
+                        .toAlignedRect();
+        painter.setClipRegion(clip);
+        painter.setCompositionMode(QPainter::CompositionMode_Source);
+        painter.fillRect(clip.boundingRect(), Qt::transparent);
+        painter.setCompositionMode(QPainter::CompositionMode_SourceOver);
+        view.paint(painter, dirty);
+    }
+
+    // At a point of the view, in points.
+    QColor at(double x, double y) const {
+        return picture.pixelColor(static_cast<int>(x * scale), static_cast<int>(y * scale));
+    }
+
+    void expectNothingOutside(const QRegion& area) const {
+        for (int y = 0; y < picture.height(); ++y)
+            for (int x = 0; x < picture.width(); ++x)
+                if (!area.contains(QPoint(x, y))) {
+                    ASSERT_EQ(qAlpha(picture.pixel(x, y)), 0) << x << " " << y;
+                }
+    }
+
+    const double scale = GetParam();
+    QImage picture = [this] {
+        QImage image(static_cast<int>(kSize.width * scale), static_cast<int>(kSize.height * scale),
+                     QImage::Format_ARGB32_Premultiplied);
+        image.fill(Qt::transparent);
+        return image;
+    }();
+    RenderSnapshot snapshot;
+    OverlayView view;
+    const QColor accent = QColor(kOverlayAccent);
+};
+
+TEST_P(OverlayViewTest, paintsItsPartsAndNothingElse) {
+    snapshot.ripples.push_back({{200, 200}, 60, 0.1});
+    snapshot.heldDisc = {{200, 200}, 32, 0.3};
+    snapshot.camRect = Rect{400, 200, 160, 160};
+    const auto frame = PixelBuffer::make(PixelFormat::bgrx, 8, 4);
+    for (int y = 0; y < 4; ++y)
+        for (int x = 0; x < 8; ++x) {
+            const bool isOuter = x < 2 || x > 5;
+            auto* pixel = frame->plane(0).data + y * frame->plane(0).strideBytes + 4 * x;
+            std::ranges::copy(isOuter ? std::array<std::uint8_t, 4>{255, 0, 0, 0}
+                                      : std::array<std::uint8_t, 4>{0, 200, 0, 0},
+                              pixel);
+        }
+    view.setCameraPreview([&] { return frame; });
+    show();
+    paint();
+    expectNothingOutside(view.paintedPx());
+
+    EXPECT_EQ(at(6, 2.5), accent);              // the first dash along the top
+    EXPECT_EQ(at(14.5, 3).alpha(), 0);          // the gap after it
+    EXPECT_EQ(at(6, 1.5).alpha(), 0);           // the line begins two points from the edge
+    EXPECT_NEAR(at(130, 100).alpha(), 204, 6);  // a pulse
+    EXPECT_NEAR(at(100, 84).alpha(), 204, 1);   // the held disc
+    EXPECT_EQ(at(100, 100).alpha(), 0);         // is a ring
+    EXPECT_EQ(at(320 - 20, 40).alpha(), 184);   // the ground of the heads-up display
+    EXPECT_EQ(at(200.5, 120), accent);          // the tile's border
+    EXPECT_EQ(at(240, 140), QColor(0, 200, 0));
+    EXPECT_EQ(at(203, 103), QColor(0, 200, 0));  // the picture's sides are cut off
+
+    snapshot.camRound = true;
+    show();
+    paint();
+    EXPECT_EQ(at(203, 103).alpha(), 0);
+    EXPECT_EQ(at(240, 140), QColor(0, 200, 0));
+
+    snapshot = {};
+    snapshot.cropPx = {0, 0, 640, 400};
+    show();
+    paint();
+    EXPECT_EQ(at(240, 140).alpha(), 0);
+    EXPECT_EQ(at(130, 100).alpha(), 0);
+    expectNothingOutside(view.paintedPx());
+}
+
+TEST_P(OverlayViewTest, paintsOnlyWhatChanged) {
+    paint();
+    show();
+    EXPECT_TRUE(view.takeDirty().isEmpty());
+    show(true, 0.2);
+    const auto sides = view.takeDirty();
+    EXPECT_FALSE(sides.isEmpty());
+    EXPECT_FALSE(sides.contains(QPoint(int(300 * scale), int(45 * scale))));
+    EXPECT_FALSE(sides.contains(QPoint(int(100 * scale), int(100 * scale))));
+    snapshot.zoom = 1.5;
+    show(true, 0.2);
+    EXPECT_TRUE(view.takeDirty().contains(QPoint(int(300 * scale), int(45 * scale))));
+
+    view.render(snapshot, 0, 0, 90, "", {}, 9);
+    EXPECT_TRUE(view.takeDirty().isEmpty());
+}
+
+// Where nobody blends windows there are no translucent pixels, and the lines are left to others.
+TEST_P(OverlayViewTest, isCutOutWhereNothingIsBlended) {
+    snapshot.ripples.push_back({{200, 200}, 60, 0.1});
+    show(false);
+    paint();
+    const auto shape = view.shapePx();
+    EXPECT_TRUE(shape.contains(QPoint(int(300 * scale), int(45 * scale))));
+    expectNothingOutside(shape);
+    const auto lines = view.linesPx();
+    const auto isRed = [&](double x, double y) {
+        const PixelRect pixel{static_cast<int>(x * scale), static_cast<int>(y * scale), 1, 1};
+        return std::ranges::any_of(lines,
+                                   [&](const auto& rect) { return !rect.intersection(pixel).isEmpty(); });
+    };
+    EXPECT_TRUE(isRed(6, 2.5) && isRed(130, 100) && isRed(100, 70));
+    EXPECT_FALSE(isRed(14.5, 3) || isRed(100, 100) || isRed(126, 100) || isRed(300, 45));
+    for (const auto& rect : lines)
+        EXPECT_TRUE(view.linesAreaPx().contains(QRect(rect.x, rect.y, rect.width, rect.height)));
+    EXPECT_TRUE((view.linesAreaPx() & view.paintedPx()).isEmpty());
+}
+
+INSTANTIATE_TEST_SUITE_P(Scales, OverlayViewTest, testing::Values(1.0, 2.0),
+                         [](const auto& info) { return info.param == 1 ? "One" : "Two"; });
+
+}  // namespace
+}  // namespace kasto::test
