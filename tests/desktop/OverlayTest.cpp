@@ -1,0 +1,120 @@
+// The live overlay over a private desktop: seen on the screen, never in the movie, never in the way.
+
+#include "base/Geometry.h"
+#include "desktop/ColourChart.h"
+#include "desktop/DesktopSession.h"
+#include "support/MovieProbe.h"
+#include "support/WaitUntil.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <optional>
+#include <thread>
+
+namespace kasto::test {
+namespace {
+
+using Picture = std::vector<std::uint8_t>;  // red, green, blue
+
+class OverlayTest : public testing::TestWithParam<bool> {
+protected:
+    OverlayTest() {
+        if (!GetParam()) return;
+        manager.emplace(desktop.start({"picom", "--backend", "xrender", "--config", "/dev/null"}));
+        std::this_thread::sleep_for(std::chrono::seconds(1));
+    }
+
+    Picture screen() const {
+        const auto file = desktop.home() / "screen.rgb";
+        EXPECT_EQ(desktop.run({"ffmpeg", "-v", "error", "-y", "-f", "x11grab", "-draw_mouse", "0", "-i", "",
+                               "-frames:v", "1", "-f", "rawvideo", "-pix_fmt", "rgb24", file}),
+                  0);
+        const auto text = readFile(file);
+        return {text.begin(), text.end()};
+    }
+
+    // How many of these pixels have nearly the overlay's red, which nothing else has.
+    static int redsIn(const Picture& picture, const PixelRect& rect) {
+        int reds = 0;
+        for (int y = rect.y; y < rect.maxY(); ++y)
+            for (int x = rect.x; x < rect.maxX(); ++x) {
+                const auto* pixel = &picture.at(3 * static_cast<std::size_t>(y * chart::kScreenWidth + x));
+                reds += std::abs(pixel[0] - 235) < 30 && std::abs(pixel[1] - 66) < 30 &&
+                        std::abs(pixel[2] - 77) < 30;
+            }
+        return reds;
+    }
+
+    DesktopSession desktop;
+    std::optional<ChildProcess> manager;
+    static constexpr PixelRect kWhole{0, 0, chart::kScreenWidth, chart::kScreenHeight};
+    static constexpr PixelRect kTop{0, 2, chart::kScreenWidth, 2};
+    static constexpr PixelRect kBottom{0, chart::kScreenHeight - 4, chart::kScreenWidth, 2};
+};
+
+TEST_P(OverlayTest, isOnTheScreenAndNotInTheMovie) {
+    const auto kasto = desktop.startKasto();
+    ASSERT_EQ(desktop.run({"xdotool", "mousemove", "640", "300"}), 0);
+    ASSERT_EQ(desktop.run({KASTO, "kasto:record"}), 0);
+    ASSERT_TRUE(desktop.waitForLog(" recording "));
+    // A full-screen window that appears later is beneath it all the same.
+    const auto client = desktop.showChart();
+    ASSERT_TRUE(waitUntil([&] { return redsIn(screen(), kTop) > chart::kScreenWidth; }));
+    // One where the chart is still, one where things move.
+    EXPECT_GT(redsIn(screen(), kBottom), chart::kScreenWidth);
+    ASSERT_EQ(desktop.run({"xdotool", "mousedown", "1"}), 0);
+    EXPECT_TRUE(waitUntil([&] { return redsIn(screen(), {600, 260, 80, 80}) > 60; }));
+    ASSERT_EQ(desktop.run({"xdotool", "mouseup", "1"}), 0);
+    std::this_thread::sleep_for(std::chrono::milliseconds(500));
+    ASSERT_EQ(desktop.run({KASTO, "kasto:stop"}), 0);
+    ASSERT_TRUE(desktop.waitForLog(" stopped → kasto-"));
+    EXPECT_TRUE(waitUntil([&] { return redsIn(screen(), kWhole) == 0; }));
+
+    const MovieProbe movie(desktop.movies().front());
+    const auto frames = movie.times();
+    for (const auto time : {0.0, 0.1, 0.3, 0.6, 1.0, static_cast<double>(frames.back()) / 600 - 0.1}) {
+        const auto picture = movie.pictureAt(time);
+        EXPECT_EQ(redsIn(picture, kTop) + redsIn(picture, kBottom) + redsIn(picture, {1000, 38, 280, 30}), 0)
+            << time;
+    }
+    // In the end the chart is complete beneath it: the heads-up display was over its last column.
+    const auto last = movie.pictureAt(static_cast<double>(frames.back()) / 600 - 0.1);
+    for (const auto& [x, y] : {std::pair{1200, 50}, {1200, 3}, {100, 3}}) {
+        const auto& wanted = chart::kPatches.at(
+            static_cast<std::size_t>(y / chart::kPatchHeight * chart::kColumns + x / chart::kPatchWidth));
+        const auto* shown = &last.at(3 * static_cast<std::size_t>(y * chart::kScreenWidth + x));
+        EXPECT_NEAR(shown[0], wanted.red, 4) << x;
+        EXPECT_NEAR(shown[1], wanted.green, 4) << x;
+        EXPECT_NEAR(shown[2], wanted.blue, 4) << x;
+    }
+}
+
+TEST_P(OverlayTest, letsPressesAndScrollsThrough) {
+    const auto file = desktop.home() / "events";
+    const auto client = desktop.start(
+        {"sh", "-c", "exec xev -geometry 1200x680+20+10 -event button > '" + file.string() + "'"});
+    ASSERT_EQ(desktop.run({"xdotool", "search", "--sync", "--onlyvisible", "--name", "Event Tester"}), 0);
+    const auto kasto = desktop.startKasto();
+    ASSERT_EQ(desktop.run({KASTO, "kasto:record"}), 0);
+    ASSERT_TRUE(waitUntil([&] { return redsIn(screen(), kTop) > chart::kScreenWidth; }));
+    // On the heads-up display, and where nothing is drawn.
+    for (const auto* x : {"1150", "600"})
+        ASSERT_EQ(desktop.run({"xdotool", "mousemove", x, "50", "click", "1", "click", "4"}), 0);
+    const auto count = [&] {
+        const auto text = readFile(file);
+        std::size_t presses = 0;
+        for (auto at = text.find("ButtonPress"); at != std::string::npos;
+             at = text.find("ButtonPress", at + 1))
+            ++presses;
+        return presses;
+    };
+    EXPECT_TRUE(waitUntil([&] { return count() == 4; })) << count();
+}
+
+INSTANTIATE_TEST_SUITE_P(Desktops, OverlayTest, testing::Bool(),
+                         [](const auto& info) { return info.param ? "Managed" : "Bare"; });
+
+}  // namespace
+}  // namespace kasto::test
