@@ -4,6 +4,7 @@
 #include "overlay/OverlayController.h"
 #include "overlay/OverlayPanel.h"
 #include "support/FakeDesktop.h"
+#include "support/OffscreenQt.h"
 #include "support/WaitUntil.h"
 
 #include <gtest/gtest.h>
@@ -18,9 +19,6 @@ namespace {
 class OverlayControllerTest : public testing::Test {
 protected:
     OverlayControllerTest() {
-        static int argc = 0;
-        qputenv("QT_QPA_PLATFORM", "offscreen");
-        static QGuiApplication application(argc, nullptr);
         const auto size = QGuiApplication::primaryScreen()->size();
         desktop.displays.displays = {
             {7, "any", {0, 0, double(size.width()), double(size.height())}, 1, true}};

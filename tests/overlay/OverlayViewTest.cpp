@@ -1,10 +1,10 @@
 // What the overlay paints, pixel by pixel.
 
 #include "overlay/OverlayView.h"
+#include "support/OffscreenQt.h"
 
 #include <gtest/gtest.h>
 
-#include <QGuiApplication>
 #include <QImage>
 #include <algorithm>
 
@@ -16,9 +16,6 @@ constexpr Size kSize{320, 200};
 class OverlayViewTest : public testing::TestWithParam<double> {
 protected:
     OverlayViewTest() {
-        static int argc = 0;
-        qputenv("QT_QPA_PLATFORM", "offscreen");
-        static QGuiApplication application(argc, nullptr);
         snapshot.cropPx = {0, 0, 640, 400};
         show();
     }
