@@ -66,7 +66,7 @@ OverlayPanel::OverlayPanel(OverlayView& view, QScreen& screen, OwnWindows& ownWi
 
 OverlayPanel::~OverlayPanel() {
     support_.keepAbove({});
-    // The windows go first: they are not known any more when they are not seen any more.
+    // The windows go first: they stay known for as long as they may be seen.
     lines_.destroy();
     destroy();
 }

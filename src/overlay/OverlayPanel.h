@@ -34,8 +34,8 @@ private:
 // mouse or the keyboard, and never in a recording.
 //
 // Where translucent windows are blended it is one window as large as the screen. Elsewhere that would hide
-// everything, so it is cut to what it shows, and the dashes get a window of their own: a step of theirs is
-// then a new shape and nothing to paint. Main thread.
+// everything, so it is cut to what it shows, and the red lines get a window of their own: a step of the
+// dashes is then a new shape and nothing to paint. Main thread.
 class OverlayPanel final : public QRasterWindow {
 public:
     // What is passed outlives the panel. Nothing is shown yet, but the windows are registered.
@@ -47,6 +47,7 @@ public:
     // Brings what the view rendered to the screen.
     void present();
 
+    // Shows the windows, above all others.
     void appear();
 
     // Moves to where the screen is now.

@@ -79,16 +79,10 @@ TEST_P(OverlayTest, isOnTheScreenAndNotInTheMovie) {
         EXPECT_EQ(redsIn(picture, kTop) + redsIn(picture, kBottom) + redsIn(picture, {1000, 38, 280, 30}), 0)
             << time;
     }
-    // In the end the chart is complete beneath it: the heads-up display was over its last column.
+    // In the end the chart is complete beneath it: its white patch beneath the heads-up display, say.
     const auto last = movie.pictureAt(static_cast<double>(frames.back()) / 600 - 0.1);
-    for (const auto& [x, y] : {std::pair{1200, 50}, {1200, 3}, {100, 3}}) {
-        const auto& wanted = chart::kPatches.at(
-            static_cast<std::size_t>(y / chart::kPatchHeight * chart::kColumns + x / chart::kPatchWidth));
-        const auto* shown = &last.at(3 * static_cast<std::size_t>(y * chart::kScreenWidth + x));
-        EXPECT_NEAR(shown[0], wanted.red, 4) << x;
-        EXPECT_NEAR(shown[1], wanted.green, 4) << x;
-        EXPECT_NEAR(shown[2], wanted.blue, 4) << x;
-    }
+    for (int x = 1150; x < 1270; ++x)
+        EXPECT_GE(last.at(3 * static_cast<std::size_t>(50 * chart::kScreenWidth + x)), 250) << x;
 }
 
 TEST_P(OverlayTest, letsPressesAndScrollsThrough) {
@@ -102,15 +96,7 @@ TEST_P(OverlayTest, letsPressesAndScrollsThrough) {
     // On the heads-up display, and where nothing is drawn.
     for (const auto* x : {"1150", "600"})
         ASSERT_EQ(desktop.run({"xdotool", "mousemove", x, "50", "click", "1", "click", "4"}), 0);
-    const auto count = [&] {
-        const auto text = readFile(file);
-        std::size_t presses = 0;
-        for (auto at = text.find("ButtonPress"); at != std::string::npos;
-             at = text.find("ButtonPress", at + 1))
-            ++presses;
-        return presses;
-    };
-    EXPECT_TRUE(waitUntil([&] { return count() == 4; })) << count();
+    EXPECT_TRUE(waitUntil([&] { return outputOf("grep -c ButtonPress " + file.string()) == "4\n"; }));
 }
 
 INSTANTIATE_TEST_SUITE_P(Desktops, OverlayTest, testing::Bool(),

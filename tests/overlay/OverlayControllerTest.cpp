@@ -32,10 +32,7 @@ protected:
     }
 
     static bool loopUntil(const std::function<bool()>& condition) {
-        return waitUntil([&] {
-            QCoreApplication::processEvents();
-            return condition();
-        });
+        return waitUntil([&] { return QCoreApplication::processEvents(), condition(); });
     }
 
     // True if some window of the program says that it paints there.
