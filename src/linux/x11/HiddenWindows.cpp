@@ -83,7 +83,20 @@ void HiddenWindows::noteConfigure(const xcb_configure_notify_event_t& event) {
 Region HiddenWindows::paintedAt(const OwnPlace& place) const {
     const auto entry = registered_.find(place.id);
     if (entry == registered_.end()) return {};
-    return entry->second ? Region(*entry->second).translate(place.x, place.y) : place.shape;
+    if (!entry->second) return place.shape;
+    auto painted = Region(*entry->second).translate(place.x, place.y);
+    // Without a manager nothing of a window is transparent.
+    return tree_.hasCompositingManager ? painted : std::move(painted.unite(place.shape));
+}
+
+// What a window paints says more than its shape, which may change with every step of a moving line.
+bool HiddenWindows::isShapeOfUse(std::uint32_t window) const {
+    const auto entry = registered_.find(window);
+    if (entry == registered_.end() || !entry->second) return true;
+    return !tree_.hasCompositingManager && std::ranges::any_of(tree_.own, [&](const auto& place) {
+        const auto painted = Region(*entry->second).translate(place.x, place.y);
+        return place.id == window && !subtracted(place.shape, painted).isEmpty();
+    });
 }
 
 void HiddenWindows::noteEvent(const xcb_generic_event_t& event) {
@@ -92,10 +105,8 @@ void HiddenWindows::noteEvent(const xcb_generic_event_t& event) {
     if (type == damageEvent_ + XCB_DAMAGE_NOTIFY) {
         contents_.noteEvent(reinterpret_cast<const xcb_damage_notify_event_t&>(event));
     } else if (type == shapeEvent_ + XCB_SHAPE_NOTIFY) {
-        // What it paints says more than the shape, which may change with every step of a moving line.
         const auto& shape = reinterpret_cast<const xcb_shape_notify_event_t&>(event);
-        const auto own = registered_.find(shape.affected_window);
-        treeChanged_ |= own == registered_.end() || !own->second;
+        treeChanged_ |= isShapeOfUse(shape.affected_window);
     } else if (type == xfixesEvent_ + XCB_XFIXES_SELECTION_NOTIFY) {
         treeChanged_ = true;
     } else if (type == XCB_PROPERTY_NOTIFY) {

@@ -90,6 +90,7 @@ private:
     void touch(const PixelRect& rootRect);
     void noteConfigure(const xcb_configure_notify_event_t& event);
     Region paintedAt(const OwnPlace& place) const;
+    bool isShapeOfUse(std::uint32_t window) const;
     void touchMoved(const WindowTree& before, const WindowTree& after);
     bool dropOldGhosts(double nowS);
 

@@ -2,6 +2,7 @@
 
 #include "base/FileDescriptor.h"
 #include "base/Guarded.h"
+#include "base/MediaClock.h"
 #include "base/Thread.h"
 #include "linux/x11/Connection.h"
 
@@ -56,12 +57,18 @@ private:
     void run() {
         // Another program that wants to be on top as well must not lead to a race without end.
         constexpr int kRestMs = 50;
+        // What a manager takes from its coming to the first picture.
+        constexpr int kManagerStartsMs = 1000;
         nameThread("overlay");
         while (true) {
             const bool isCovered = takeEvents();
             if (connection_.isLost()) return;
             if (isCovered) raise();
-            if (waitForStop(isCovered ? kRestMs : -1, !isCovered)) return;
+            const bool awaitsManager = managerSinceS_ && !hasManager;
+            if (awaitsManager && mediaClockNow() - *managerSinceS_ >= kManagerStartsMs / 1000.0)
+                hasManager = true;
+            const int timeoutMs = isCovered ? kRestMs : awaitsManager ? kManagerStartsMs : -1;
+            if (waitForStop(timeoutMs, !isCovered)) return;
         }
     }
 
@@ -80,9 +87,7 @@ private:
         while (const Reply<xcb_generic_event_t> event{xcb_poll_for_event(connection_.raw())}) {
             const int type = event->response_type & 0x7f;
             if (type == xfixesEvent_ + XCB_XFIXES_SELECTION_NOTIFY) {
-                hasManager =
-                    reinterpret_cast<const xcb_xfixes_selection_notify_event_t*>(event.get())->owner !=
-                    XCB_NONE;
+                noteManager(*reinterpret_cast<const xcb_xfixes_selection_notify_event_t*>(event.get()));
             } else if (type >= XCB_MAP_NOTIFY && type <= XCB_CIRCULATE_NOTIFY) {
                 // All of them name the window in the same place.
                 const auto window = reinterpret_cast<const xcb_map_notify_event_t*>(event.get())->window;
@@ -90,6 +95,15 @@ private:
             }
         }
         return isCovered;
+    }
+
+    void noteManager(const xcb_xfixes_selection_notify_event_t& event) {
+        if (event.owner == XCB_NONE) {
+            managerSinceS_.reset();
+            hasManager = false;
+        } else if (!managerSinceS_) {
+            managerSinceS_ = mediaClockNow();
+        }
     }
 
     void raise() {
@@ -103,13 +117,16 @@ private:
         auto* c = connection_.raw();
         const Reply<xcb_get_selection_owner_reply_t> owner(
             xcb_get_selection_owner_reply(c, xcb_get_selection_owner(c, managerSelection_), nullptr));
-        hasManager = owner && owner->owner != XCB_NONE;
+        if (!owner || owner->owner == XCB_NONE) return;
+        managerSinceS_ = mediaClockNow();
+        hasManager = true;
     }
 
     Connection connection_;
     FileDescriptor stop_;
     std::uint8_t xfixesEvent_;
     xcb_atom_t managerSelection_ = XCB_NONE;
+    std::optional<double> managerSinceS_;  // the thread's own, once it runs
     Guarded<std::vector<xcb_window_t>> above_;
     std::thread thread_;
 };
