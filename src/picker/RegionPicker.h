@@ -1,0 +1,59 @@
+#pragma once
+
+#include "base/Geometry.h"
+
+#include <QObject>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <vector>
+
+namespace kasto {
+
+class Displays;
+class KeyablePanel;
+class OverlaySupport;
+class OwnWindows;
+
+// A rectangle of one display, in points from the display's top-left corner.
+struct RegionChoice {
+    DisplayId display = 0;
+    Rect rect;
+    bool operator==(const RegionChoice&) const = default;
+};
+
+// Lets the user mark the rectangle of one display that takes record, on a panel over each display. Stores
+// nothing. Main thread.
+class RegionPicker {
+public:
+    using Completion = std::function<void(std::optional<RegionChoice>)>;
+
+    // All of them outlive the picker and the event loop.
+    RegionPicker(Displays& displays, OwnWindows& ownWindows, OverlaySupport& support);
+
+    // Closes an open picker without calling its completion.
+    ~RegionPicker();
+
+    // Opens the picker on all displays, with `initial` selected on its display, and returns at once. The
+    // completion is called once, when the panels are gone: with the choice (whole points), or with none when
+    // the user cancelled, the displays changed, or the picker was opened again. It may open the picker.
+    void begin(const std::optional<RegionChoice>& initial, Completion completion);
+
+private:
+    struct Place;
+
+    std::vector<Place> places();
+    void open(std::vector<Place> places, const std::optional<RegionChoice>& initial);
+    void watchScreens();
+    void close();
+    void end(const std::optional<RegionChoice>& result);
+
+    Displays& displays_;
+    OwnWindows& ownWindows_;
+    OverlaySupport& support_;
+    std::vector<std::unique_ptr<KeyablePanel>> panels_;  // empty while the picker is closed
+    Completion completion_;
+    std::unique_ptr<QObject> whileOpen_;  // lifetime of what listens to the screens
+};
+
+}  // namespace kasto
