@@ -8,6 +8,7 @@
 #include "input/TouchPadZoomPan.h"
 #include "model/CaptureModel.h"
 #include "overlay/OverlayController.h"
+#include "picker/RegionPicker.h"
 #include "platform/Desktop.h"
 #include "platform/StatusItem.h"
 #include "recording/Recorder.h"
@@ -198,6 +199,9 @@ private:
     std::unique_ptr<StatusItem> stopItem_;
     QTimer titleTimer_;
     std::unique_ptr<HotKeyRegistration> quickClick_;
+    std::unique_ptr<QTimer> permissionTimer_;     // while the right to record is waited for
+    std::unique_ptr<RegionPicker> regionPicker_;  // made on first use
+    std::unique_ptr<HotKey> hotKey_;              // none where the chord is taken
 };
 
 }  // namespace kasto

@@ -10,6 +10,4 @@ void AppDelegate::restartCamera() {}
 
 std::vector<CameraDevice> AppDelegate::cameras() { return {}; }
 
-void AppDelegate::beginSetRegion() {}
-
 }  // namespace kasto
