@@ -1,0 +1,134 @@
+#include "picker/PickerInput.h"
+#include "picker/RegionPickView.h"
+
+#include <gtest/gtest.h>
+
+#include <QImage>
+#include <memory>
+#include <optional>
+
+namespace kasto::test {
+namespace {
+
+using Selection = std::optional<Rect>;
+
+class RegionPickViewTest : public testing::Test {
+protected:
+    // With a selection there from the beginning.
+    RegionPickView& open(const Selection& selection, std::optional<QPixmap> picture = {}) {
+        view_ = std::make_unique<RegionPickView>(std::move(picture));
+        view_->resize(800, 600);
+        view_->setSelection(selection);
+        view_->onDone = [this](const Selection& result) { done = result; };
+        done.reset();
+        return *view_;
+    }
+
+    QColor colourAt(double x, double y) {
+        QImage image(800, 600, QImage::Format_ARGB32_Premultiplied);
+        image.fill(Qt::transparent);
+        view_->render(&image, {}, {}, QWidget::RenderFlags());
+        return image.pixelColor(int(x), int(y));
+    }
+
+    std::optional<Selection> done;
+
+private:
+    std::unique_ptr<RegionPickView> view_;
+};
+
+TEST_F(RegionPickViewTest, dragsDrawMoveAndResize) {
+    const Rect box{200, 150, 300, 200};  // its handles at 200, 350, 500 and 150, 250, 350
+    const Rect tiny{200, 150, 10, 10};
+    const Rect huge{-100, -50, 4000, 3000};
+    struct Case {
+        Selection before;
+        QPointF from, to;
+        Selection after;
+    };
+    for (const auto& [before, from, to, after] : std::initializer_list<Case>{
+             {{}, {300, 300}, {300, 300}, {}},
+             {{}, {300, 300}, {241, 200}, {}},
+             {{}, {300, 300}, {240, 240}, Rect{240, 240, 60, 60}},
+             {{}, {700, 500}, {900, 700}, Rect{700, 500, 200, 200}},   // beyond the display
+             {box, {600, 500}, {600, 500}, {}},                        // outside: a new one begins
+             {box, {300, 200}, {310, 190}, Rect{210, 140, 300, 200}},  // inside: moves
+             {box, {300, 200}, {-900, 900}, Rect{0, 400, 300, 200}},   // flush with the edges
+             {huge, {300, 200}, {400, 300}, Rect{-3200, -2400, 4000, 3000}},
+             {box, {212, 162}, {100, 100}, Rect{100, 100, 400, 250}},      // just within reach of a handle
+             {box, {212.5, 162}, {222.5, 162}, Rect{210, 150, 300, 200}},  // just out of reach
+             {box, {200, 250}, {790, 0}, Rect{440, 150, 60, 200}},         // past the opposite edge
+             {box, {500, 250}, {900, 0}, Rect{200, 150, 600, 200}},        // past the display
+             {box, {350, 350}, {0, 100}, Rect{200, 150, 300, 60}},
+             {tiny, {205, 155}, {100, 100}, Rect{100, 100, 110, 60}},  // within reach of all: the first
+         }) {
+        auto& view = open(before);
+        drag(view, from, to);
+        EXPECT_EQ(view.selection(), after) << testing::PrintToString(before) << " from " << from.x() << ","
+                                           << from.y() << " to " << to.x() << "," << to.y();
+        EXPECT_FALSE(done.has_value());
+    }
+}
+
+TEST_F(RegionPickViewTest, confirmsWholePointsAndCancelsAtAnyTime) {
+    const Rect fractional{120.4, 80.6, 300.2, 200.1};
+    const Rect whole{120, 80, 301, 201};
+    const auto press = [](RegionPickView& view, double x, double y, Qt::MouseButton button = Qt::LeftButton) {
+        mouse(view, QEvent::MouseButtonPress, {x, y}, button);
+    };
+    struct Case {
+        Selection before;
+        std::function<void(RegionPickView&)> act;
+        std::optional<Selection> result;
+    };
+    const std::optional<Selection> confirmed{whole}, cancelled{Selection()}, nothing;
+    int number = 0;
+    for (const auto& [before, act, result] : std::initializer_list<Case>{
+             {fractional, [](auto& view) { key(view, Qt::Key_Return); }, confirmed},
+             {fractional, [](auto& view) { key(view, Qt::Key_Enter); }, confirmed},
+             {fractional, [](auto& view) { key(view, Qt::Key_Escape); }, cancelled},
+             {fractional, [](auto& view) { key(view, Qt::Key_Space); }, nothing},
+             {fractional, [&](auto& view) { press(view, 400, 300); }, confirmed},
+             {fractional, [&](auto& view) { press(view, 360, 300); }, cancelled},
+             {fractional, [&](auto& view) { press(view, 382, 300); }, nothing},  // between the buttons
+             {fractional, [&](auto& view) { press(view, 10, 10, Qt::RightButton); }, cancelled},
+             {fractional, [&](auto& view) { press(view, 400, 300, Qt::MiddleButton); }, nothing},
+             {Rect{120, 80, 301, 59.9}, [](auto& view) { key(view, Qt::Key_Return); }, nothing},
+             {Rect{120, 80, 0, 0}, [&](auto& view) { press(view, 110, 100); }, nothing},
+             {Rect{400, 300, 200, 251}, [&](auto& view) { press(view, 590, 520); }, Rect{400, 300, 200, 251}},
+             {Rect{-40, 300, 70, 70}, [&](auto& view) { press(view, 8, 400); }, Rect{-40, 300, 70, 70}},
+             {{}, [](auto& view) { key(view, Qt::Key_Return); }, nothing},
+             {{}, [](auto& view) { key(view, Qt::Key_Escape); }, cancelled},
+         }) {
+        auto& view = open(before);
+        act(view);
+        EXPECT_EQ(done, result) << "case " << number++;
+    }
+}
+
+TEST_F(RegionPickViewTest, shadesAllButTheSelection) {
+    QPixmap picture(800, 600);
+    picture.fill(QColor(100, 200, 50));
+    const QColor accent(235, 66, 77);
+    open(Rect{200, 150, 300, 200});
+    EXPECT_EQ(colourAt(600, 500), QColor(0, 0, 0, 71));
+    EXPECT_EQ(colourAt(300, 300), QColor(0, 0, 0, 0));
+    EXPECT_EQ(colourAt(200, 150), QColor(Qt::white));  // a handle
+    // The outline: two points wide, eight drawn and six left out.
+    for (const double x : {215.0, 221.0, 229.0}) EXPECT_EQ(colourAt(x, 150), accent) << x;
+    EXPECT_EQ(colourAt(224, 149), QColor(0, 0, 0, 71));
+    EXPECT_EQ(colourAt(470, 364), accent);                // the confirm button
+    EXPECT_EQ(colourAt(428, 364), QColor(0, 0, 0, 215));  // the cancel button, over the shade
+    open(Rect{200, 150, 300, 200}, picture);
+    EXPECT_EQ(colourAt(600, 500), QColor(72, 144, 36));
+    EXPECT_EQ(colourAt(300, 300), QColor(100, 200, 50));
+    open({});
+    EXPECT_EQ(colourAt(300, 300), QColor(0, 0, 0, 71));
+    EXPECT_GT(colourAt(400, 253).alpha(), 200);  // behind the hint
+    // What a damaged file may hold is drawn in finite time.
+    open(Rect{-1e300, -1e9, 3e300, 1e12});
+    EXPECT_EQ(colourAt(300, 300), QColor(0, 0, 0, 0));
+}
+
+}  // namespace
+}  // namespace kasto::test

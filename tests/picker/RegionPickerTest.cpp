@@ -1,0 +1,116 @@
+#include "picker/KeyablePanel.h"
+#include "picker/PickerInput.h"
+#include "picker/RegionPicker.h"
+#include "support/FakeDesktop.h"
+#include "support/TestFolder.h"
+
+#include <gtest/gtest.h>
+
+#include <QScreen>
+#include <optional>
+
+namespace kasto::test {
+namespace {
+
+// Two screens, the second one of twice the density.
+class TwoScreens : public testing::Environment {
+    void SetUp() override {
+        const auto file = folder_.path() / "screens.json";
+        writeFile(file, R"({"synchronousWindowSystemEvents": true, "screens": [
+            {"name": "left", "x": 0, "y": 0, "width": 800, "height": 600, "dpr": 1},
+            {"name": "right", "x": 800, "y": 0, "width": 640, "height": 480, "dpr": 2}]})");
+        qputenv("QT_QPA_PLATFORM", "offscreen:configfile=" + QByteArray::fromStdString(file.string()));
+        application_ = std::make_unique<QApplication>(argc_, nullptr);
+        QApplication::setQuitOnLastWindowClosed(false);
+    }
+    void TearDown() override { application_.reset(); }
+
+    TestFolder folder_;
+    int argc_ = 0;
+    std::unique_ptr<QApplication> application_;
+};
+
+testing::Environment* const twoScreens = testing::AddGlobalTestEnvironment(new TwoScreens);
+
+class RegionPickerTest : public testing::Test {
+protected:
+    RegionPickerTest() {
+        desktop.displays.displays = {{7, "left", {0, 0, 800, 600}, 1, true},
+                                     {8, "right", {800, 0, 640, 480}, 2, false},
+                                     {9, "gone", {5000, 0, 640, 480}, 1, false}};
+    }
+    ~RegionPickerTest() override { QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete); }
+
+    static std::vector<KeyablePanel*> panels() {
+        std::vector<KeyablePanel*> shown(2);
+        for (auto* widget : QApplication::topLevelWidgets())
+            if (auto* panel = dynamic_cast<KeyablePanel*>(widget); panel && panel->isVisible())
+                shown.at(panel->x() < 800 ? 0 : 1) = panel;
+        return shown;
+    }
+    static bool isOpen() { return panels()[0] || panels()[1]; }
+
+    RegionPicker::Completion keep() {
+        return [this](const std::optional<RegionChoice>& choice) {
+            EXPECT_FALSE(isOpen());
+            EXPECT_EQ(QGuiApplication::overrideCursor(), nullptr);
+            results.push_back(choice);
+        };
+    }
+
+    FakeDesktop desktop;
+    std::vector<std::optional<RegionChoice>> results;
+    RegionPicker picker{desktop.displays, desktop.ownWindows, desktop.overlaySupport};
+};
+
+TEST_F(RegionPickerTest, picksOnAnyDisplayAndIsKeptOutOfTakes) {
+    picker.begin(RegionChoice{8, {10, 20, 100, 90}}, keep());
+    const auto shown = panels();
+    ASSERT_TRUE(shown[0] && shown[1]);
+    EXPECT_EQ(shown[0]->geometry(), QRect(0, 0, 800, 600));
+    EXPECT_EQ(shown[1]->geometry(), QRect(800, 0, 640, 480));
+    EXPECT_EQ(shown[0]->view().selection(), std::nullopt);
+    EXPECT_EQ(shown[1]->view().selection(), (Rect{10, 20, 100, 90}));
+    EXPECT_EQ(desktop.ownWindows.windows().size(), 2u);
+    EXPECT_EQ(desktop.ownWindows.windows().front().sharing, SharingType::none);
+    ASSERT_NE(QGuiApplication::overrideCursor(), nullptr);
+    EXPECT_EQ(QGuiApplication::overrideCursor()->shape(), Qt::CrossCursor);
+
+    drag(shown[0]->view(), {100, 100}, {300, 200});
+    EXPECT_NE(shown[1]->view().selection(), std::nullopt);
+    key(shown[0]->view(), Qt::Key_Return);
+    key(shown[1]->view(), Qt::Key_Return);  // too late
+    EXPECT_EQ(results, std::vector{std::optional(RegionChoice{7, {100, 100, 200, 100}})});
+    EXPECT_TRUE(desktop.ownWindows.windows().empty());
+}
+
+TEST_F(RegionPickerTest, answersEachCallerOnceHoweverItEnds) {
+    picker.begin({}, keep());
+    picker.begin({}, keep());  // takes over
+    EXPECT_EQ(results.size(), 1u);
+    mouse(panels()[1]->view(), QEvent::MouseButtonPress, {5, 5}, Qt::RightButton);
+    EXPECT_EQ(results.size(), 2u);
+
+    // A completion may open the picker again, and that one wins.
+    picker.begin({}, [&](const auto&) { picker.begin({}, keep()); });
+    picker.begin({}, [&](const auto& choice) { results.push_back(choice); });
+    EXPECT_TRUE(isOpen());
+    EXPECT_EQ(results.size(), 3u);
+    key(panels()[0]->view(), Qt::Key_Escape);
+    EXPECT_EQ(results.size(), 4u);
+
+    picker.begin({}, keep());
+    emit QGuiApplication::screens().back()->geometryChanged({});
+    EXPECT_TRUE(isOpen());
+    QCoreApplication::processEvents();
+    EXPECT_EQ(results.size(), 5u);
+
+    desktop.displays.displays.clear();
+    picker.begin({}, keep());
+    EXPECT_FALSE(isOpen());
+    picker.begin({}, keep());
+    EXPECT_EQ(results, std::vector<std::optional<RegionChoice>>(6));
+}
+
+}  // namespace
+}  // namespace kasto::test
