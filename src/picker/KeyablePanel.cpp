@@ -25,15 +25,12 @@ KeyablePanel::KeyablePanel(QScreen& screen, std::optional<QPixmap> screenPicture
     view_->installEventFilter(this);
     view_->setFocus();
     retry_.setInterval(kRetryMs);
-    connect(&retry_, &QTimer::timeout, this, [this] { grabKeyboardOrRetry(); });
+    connect(&retry_, &QTimer::timeout, this, [this] { makeKey(); });
 }
 
 void KeyablePanel::makeKey() {
-    activateWindow();
-    grabKeyboardOrRetry();
-}
-
-void KeyablePanel::grabKeyboardOrRetry() {
+    // With the keyboard the server reports the focus as well, and gives both back in the end. A focus that is
+    // set would be lost then where no window manager takes care of it.
     if (windowHandle()->setKeyboardGrabEnabled(true)) {
         retry_.stop();
     } else if (!retry_.isActive()) {
