@@ -16,6 +16,7 @@
 #include "linux/x11/X11Pointer.h"
 #include "linux/x11/X11ScreenAccess.h"
 #include "linux/x11/X11ScreenCapture.h"
+#include "platform/CameraSession.h"
 #include "platform/OwnWindows.h"
 #include "shell/AppDelegate.h"
 #include "shell/CommandLine.h"
@@ -77,6 +78,18 @@ private:
     }
 
     std::optional<X11HotKeys> keys_;
+};
+
+// While no camera service is linked.
+class NoCameras final : public CameraSession {
+public:
+    CameraAccess access() const override { return CameraAccess::authorised; }
+    void requestAccess(std::function<void(bool granted)> answer) override { answer(true); }
+    std::vector<CameraDevice> devices() const override { return {}; }
+    std::optional<CameraDevice> defaultDevice() const override { return std::nullopt; }
+    Result<std::unique_ptr<CameraRun>> run(const std::string&, SerialQueue&, FrameHandler) override {
+        return failure("there is no camera");
+    }
 };
 
 void makeLogFolder() {
@@ -163,6 +176,7 @@ int runOnX11(int& argc, char** argv, const CommandLine& line) {
     OwnWindows ownWindows;
     X11ScreenAccess screenAccess;
     X11ScreenCapture screenCapture("", **displays, ownWindows);
+    NoCameras cameraSession;
     FfmpegMovieWriters movieWriters;
     FfmpegExports movieExports;
     DBusRunningInstance runningInstance;
@@ -175,6 +189,7 @@ int runOnX11(int& argc, char** argv, const CommandLine& line) {
                         .multitouch = multitouch,
                         .screenAccess = screenAccess,
                         .screenCapture = screenCapture,
+                        .cameraSession = cameraSession,
                         .movieWriters = movieWriters,
                         .movieExports = movieExports,
                         .ownWindows = ownWindows,

@@ -2,6 +2,7 @@
 
 namespace kasto {
 
+class CameraSession;
 class Displays;
 class HotKeyService;
 class MovieExports;
@@ -23,6 +24,7 @@ struct Desktop {
     Multitouch& multitouch;
     ScreenAccess& screenAccess;
     ScreenCapture& screenCapture;
+    CameraSession& cameraSession;
     MovieWriters& movieWriters;
     MovieExports& movieExports;
     OwnWindows& ownWindows;

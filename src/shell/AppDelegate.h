@@ -170,7 +170,7 @@ private:
     // Outlived by nothing that posts to it: the worker and the recorder end first.
     const std::shared_ptr<MainQueue> mainQueue_ = std::make_shared<MainQueue>();
     CaptureModel model_;
-    CameraSource camera_;
+    CameraSource camera_{desktop_.cameraSession};
     Recorder recorder_{model_, camera_, desktop_};
     InputPoller poller_{model_, desktop_.pointer};
     ScrollPanMonitor scrollPan_{model_, desktop_.pointer};

@@ -154,7 +154,7 @@ TEST_F(RecorderTest, HoldsNoPictureAfterTheTake) {
     camera.captureOutput(lend(64, 36));
     desktop.screenCapture.feed(ScreenFrame{FrameStatus::complete, lend(640, 360), 1, {}, 0});
     ASSERT_TRUE(waitForMoreFrames(2));
-    camera.stop();
+    camera.captureOutput({});
     EXPECT_EQ(lent, 2);
     recorder->stop();
     EXPECT_EQ(lent, 0);

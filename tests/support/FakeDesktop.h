@@ -9,6 +9,7 @@
 #include "platform/RunningInstance.h"
 #include "platform/ScreenAccess.h"
 #include "platform/Workspace.h"
+#include "support/FakeCameraSession.h"
 #include "support/FakeMovieWriter.h"
 #include "support/FakeMultitouch.h"
 #include "support/FakePointer.h"
@@ -127,6 +128,7 @@ struct FakeDesktop {
     FakeMultitouch multitouch;
     FakeScreenAccess screenAccess;
     FakeScreenCapture screenCapture;
+    FakeCameraSession cameraSession;
     FakeMovieWriters movieWriters;
     FakeMovieExports movieExports;
     OwnWindows ownWindows;
@@ -142,6 +144,7 @@ struct FakeDesktop {
                 .multitouch = multitouch,
                 .screenAccess = screenAccess,
                 .screenCapture = screenCapture,
+                .cameraSession = cameraSession,
                 .movieWriters = movieWriters,
                 .movieExports = movieExports,
                 .ownWindows = ownWindows,

@@ -75,7 +75,7 @@ protected:
     LogLines log;
     FakeDesktop desktop;
     CaptureModel model;
-    CameraSource camera;
+    CameraSource camera{desktop.cameraSession};
     std::unique_ptr<Recorder> recorder = std::make_unique<Recorder>(model, camera, desktop.record());
 };
 
