@@ -34,6 +34,7 @@ void AppDelegate::stopComponents() {
     poller_.stop();
     scrollPan_.stop();
     touchPad_->stop();
+    camera_.stop();
     overlay_.setCameraLayer({});
     stopOverlay();
 }

@@ -20,6 +20,16 @@ void letItRecordFor(double seconds) { std::this_thread::sleep_for(std::chrono::d
 
 class TakeTest : public testing::Test {
 protected:
+    // The tile would hide what is looked at.
+    TakeTest() { setOptions(R"({"pipEnabled": false})"); }
+
+    // Before kasto starts.
+    void setOptions(const std::string& json) const {
+        const auto folder = desktop.home() / ".config/kasto";
+        std::filesystem::create_directories(folder);
+        writeFile(folder / "preferences.json", json);
+    }
+
     int command(const std::string& word) const { return desktop.run({KASTO, "kasto:" + word}); }
 
     void record() {

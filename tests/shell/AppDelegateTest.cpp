@@ -34,6 +34,27 @@ TEST_F(AppDelegateTest, startsOneTakeForSeveralRequestsAndFinishesItOnce) {
     EXPECT_TRUE(loopUntil([&] { return stopsLogged() == 2; }));
 }
 
+TEST_F(AppDelegateTest, runsTheChosenCameraWhileATakeWithATileRuns) {
+    auto& session = desktop.cameraSession;
+    session.cameras = {{"front", "Front"}, {"back", "Back"}};
+    EXPECT_EQ(delegate->cameras(), session.cameras);
+    const auto runs = [&](const std::string& id) {
+        return loopUntil([&] { return session.running() == id; });
+    };
+
+    delegate->chooseCamera("back");
+    record();
+    EXPECT_TRUE(runs("back"));
+    delegate->chooseCamera(std::nullopt);
+    EXPECT_TRUE(runs("front"));
+    delegate->setPipEnabled(false);
+    EXPECT_TRUE(runs(""));
+    delegate->setPipEnabled(true);
+    EXPECT_TRUE(runs("front"));
+    delegate->toggleRecording();
+    EXPECT_TRUE(runs(""));
+}
+
 TEST_F(AppDelegateTest, showsWhyATakeCouldNotStartAndStaysUsable) {
     desktop.screenCapture.startError = Error{"the screen is <b>gone</b>"};
     delegate->startRecording();
