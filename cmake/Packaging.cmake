@@ -11,6 +11,7 @@ install(FILES ${resources}/search/app.tolvane.kasto.search-provider.ini
     DESTINATION ${CMAKE_INSTALL_DATADIR}/gnome-shell/search-providers)
 install(FILES ${resources}/search/app.tolvane.kasto.krunner.desktop
     DESTINATION ${CMAKE_INSTALL_DATADIR}/krunner/dbusplugins RENAME app.tolvane.kasto.desktop)
+install(FILES ${resources}/60-kasto-touchpad.rules DESTINATION lib/udev/rules.d)
 install(FILES ${resources}/kasto.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
 install(DIRECTORY ${resources}/icons/ DESTINATION ${CMAKE_INSTALL_DATADIR}/icons/hicolor)
 # The typefaces are in the program, their licences go along with it.
