@@ -1,0 +1,86 @@
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <string>
+
+struct pw_core;
+struct pw_loop;
+struct pw_registry;
+
+namespace kasto {
+
+// A device or a stream of the media server, as it announces itself.
+struct MediaNode {
+    std::uint32_t id = 0;      // while it is there
+    std::uint64_t serial = 0;  // never used again
+    std::string name;          // the same whenever it is plugged into the same place
+    std::string description;   // for people; the name where it has none
+    std::string mediaClass;    // "Audio/Sink", "Video/Source", …
+    std::string role;
+};
+
+enum class MediaDefault { audioSink, audioSource, videoSource };
+
+// Told on the connection's thread.
+class PipeWireObserver {
+public:
+    virtual ~PipeWireObserver() = default;
+
+    // Nodes came or went, a default changed, or the server was reached: the connection knows what there is.
+    virtual void mediaChanged() = 0;
+
+    // The server is gone: proxies and streams made from its core must be destroyed before this returns.
+    virtual void serverGone() = 0;
+};
+
+// The program's one connection to the PipeWire server of the user's session, with a thread of its own.
+// Without a server it tries again every second, also after the server went; what happens to it is logged.
+//
+// Construction and destruction: any thread but its own. Everything else: with the lock held, or on the
+// connection's thread (in callbacks of the library and of observers), which holds it.
+class PipeWireConnection {
+public:
+    // The first attempt is made here; it does not wait for the server's answers.
+    PipeWireConnection();
+    ~PipeWireConnection();  // when no observer is left
+    PipeWireConnection(const PipeWireConnection&) = delete;
+    PipeWireConnection& operator=(const PipeWireConnection&) = delete;
+
+    // Keeps the connection's thread out while it lives. May be taken again by a thread that has it.
+    class Lock {
+    public:
+        explicit Lock(const PipeWireConnection& connection);
+        ~Lock();
+        Lock(const Lock&) = delete;
+        Lock& operator=(const Lock&) = delete;
+
+    private:
+        const PipeWireConnection& connection_;
+    };
+    [[nodiscard]] Lock lock() const { return Lock(*this); }
+
+    // Observers ask for the present state themselves when they are added.
+    void addObserver(PipeWireObserver& observer);
+    void removeObserver(PipeWireObserver& observer);
+
+    // None if the system had no thread or descriptor left for it.
+    pw_loop* loop() const;
+
+    // Both none while there is no server.
+    pw_core* core() const;
+    pw_registry* registry() const;
+
+    // What there is now, by id; empty while there is no server.
+    const std::map<std::uint32_t, MediaNode>& nodes() const;
+
+    // What the session manager has chosen, if that is there.
+    const MediaNode* defaultNode(MediaDefault which) const;
+
+private:
+    struct State;
+    const std::unique_ptr<State> state_;
+};
+
+}  // namespace kasto
