@@ -1,0 +1,149 @@
+#include "linux/pipewire/PipeWireSound.h"
+
+#include "base/AppIdentity.h"
+#include "base/DebugLog.h"
+#include "linux/pipewire/LoopSource.h"
+#include "linux/pipewire/PipeWireConnection.h"
+#include "linux/pipewire/SoundStream.h"
+
+#include <optional>
+#include <set>
+#include <string>
+#include <utility>
+
+namespace kasto {
+
+namespace {
+
+constexpr std::time_t kCheckS = 1;
+
+std::string labelOf(StreamOutputType type) {
+    return type == StreamOutputType::audio ? "system sound" : "microphone";
+}
+
+// Keeps one sort of sound flowing for as long as it is to: through changes of the default device, devices
+// that go and come, and a server that is started again.
+class PipeWireSoundRun final : public SoundRun, private PipeWireObserver {
+public:
+    PipeWireSoundRun(PipeWireConnection& connection, StreamOutputType type, StreamOutput& output,
+                     SerialQueue& queue)
+        : connection_(connection), type_(type), output_(output), queue_(queue) {
+        const auto held = connection_.lock();
+        look_ = loopEvent<&PipeWireSoundRun::followDefault>(connection_.loop(), this);
+        check_ = loopTimer<&PipeWireSoundRun::check>(connection_.loop(), this, kCheckS);
+        connection_.addObserver(*this);
+        followDefault();
+    }
+
+    ~PipeWireSoundRun() override {
+        const auto held = connection_.lock();
+        connection_.removeObserver(*this);
+        stream_.reset();
+        check_.reset();
+        look_.reset();
+    }
+
+private:
+    void mediaChanged() override {
+        if (look_) pw_loop_signal_event(connection_.loop(), look_.get());
+    }
+    void serverGone() override {
+        stream_.reset();
+        openedOn_.reset();
+    }
+
+    // The device the user has chosen. Without a microphone the session manager names the sink as the source.
+    const MediaNode* device() const {
+        if (type_ == StreamOutputType::audio) return connection_.defaultNode(MediaDefault::audioSink);
+        const auto* source = connection_.defaultNode(MediaDefault::audioSource);
+        const bool isSource = source && (source->mediaClass.starts_with("Audio/Source") ||
+                                         source->mediaClass == "Audio/Duplex");
+        return isSource ? source : nullptr;
+    }
+
+    void followDefault() {
+        const auto* chosen = device();
+        // A running stream of the sink follows by itself, and without a gap.
+        const bool follows = type_ == StreamOutputType::audio && stream_ && chosen;
+        if (follows || (chosen && openedOn_ == chosen->serial)) return;
+        stream_.reset();
+        openedOn_.reset();
+        if (chosen) open(*chosen);
+    }
+
+    void open(const MediaNode& device) {
+        openedOn_ = device.serial;
+        SoundStreamSettings settings{.name = std::string(kBundleIdentifier) +
+                                             (type_ == StreamOutputType::audio ? ".sound" : ".microphone"),
+                                     .title = "kasto " + labelOf(type_),
+                                     .channels = type_ == StreamOutputType::audio ? 2 : 1,
+                                     .ofTheSink = type_ == StreamOutputType::audio,
+                                     .source = {}};
+        if (type_ == StreamOutputType::microphone) settings.source = device.serial;
+        auto stream = SoundStream::open(
+            connection_, settings, [this](AudioSamples samples) { deliver(std::move(samples)); },
+            [this](const std::string& why) { streamEnded(why); });
+        if (!stream) return streamEnded(stream.error().description);
+        stream_ = std::move(*stream);
+        say(": " + device.description);
+    }
+
+    void deliver(AudioSamples samples) {
+        hasDelivered_ = true;
+        queue_.async([output = &output_, type = type_, buffer = SampleBuffer(std::move(samples))] {
+            output->streamDidOutputSampleBuffer(buffer, type);
+        });
+    }
+
+    // The device is not tried again before the next check: one that refuses would be asked without end.
+    void streamEnded(const std::string& why) {
+        stream_.reset();
+        say(" ended: " + why);
+        mediaChanged();
+    }
+
+    void check() {
+        const bool delivered = std::exchange(hasDelivered_, false);
+        if (delivered) said_.clear();
+        if (std::exchange(isFlowing_, delivered) != delivered)
+            say(delivered ? " arrives again" : " does not arrive");
+        if (stream_) return;
+        openedOn_.reset();
+        followDefault();
+    }
+
+    // Each line once until sound arrives again: what fails may fail every second.
+    void say(const std::string& what) {
+        if (said_.insert(what).second) DebugLog::log(labelOf(type_) + what);
+    }
+
+    PipeWireConnection& connection_;
+    const StreamOutputType type_;
+    StreamOutput& output_;
+    SerialQueue& queue_;
+
+    // Under the connection's lock.
+    LoopSource look_;
+    LoopSource check_;
+    std::unique_ptr<SoundStream> stream_;
+    std::optional<std::uint64_t> openedOn_;  // the device that was opened last, by its serial
+    bool hasDelivered_ = false;              // since the last check
+    bool isFlowing_ = true;
+    std::set<std::string> said_;
+};
+
+}  // namespace
+
+Result<std::unique_ptr<SoundRun>> PipeWireSound::start(StreamOutputType type, StreamOutput& output,
+                                                       SerialQueue& queue) {
+    if (type == StreamOutputType::screen) return failure("pictures are no sound");
+    if (!connection_.loop()) return failure("the media server cannot be reached");
+    return std::make_unique<PipeWireSoundRun>(connection_, type, output, queue);
+}
+
+bool PipeWireSound::deliversMicrophone() const {
+    const auto held = connection_.lock();
+    return connection_.core() != nullptr;
+}
+
+}  // namespace kasto

@@ -1,0 +1,173 @@
+#include "linux/pipewire/SoundStream.h"
+
+#include <spa/param/audio/format-utils.h>
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <cstdlib>
+#include <span>
+#include <utility>
+
+namespace kasto {
+
+namespace {
+
+constexpr std::size_t kRingS = 1;  // more than any pause of the connection's thread
+
+std::int64_t monotonicNs() {
+    timespec now{};
+    clock_gettime(CLOCK_MONOTONIC, &now);
+    return SPA_TIMESPEC_TO_NSEC(&now);
+}
+
+std::int64_t framesToNs(std::size_t frames) {
+    return static_cast<std::int64_t>(frames) * SPA_NSEC_PER_SEC / kSoundRate;
+}
+
+// What the buffer holds in whole frames; nothing if it is damaged.
+std::span<const float> samplesIn(const spa_buffer& buffer, int channels) {
+    if (buffer.n_datas == 0) return {};
+    const spa_data& data = buffer.datas[0];
+    if (!data.data || !data.chunk || (data.chunk->flags & SPA_CHUNK_FLAG_CORRUPTED)) return {};
+    const std::uint32_t offset = std::min(data.chunk->offset, data.maxsize);
+    const std::uint32_t bytes = std::min(data.chunk->size, data.maxsize - offset);
+    if (offset % sizeof(float) != 0) return {};
+    const auto* first = reinterpret_cast<const float*>(static_cast<const std::byte*>(data.data) + offset);
+    const std::size_t frames = bytes / sizeof(float) / static_cast<std::size_t>(channels);
+    return {first, frames * static_cast<std::size_t>(channels)};
+}
+
+pw_properties* propertiesOf(const SoundStreamSettings& settings) {
+    auto* properties = pw_properties_new(
+        PW_KEY_MEDIA_TYPE, "Audio", PW_KEY_MEDIA_CATEGORY, "Capture", PW_KEY_APP_NAME, "kasto", PW_KEY_APP_ID,
+        settings.name.c_str(), PW_KEY_NODE_NAME, settings.name.c_str(), PW_KEY_NODE_DESCRIPTION,
+        settings.title.c_str(), PW_KEY_NODE_LATENCY, "1024/48000",
+        // Stereo that becomes mono keeps its level.
+        "channelmix.normalize", "true",
+        // A mute or another source from a former take would be a silent one of this take.
+        "state.restore-props", "false", "state.restore-target", "false", nullptr);
+    if (settings.ofTheSink) pw_properties_set(properties, PW_KEY_STREAM_CAPTURE_SINK, "true");
+    if (settings.source)
+        pw_properties_setf(properties, PW_KEY_TARGET_OBJECT, "%llu",
+                           static_cast<unsigned long long>(*settings.source));
+    return properties;
+}
+
+}  // namespace
+
+const pw_stream_events SoundStream::kEvents = [] {
+    pw_stream_events events{};
+    events.version = PW_VERSION_STREAM_EVENTS;
+    events.state_changed = [](void* self, pw_stream_state, pw_stream_state state, const char* error) {
+        static_cast<SoundStream*>(self)->stateChanged(state, error);
+    };
+    events.process = [](void* self) { static_cast<SoundStream*>(self)->processBuffer(); };
+    return events;
+}();
+
+SoundStream::SoundStream(pw_loop* loop, int channels, Handler onSamples,
+                         std::function<void(std::string)> onEnd)
+    : loop_(loop),
+      channels_(channels),
+      onSamples_(std::move(onSamples)),
+      onEnd_(std::move(onEnd)),
+      ring_(kRingS * kSoundRate * static_cast<std::size_t>(channels)),
+      arrived_(loopEvent<&SoundStream::deliver>(loop, this)),
+      ended_(loopEvent<&SoundStream::end>(loop, this)) {}
+
+SoundStream::~SoundStream() {
+    if (!stream_) return;
+    spa_hook_remove(&listener_);
+    // Its realtime calls have ended when this returns.
+    pw_stream_destroy(stream_);
+}
+
+Result<std::unique_ptr<SoundStream>> SoundStream::open(PipeWireConnection& connection,
+                                                       const SoundStreamSettings& settings, Handler onSamples,
+                                                       std::function<void(std::string why)> onEnd) {
+    if (!connection.core()) return failure("there is no media server");
+    std::unique_ptr<SoundStream> stream(
+        new SoundStream(connection.loop(), settings.channels, std::move(onSamples), std::move(onEnd)));
+    if (auto connected = stream->connect(connection.core(), settings); !connected)
+        return std::unexpected(connected.error());
+    return stream;
+}
+
+Result<void> SoundStream::connect(pw_core* core, const SoundStreamSettings& settings) {
+    stream_ = pw_stream_new(core, settings.title.c_str(), propertiesOf(settings));
+    if (!stream_ || !arrived_ || !ended_) return failure("the sound stream cannot be made");
+    pw_stream_add_listener(stream_, &listener_, &kEvents, this);
+
+    spa_audio_info_raw format{};
+    format.format = SPA_AUDIO_FORMAT_F32;
+    format.rate = kSoundRate;
+    format.channels = static_cast<std::uint32_t>(channels_);
+    format.position[0] = channels_ == 1 ? SPA_AUDIO_CHANNEL_MONO : SPA_AUDIO_CHANNEL_FL;
+    format.position[1] = SPA_AUDIO_CHANNEL_FR;
+    std::array<std::uint8_t, 1024> memory{};
+    spa_pod_builder builder{};
+    spa_pod_builder_init(&builder, memory.data(), memory.size());
+    const spa_pod* wanted = spa_format_audio_raw_build(&builder, SPA_PARAM_EnumFormat, &format);
+
+    int flags = PW_STREAM_FLAG_AUTOCONNECT | PW_STREAM_FLAG_MAP_BUFFERS | PW_STREAM_FLAG_RT_PROCESS;
+    // Another source, or the system sound, would take the place of one that is unplugged.
+    if (settings.source) flags |= PW_STREAM_FLAG_DONT_RECONNECT;
+    const int error = pw_stream_connect(stream_, PW_DIRECTION_INPUT, PW_ID_ANY,
+                                        static_cast<pw_stream_flags>(flags), &wanted, 1);
+    if (error < 0) return std::unexpected(systemError("the sound stream cannot be connected", -error));
+    return {};
+}
+
+void SoundStream::processBuffer() {
+    pw_buffer* buffer = pw_stream_dequeue_buffer(stream_);
+    if (!buffer) return;
+    const auto samples = samplesIn(*buffer->buffer, channels_);
+    // A block for which there is no room is lost; the times of the next ones tell.
+    if (!samples.empty())
+        ring_.push(samples, captureTimeNs(samples.size() / static_cast<std::size_t>(channels_)));
+    pw_stream_queue_buffer(stream_, buffer);
+    pw_loop_signal_event(loop_, arrived_.get());
+}
+
+std::int64_t SoundStream::captureTimeNs(std::size_t frames) const {
+    const std::int64_t nowNs = monotonicNs();
+    pw_time time{};
+    const bool isTold = pw_stream_get_time_n(stream_, &time, sizeof time) >= 0 && time.now > 0 &&
+                        std::abs(nowNs - time.now) < SPA_NSEC_PER_SEC;
+    // Nothing in the buffer is from after this call.
+    if (!isTold) return nowNs - framesToNs(frames);
+    std::int64_t delayNs = 0;
+    if (time.rate.denom > 0) delayNs = time.delay * SPA_NSEC_PER_SEC * time.rate.num / time.rate.denom;
+    if (delayNs < 0 || delayNs > SPA_NSEC_PER_SEC) delayNs = 0;
+    return time.now - delayNs - framesToNs(std::min<std::size_t>(time.buffered, kSoundRate));
+}
+
+void SoundStream::deliver() {
+    while (auto block = ring_.pop()) {
+        const int frames = static_cast<int>(block->samples.size()) / channels_;
+        // One sample that is no number would silence an encoder for good.
+        for (float& sample : block->samples)
+            if (!std::isfinite(sample)) sample = 0;
+        onSamples_(
+            {.samples = std::move(block->samples),
+             .channels = channels_,
+             .presentationS = clock_.timeOf(static_cast<double>(block->timeNs) / SPA_NSEC_PER_SEC, frames),
+             .durationS = static_cast<double>(frames) / kSoundRate});
+    }
+}
+
+void SoundStream::stateChanged(pw_stream_state state, const char* error) {
+    if (state != PW_STREAM_STATE_ERROR && state != PW_STREAM_STATE_UNCONNECTED) return;
+    if (endedWith_) return;
+    endedWith_ = error ? error : "its source is gone";
+    // Whoever is told destroys the stream, which is not to be done within its own callback.
+    pw_loop_signal_event(loop_, ended_.get());
+}
+
+void SoundStream::end() {
+    const auto tell = onEnd_;
+    tell(*endedWith_);
+}
+
+}  // namespace kasto
