@@ -66,6 +66,7 @@ private:
         // A running stream of the sink follows by itself, and without a gap.
         const bool follows = type_ == StreamOutputType::audio && stream_ && chosen;
         if (follows || (chosen && openedOn_ == chosen->serial)) return;
+        if (stream_ && !chosen) say(" is gone");
         stream_.reset();
         openedOn_.reset();
         if (chosen) open(*chosen);
@@ -98,7 +99,7 @@ private:
     // The device is not tried again before the next check: one that refuses would be asked without end.
     void streamEnded(const std::string& why) {
         stream_.reset();
-        say(" ended: " + why);
+        say(why.empty() ? " is gone" : " ended: " + why);
         mediaChanged();
     }
 

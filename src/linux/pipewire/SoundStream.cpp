@@ -160,7 +160,7 @@ void SoundStream::deliver() {
 void SoundStream::stateChanged(pw_stream_state state, const char* error) {
     if (state != PW_STREAM_STATE_ERROR && state != PW_STREAM_STATE_UNCONNECTED) return;
     if (endedWith_) return;
-    endedWith_ = error ? error : "its source is gone";
+    endedWith_ = error ? error : "";
     // Whoever is told destroys the stream, which is not to be done within its own callback.
     pw_loop_signal_event(loop_, ended_.get());
 }

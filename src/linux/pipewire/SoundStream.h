@@ -34,7 +34,7 @@ class SoundStream {
 public:
     using Handler = std::function<void(AudioSamples)>;
 
-    // `onEnd` is called once, when nothing more will come: the node or the server's consent is gone.
+    // `onEnd` is called once, when nothing more will come, with an error if the server tells one.
     static Result<std::unique_ptr<SoundStream>> open(PipeWireConnection& connection,
                                                      const SoundStreamSettings& settings, Handler onSamples,
                                                      std::function<void(std::string why)> onEnd);

@@ -1,0 +1,133 @@
+// Sound for private desktops, that tells the time.
+//
+// test_sound play HZ [PROPERTY=VALUE…]: plays to the default speakers.
+// test_sound microphone NAME HZ [PROPERTY=VALUE…]: is a microphone of that name.
+//
+// A quiet tone of that pitch, and a loud one in the first tenth of every second of the monotonic clock.
+
+#include <pipewire/pipewire.h>
+#include <spa/param/audio/format-utils.h>
+
+#include <array>
+#include <cmath>
+#include <csignal>
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <numbers>
+#include <string>
+#include <vector>
+
+namespace kasto::demo {
+namespace {
+
+constexpr int kRate = 48'000;
+constexpr std::int64_t kSecondNs = 1'000'000'000;
+constexpr float kQuiet = 0.05F;
+constexpr float kLoud = 0.5F;
+
+struct Sound {
+    pw_main_loop* loop = nullptr;
+    pw_stream* stream = nullptr;
+    std::size_t channels = 2;
+    double hz = 440;
+    double phase = 0;
+};
+
+void process(void* data) {
+    auto& sound = *static_cast<Sound*>(data);
+    pw_buffer* buffer = pw_stream_dequeue_buffer(sound.stream);
+    if (!buffer) return;
+    spa_data& memory = buffer->buffer->datas[0];
+    const std::size_t frameBytes = sound.channels * sizeof(float);
+    std::size_t frames = memory.maxsize / frameBytes;
+    if (buffer->requested > 0) frames = std::min<std::size_t>(frames, buffer->requested);
+    pw_time time{};
+    pw_stream_get_time_n(sound.stream, &time, sizeof time);
+    auto* samples = static_cast<float*>(memory.data);
+    for (std::size_t i = 0; i < frames; ++i) {
+        const auto atNs = time.now + static_cast<std::int64_t>(i) * kSecondNs / kRate;
+        const float level = atNs % kSecondNs < kSecondNs / 10 ? kLoud : kQuiet;
+        sound.phase = std::fmod(sound.phase + sound.hz / kRate, 1);
+        const auto value = level * static_cast<float>(std::sin(2 * std::numbers::pi * sound.phase));
+        for (std::size_t channel = 0; channel < sound.channels; ++channel) *samples++ = value;
+    }
+    *memory.chunk = {.offset = 0,
+                     .size = static_cast<std::uint32_t>(frames * frameBytes),
+                     .stride = static_cast<std::int32_t>(frameBytes),
+                     .flags = 0};
+    pw_stream_queue_buffer(sound.stream, buffer);
+}
+
+void quit(void* data, int) { pw_main_loop_quit(static_cast<Sound*>(data)->loop); }
+
+int run(std::vector<std::string> arguments) {
+    const bool isMicrophone = arguments.size() >= 3 && arguments[0] == "microphone";
+    if (!isMicrophone && (arguments.size() < 2 || arguments[0] != "play")) {
+        std::fputs("usage: test_sound play HZ | microphone NAME HZ, and PROPERTY=VALUE\n", stderr);
+        return 2;
+    }
+    Sound sound;
+    auto* properties = pw_properties_new(PW_KEY_MEDIA_TYPE, "Audio", nullptr);
+    std::size_t used = 1;
+    if (isMicrophone) {
+        sound.channels = 1;
+        pw_properties_set(properties, PW_KEY_NODE_NAME, arguments[used].c_str());
+        pw_properties_set(properties, PW_KEY_NODE_DESCRIPTION, arguments[used++].c_str());
+        pw_properties_set(properties, PW_KEY_MEDIA_CLASS, "Audio/Source");
+        // Else the speakers' monitor stays the default source.
+        pw_properties_set(properties, PW_KEY_PRIORITY_SESSION, "2000");
+    } else {
+        pw_properties_set(properties, PW_KEY_MEDIA_CATEGORY, "Playback");
+    }
+    sound.hz = std::strtod(arguments[used++].c_str(), nullptr);
+    for (; used < arguments.size(); ++used) {
+        const auto equals = arguments[used].find('=');
+        if (equals == std::string::npos) continue;
+        pw_properties_set(properties, arguments[used].substr(0, equals).c_str(),
+                          arguments[used].substr(equals + 1).c_str());
+    }
+
+    sound.loop = pw_main_loop_new(nullptr);
+    pw_loop* loop = pw_main_loop_get_loop(sound.loop);
+    pw_loop_add_signal(loop, SIGINT, quit, &sound);
+    pw_loop_add_signal(loop, SIGTERM, quit, &sound);
+    pw_stream_events events{};
+    events.version = PW_VERSION_STREAM_EVENTS;
+    events.process = process;
+    events.state_changed = [](void* data, pw_stream_state, pw_stream_state state, const char*) {
+        if (state == PW_STREAM_STATE_ERROR || state == PW_STREAM_STATE_UNCONNECTED) quit(data, 0);
+    };
+    sound.stream = pw_stream_new_simple(loop, "test sound", properties, &events, &sound);
+    if (!sound.stream) return 1;
+
+    spa_audio_info_raw format{};
+    format.format = SPA_AUDIO_FORMAT_F32;
+    format.rate = kRate;
+    format.channels = static_cast<std::uint32_t>(sound.channels);
+    format.position[0] = isMicrophone ? SPA_AUDIO_CHANNEL_MONO : SPA_AUDIO_CHANNEL_FL;
+    format.position[1] = SPA_AUDIO_CHANNEL_FR;
+    std::array<std::uint8_t, 1024> memory{};
+    spa_pod_builder builder{};
+    spa_pod_builder_init(&builder, memory.data(), memory.size());
+    const spa_pod* offered = spa_format_audio_raw_build(&builder, SPA_PARAM_EnumFormat, &format);
+    int flags = PW_STREAM_FLAG_MAP_BUFFERS | PW_STREAM_FLAG_RT_PROCESS;
+    if (!isMicrophone) flags |= PW_STREAM_FLAG_AUTOCONNECT;
+    if (pw_stream_connect(sound.stream, PW_DIRECTION_OUTPUT, PW_ID_ANY, static_cast<pw_stream_flags>(flags),
+                          &offered, 1) < 0)
+        return 1;
+    pw_main_loop_run(sound.loop);
+    pw_stream_destroy(sound.stream);
+    pw_main_loop_destroy(sound.loop);
+    return 0;
+}
+
+}  // namespace
+}  // namespace kasto::demo
+
+int main(int argc, char** argv) {
+    pw_init(nullptr, nullptr);
+    const int status = kasto::demo::run({argv + 1, argv + argc});
+    pw_deinit();
+    return status;
+}

@@ -1,0 +1,162 @@
+// Sound of a real media server: speakers that play and a microphone that hears a beep at every full second.
+
+#include "linux/pipewire/PipeWireConnection.h"
+#include "linux/pipewire/PipeWireSound.h"
+#include "support/LogLines.h"
+#include "support/PrivatePipeWire.h"
+#include "support/WaitUntil.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+
+namespace kasto::test {
+namespace {
+
+// Listens for the beeps: where in a second they begin, and where sound is missing.
+class Listener : public StreamOutput {
+public:
+    struct Heard {
+        int channels = 0;
+        double loudest = 0;          // since it was asked last
+        std::vector<double> beepsS;  // begin, since the full second
+        double worstStepS = 0;       // between the end of a block and the time of the next
+        std::size_t blocks = 0;
+    };
+
+    void streamDidOutputSampleBuffer(const SampleBuffer& buffer, StreamOutputType) override {
+        const auto& sound = std::get<AudioSamples>(buffer);
+        heard_.with([&](Heard& heard) {
+            ++heard.blocks;
+            heard.channels = sound.channels;
+            for (std::size_t i = 0; i < sound.samples.size(); ++i) {
+                const double level = std::abs(sound.samples[i]);
+                heard.loudest = std::max(heard.loudest, level);
+                const double timeS = sound.presentationS + static_cast<double>(i) / sound.channels / 48'000.0;
+                if (level > 0.2 && timeS - loudS_ > 0.5) heard.beepsS.push_back(std::remainder(timeS, 1));
+                if (level > 0.2) loudS_ = timeS;
+            }
+        });
+    }
+
+    Heard heard() const { return heard_.copy(); }
+    void forget() { heard_.set({}); }
+
+private:
+    Guarded<Heard> heard_;
+    double loudS_ = 0;
+
+public:
+    // Last, so that it has run dry before the rest goes.
+    SerialQueue queue{"app.tolvane.kasto.audio", QueuePriority::userInteractive};
+};
+
+class PipeWireSoundTest : public testing::Test {
+protected:
+    static ChildProcess play() { return ChildProcess({TEST_SOUND, "play", "1000"}); }
+    static ChildProcess plugIn(const std::string& name) {
+        return ChildProcess({TEST_SOUND, "microphone", name, "700"});
+    }
+    static auto run(PipeWireSound& sound, StreamOutputType type, Listener& listener) {
+        auto run = sound.start(type, listener, listener.queue);
+        EXPECT_TRUE(run.has_value());
+        return std::move(run.value());
+    }
+    static bool waitForSound(Listener& listener) {
+        listener.forget();
+        return waitUntil([&] { return listener.heard().loudest > 0.04; });
+    }
+    bool waitForLine(const std::string& line) {
+        return waitUntil([&] { return log.count("kasto: " + line) > 0; });
+    }
+
+    LogLines log;
+};
+
+TEST_F(PipeWireSoundTest, tellsWhenEachSortOfSoundWasMade) {
+    constexpr double kQuantumS = 1024 / 48'000.0;
+    const PrivatePipeWire server;
+    const auto player = play();
+    const auto microphone = plugIn("mic one");
+    PipeWireConnection connection;
+    PipeWireSound sound(connection);
+    EXPECT_TRUE(sound.deliversMicrophone());
+    Listener played;
+    Listener spoken;
+    const auto playedRun = run(sound, StreamOutputType::audio, played);
+    const auto spokenRun = run(sound, StreamOutputType::microphone, spoken);
+    ASSERT_TRUE(waitForSound(played));
+    ASSERT_TRUE(waitForSound(spoken));
+    // What came in while the devices were linked is none of theirs.
+    for (auto* listener : {&played, &spoken}) listener->forget();
+    for (auto* listener : {&played, &spoken}) {
+        ASSERT_TRUE(waitUntil([&] { return listener->heard().beepsS.size() >= 4; }));
+        const auto heard = listener->heard();
+        EXPECT_EQ(heard.channels, listener == &played ? 2 : 1);
+        // Speakers play what they are given one round later.
+        for (std::size_t beep = 1; beep < heard.beepsS.size(); ++beep) {
+            EXPECT_GT(heard.beepsS[beep], -0.002);
+            EXPECT_LT(heard.beepsS[beep], kQuantumS + 0.002);
+        }
+        EXPECT_NEAR(heard.loudest, 0.5, 0.02);
+    }
+}
+
+TEST_F(PipeWireSoundTest, followsTheDefaultDevices) {
+    const PrivatePipeWire server;
+    PipeWireConnection connection;
+    PipeWireSound sound(connection);
+    Listener played;
+    Listener spoken;
+    const auto playedRun = run(sound, StreamOutputType::audio, played);
+    const auto spokenRun = run(sound, StreamOutputType::microphone, spoken);
+    // There is no microphone: the speakers' monitor is not to take its place.
+    const auto player = play();
+    ASSERT_TRUE(waitForSound(played));
+    EXPECT_TRUE(waitForLine("microphone does not arrive"));
+    EXPECT_EQ(spoken.heard().blocks, 0u);
+
+    PrivatePipeWire::tool(
+        "pw-metadata 0 default.configured.audio.sink '{ \"name\": \"test.sink.b\" }' Spa:String:JSON");
+    ASSERT_TRUE(waitUntil([] {
+        return PrivatePipeWire::tool("pw-link -l").find("test.sink.b:playback_FL") != std::string::npos;
+    }));
+    EXPECT_TRUE(waitForSound(played));
+    PrivatePipeWire::tool("pw-cli destroy test.sink.b");
+    EXPECT_TRUE(waitForSound(played));
+
+    std::optional<ChildProcess> microphone = plugIn("mic one");
+    EXPECT_TRUE(waitForLine("microphone: mic one"));
+    EXPECT_TRUE(waitForSound(spoken));
+    microphone.reset();
+    EXPECT_TRUE(waitForLine("microphone is gone"));
+    microphone.emplace(plugIn("mic two"));
+    EXPECT_TRUE(waitForLine("microphone: mic two"));
+    EXPECT_TRUE(waitForSound(spoken));
+}
+
+TEST_F(PipeWireSoundTest, outlivesTheServer) {
+    PrivatePipeWire server(false);
+    PipeWireConnection connection;
+    PipeWireSound sound(connection);
+    EXPECT_TRUE(waitForLine("no media server, so no sound and no camera: Host is down"));
+    EXPECT_FALSE(sound.deliversMicrophone());
+    Listener played;
+    auto playedRun = run(sound, StreamOutputType::audio, played);
+    for (int times = 0; times < 2; ++times) {
+        server.start();
+        const auto player = play();
+        EXPECT_TRUE(waitForSound(played));
+        server.kill();
+    }
+    EXPECT_TRUE(waitForLine("media server gone"));
+    playedRun.reset();
+    const auto before = played.heard().blocks;
+    server.start();
+    EXPECT_TRUE(waitUntil([&] { return sound.deliversMicrophone(); }));
+    EXPECT_EQ(played.heard().blocks, before);
+}
+
+}  // namespace
+}  // namespace kasto::test

@@ -1,0 +1,33 @@
+#pragma once
+
+#include "support/PrivateBus.h"
+#include "support/PrivateXServer.h"
+#include "support/TestFolder.h"
+
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace kasto::test {
+
+// A media server of the test's own with a session manager, two pairs of speakers ("test.sink.a", the default,
+// and "test.sink.b") and no device of the machine; the process's while this lives. Make it before the first
+// use of one. Throws where it cannot be started.
+class PrivatePipeWire {
+public:
+    explicit PrivatePipeWire(bool started = true);
+    PrivatePipeWire(const PrivatePipeWire&) = delete;
+
+    void start();  // returns when clients are served
+    void kill();   // as a crash does
+
+    // Runs one of the server's tools; what it prints.
+    static std::string tool(const std::string& command) { return outputOf(command + " 2>/dev/null"); }
+
+private:
+    TestFolder folder_;
+    PrivateBus bus_;
+    std::optional<ChildProcess> server_, manager_;
+};
+
+}  // namespace kasto::test
