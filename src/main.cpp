@@ -10,6 +10,8 @@
 #include "linux/freedesktop/DesktopWorkspace.h"
 #include "linux/freedesktop/QuitSignals.h"
 #include "linux/freedesktop/TrayStatusItems.h"
+#include "linux/pipewire/PipeWireConnection.h"
+#include "linux/pipewire/PipeWireSound.h"
 #include "linux/x11/X11Displays.h"
 #include "linux/x11/X11HotKeys.h"
 #include "linux/x11/X11OverlaySupport.h"
@@ -18,6 +20,7 @@
 #include "linux/x11/X11ScreenCapture.h"
 #include "platform/CameraSession.h"
 #include "platform/OwnWindows.h"
+#include "platform/ScreenCaptureWithSound.h"
 #include "shell/AppDelegate.h"
 #include "shell/CommandLine.h"
 #include "shell/Intents.h"
@@ -175,8 +178,11 @@ int runOnX11(int& argc, char** argv, const CommandLine& line) {
     if (!overlaySupport) return complain(overlaySupport.error(), kFailed);
     OwnWindows ownWindows;
     X11ScreenAccess screenAccess;
-    X11ScreenCapture screenCapture("", **displays, ownWindows);
     NoCameras cameraSession;
+    X11ScreenCapture pictures("", **displays, ownWindows);
+    PipeWireConnection mediaServer;
+    PipeWireSound sound(mediaServer);
+    ScreenCaptureWithSound screenCapture(pictures, sound);
     FfmpegMovieWriters movieWriters;
     FfmpegExports movieExports;
     DBusRunningInstance runningInstance;
