@@ -21,7 +21,6 @@ public:
         int channels = 0;
         double loudest = 0;          // since it was asked last
         std::vector<double> beepsS;  // begin, since the full second
-        double worstStepS = 0;       // between the end of a block and the time of the next
         std::size_t blocks = 0;
     };
 
