@@ -87,15 +87,17 @@ struct Bound {
 }  // namespace
 
 struct PipeWireConnection::State {
-    State();
+    State() = default;
     ~State();
 
+    void begin();
     void connect();
     void disconnect();
     void tryAgain();  // the retry timer's
 
     void globalAdded(std::uint32_t id, const char* type, const spa_dict* properties);
     void globalRemoved(std::uint32_t id);
+    void readDefaults();
     void defaultChanged(std::uint32_t subject, const char* key, const char* value);
     void failed(std::uint32_t id, int error);
     void tellChange() const;
@@ -117,6 +119,7 @@ struct PipeWireConnection::State {
     std::map<std::uint32_t, MediaNode> nodes;
     std::map<MediaDefault, std::string> defaults;  // by name
     std::vector<PipeWireObserver*> observers;
+    bool isBegun = false;
     bool saidUnreachable = false;
 };
 
@@ -150,8 +153,9 @@ const pw_metadata_events PipeWireConnection::State::kMetadataEvents = [] {
     return events;
 }();
 
-PipeWireConnection::State::State() {
+void PipeWireConnection::State::begin() {
     pw_init(nullptr, nullptr);
+    isBegun = true;
     thread.reset(pw_thread_loop_new("pipewire", nullptr));
     if (!thread) return;
     auto* threadLoop = pw_thread_loop_get_loop(thread.get());
@@ -178,7 +182,7 @@ PipeWireConnection::State::~State() {
     }
     context.reset();
     thread.reset();
-    pw_deinit();
+    if (isBegun) pw_deinit();
 }
 
 void PipeWireConnection::State::connect() {
@@ -217,14 +221,19 @@ void PipeWireConnection::State::globalAdded(std::uint32_t id, const char* type, 
     if (kind == PW_TYPE_INTERFACE_Node) {
         nodes[id] = nodeOf(id, properties);
         tellChange();
-    } else if (kind == PW_TYPE_INTERFACE_Metadata && !metadata.proxy &&
+    } else if (kind == PW_TYPE_INTERFACE_Metadata && metadataId == PW_ID_ANY &&
                textOf(properties, PW_KEY_METADATA_NAME) == "default") {
-        metadata.proxy =
-            static_cast<pw_metadata*>(pw_registry_bind(registry.proxy, id, type, PW_VERSION_METADATA, 0));
-        if (!metadata.proxy) return;
         metadataId = id;
-        pw_metadata_add_listener(metadata.proxy, &metadata.listener, &kMetadataEvents, this);
+        readDefaults();
     }
+}
+
+void PipeWireConnection::State::readDefaults() {
+    metadata.release();
+    if (metadataId == PW_ID_ANY || !registry.proxy) return;
+    metadata.proxy = static_cast<pw_metadata*>(
+        pw_registry_bind(registry.proxy, metadataId, PW_TYPE_INTERFACE_Metadata, PW_VERSION_METADATA, 0));
+    if (metadata.proxy) pw_metadata_add_listener(metadata.proxy, &metadata.listener, &kMetadataEvents, this);
 }
 
 void PipeWireConnection::State::globalRemoved(std::uint32_t id) {
@@ -260,6 +269,7 @@ void PipeWireConnection::State::tellChange() const {
 }
 
 PipeWireConnection::Lock::Lock(const PipeWireConnection& connection) : connection_(connection) {
+    std::call_once(connection_.begun_, [this] { connection_.state_->begin(); });
     if (connection_.state_->thread) pw_thread_loop_lock(connection_.state_->thread.get());
 }
 
@@ -292,5 +302,7 @@ const MediaNode* PipeWireConnection::defaultNode(MediaDefault which) const {
         state_->nodes, [&](const auto& entry) { return entry.second.name == name->second; });
     return node == state_->nodes.end() ? nullptr : &node->second;
 }
+
+void PipeWireConnection::rereadDefaults() { state_->readDefaults(); }
 
 }  // namespace kasto

@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <map>
 #include <memory>
+#include <mutex>
 #include <string>
 
 struct pw_core;
@@ -42,7 +43,6 @@ public:
 // connection's thread (in callbacks of the library and of observers), which holds it.
 class PipeWireConnection {
 public:
-    // The first attempt is made here; it does not wait for the server's answers.
     PipeWireConnection();
     ~PipeWireConnection();  // when no observer is left
     PipeWireConnection(const PipeWireConnection&) = delete;
@@ -65,7 +65,7 @@ public:
     void addObserver(PipeWireObserver& observer);
     void removeObserver(PipeWireObserver& observer);
 
-    // None if the system had no thread or descriptor left for it.
+    // None if the system has no thread or descriptor left for it.
     pw_loop* loop() const;
 
     // Both none while there is no server.
@@ -78,9 +78,14 @@ public:
     // What the session manager has chosen, if that is there.
     const MediaNode* defaultNode(MediaDefault which) const;
 
+    // Asks for the session manager's choices again: a server has been seen to lose a change that came while
+    // they were being asked for. Observers are told what comes.
+    void rereadDefaults();
+
 private:
     struct State;
     const std::unique_ptr<State> state_;
+    mutable std::once_flag begun_;
 };
 
 }  // namespace kasto

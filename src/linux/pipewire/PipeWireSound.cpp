@@ -25,10 +25,10 @@ std::string labelOf(StreamOutputType type) {
 // that go and come, and a server that is started again.
 class PipeWireSoundRun final : public SoundRun, private PipeWireObserver {
 public:
+    // With the connection's lock held.
     PipeWireSoundRun(PipeWireConnection& connection, StreamOutputType type, StreamOutput& output,
                      SerialQueue& queue)
         : connection_(connection), type_(type), output_(output), queue_(queue) {
-        const auto held = connection_.lock();
         look_ = loopEvent<&PipeWireSoundRun::followDefault>(connection_.loop(), this);
         check_ = loopTimer<&PipeWireSoundRun::check>(connection_.loop(), this, kCheckS);
         connection_.addObserver(*this);
@@ -109,6 +109,7 @@ private:
         if (std::exchange(isFlowing_, delivered) != delivered)
             say(delivered ? " arrives again" : " does not arrive");
         if (stream_) return;
+        connection_.rereadDefaults();
         openedOn_.reset();
         followDefault();
     }
@@ -138,6 +139,7 @@ private:
 Result<std::unique_ptr<SoundRun>> PipeWireSound::start(StreamOutputType type, StreamOutput& output,
                                                        SerialQueue& queue) {
     if (type == StreamOutputType::screen) return failure("pictures are no sound");
+    const auto held = connection_.lock();
     if (!connection_.loop()) return failure("the media server cannot be reached");
     return std::make_unique<PipeWireSoundRun>(connection_, type, output, queue);
 }
