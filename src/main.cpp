@@ -149,11 +149,14 @@ int forwardToRunning(RunningInstance& instance, const CommandLine& line) {
 }
 
 // Becomes the running kasto, or hands everything to the one that is.
-int claimAndRun(const Desktop& desktop, const CommandLine& line, Automation& automation) {
+int claimAndRun(const Desktop& desktop, const CommandLine& line, Automation& automation,
+                const PipeWireConnection& mediaServer) {
     const auto claimed = desktop.runningInstance.claim();
     if (claimed && !*claimed) return forwardToRunning(desktop.runningInstance, line);
     makeLogFolder();
     if (!claimed) DebugLog::log("runs alone: " + claimed.error().description);
+    // Here and not at the first take, whose thread gives way to others.
+    static_cast<void>(mediaServer.lock());
     return runApplication(desktop, line, automation);
 }
 
@@ -204,7 +207,7 @@ int runOnX11(int& argc, char** argv, const CommandLine& line) {
                         .hotKeys = hotKeys,
                         .workspace = workspace,
                         .statusItems = statusItems},
-                       line, automation);
+                       line, automation, mediaServer);
 }
 
 }  // namespace

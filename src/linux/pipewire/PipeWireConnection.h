@@ -36,10 +36,12 @@ public:
     virtual void serverGone() = 0;
 };
 
-// The program's one connection to the PipeWire server of the user's session, with a thread of its own.
-// Without a server it tries again every second, also after the server went; what happens to it is logged.
+// The program's one connection to the PipeWire server of the user's session, with a thread of its own. It
+// connects when its lock is first taken, without waiting for the server's answers; its threads get the
+// priority of the thread that does. Without a server it tries again every second, also after the server went;
+// what happens to it is logged.
 //
-// Construction and destruction: any thread but its own. Everything else: with the lock held, or on the
+// Construction, destruction and lock(): any thread. Everything else: with the lock held, or on the
 // connection's thread (in callbacks of the library and of observers), which holds it.
 class PipeWireConnection {
 public:
