@@ -16,6 +16,7 @@ namespace kasto {
 namespace {
 
 constexpr std::time_t kCheckS = 1;
+constexpr int kQuietChecks = 3;  // after which a stream is opened anew
 
 std::string labelOf(StreamOutputType type) {
     return type == StreamOutputType::audio ? "system sound" : "microphone";
@@ -108,7 +109,10 @@ private:
         if (delivered) said_.clear();
         if (std::exchange(isFlowing_, delivered) != delivered)
             say(delivered ? " arrives again" : " does not arrive");
-        if (stream_) return;
+        quietChecks_ = delivered ? 0 : quietChecks_ + 1;
+        // A stream that nobody links to its device any more does not end.
+        if (delivered || (stream_ && quietChecks_ % kQuietChecks != 0)) return;
+        stream_.reset();
         connection_.rereadDefaults();
         openedOn_.reset();
         followDefault();
@@ -131,6 +135,7 @@ private:
     std::optional<std::uint64_t> openedOn_;  // the device that was opened last, by its serial
     bool hasDelivered_ = false;              // since the last check
     bool isFlowing_ = true;
+    int quietChecks_ = 0;
     std::set<std::string> said_;
 };
 
