@@ -10,6 +10,7 @@
 #include "linux/freedesktop/DesktopWorkspace.h"
 #include "linux/freedesktop/QuitSignals.h"
 #include "linux/freedesktop/TrayStatusItems.h"
+#include "linux/pipewire/PipeWireCameras.h"
 #include "linux/pipewire/PipeWireConnection.h"
 #include "linux/pipewire/PipeWireSound.h"
 #include "linux/x11/X11Displays.h"
@@ -18,7 +19,6 @@
 #include "linux/x11/X11Pointer.h"
 #include "linux/x11/X11ScreenAccess.h"
 #include "linux/x11/X11ScreenCapture.h"
-#include "platform/CameraSession.h"
 #include "platform/OwnWindows.h"
 #include "platform/ScreenCaptureWithSound.h"
 #include "shell/AppDelegate.h"
@@ -81,18 +81,6 @@ private:
     }
 
     std::optional<X11HotKeys> keys_;
-};
-
-// While no camera service is linked.
-class NoCameras final : public CameraSession {
-public:
-    CameraAccess access() const override { return CameraAccess::authorised; }
-    void requestAccess(std::function<void(bool granted)> answer) override { answer(true); }
-    std::vector<CameraDevice> devices() const override { return {}; }
-    std::optional<CameraDevice> defaultDevice() const override { return std::nullopt; }
-    Result<std::unique_ptr<CameraRun>> run(const std::string&, SerialQueue&, FrameHandler) override {
-        return failure("there is no camera");
-    }
 };
 
 void makeLogFolder() {
@@ -186,6 +174,7 @@ int runOnX11(int& argc, char** argv, const CommandLine& line) {
     PipeWireConnection mediaServer;
     PipeWireSound sound(mediaServer);
     ScreenCaptureWithSound screenCapture(pictures, sound);
+    PipeWireCameras cameraSession(mediaServer);
     FfmpegMovieWriters movieWriters;
     FfmpegExports movieExports;
     DBusRunningInstance runningInstance;
