@@ -102,6 +102,33 @@ TEST_F(TakeTest, recordsTheScreenInItsColoursAtASteadyPace) {
     EXPECT_LE(holes, times.size() / 10);
 }
 
+TEST_F(TakeTest, showsTheWebcamInItsTileUntilItIsUnplugged) {
+    setOptions(R"({"roundCamera": false})");
+    auto webcam = desktop.start({TEST_WEBCAM, "cam", "Webcam", "YUY2", "640x480", "30"});
+    const auto kasto = desktop.startKasto();
+    record();
+    letItRecordFor(1.5);
+    webcam.kill();
+    ASSERT_TRUE(desktop.waitForLog("camera delivers no pictures"));
+    letItRecordFor(0.5);
+    EXPECT_EQ(command("stop"), 0);
+    ASSERT_TRUE(desktop.waitForLog(" stopped → kasto-"));
+
+    // The tile is 307.2 x 230.4 wide and high, 24 from the edges of the movie.
+    const MovieProbe movie(theMovie());
+    const auto errorAt = [](const std::vector<std::uint8_t>& picture, int x, int y, Colour wanted) {
+        const auto* shown = &picture.at(static_cast<std::size_t>(3 * (y * chart::kScreenWidth + x)));
+        return std::max({std::abs(shown[0] - wanted.red), std::abs(shown[1] - wanted.green),
+                         std::abs(shown[2] - wanted.blue)});
+    };
+    const auto before = movie.pictureAt(1.2);
+    EXPECT_LE(errorAt(before, 958, 475, {200, 30, 20}), 12);
+    EXPECT_LE(errorAt(before, 1247, 687, {20, 30, 200}), 12);
+    const auto after = movie.pictureAt(static_cast<double>(movie.times().back()) / 600 - 0.1);
+    for (const auto& [x, y] : {std::pair{958, 475}, {1247, 687}})
+        EXPECT_LE(errorAt(after, x, y, {23, 23, 28}), 3);
+}
+
 TEST_F(TakeTest, leavesAPlayableMovieWhenKilled) {
     const auto client = desktop.showChart();
     auto kasto = desktop.startKasto();
