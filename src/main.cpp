@@ -169,7 +169,6 @@ int runOnX11(int& argc, char** argv, const CommandLine& line) {
     if (!overlaySupport) return complain(overlaySupport.error(), kFailed);
     OwnWindows ownWindows;
     X11ScreenAccess screenAccess;
-    NoCameras cameraSession;
     X11ScreenCapture pictures("", **displays, ownWindows);
     PipeWireConnection mediaServer;
     PipeWireSound sound(mediaServer);

@@ -188,8 +188,9 @@ private:
     std::unique_ptr<QTimer> permissionTimer_;  // while the right to record is waited for
     std::unique_ptr<HotKey> hotKey_;           // none where the chord is taken
 
-    // None before it is first asked for.
+    // None before they are first asked for.
     std::unique_ptr<SettingsController> settings_;
+    std::unique_ptr<RegionPicker> regionPicker_;
     // From launch to exit.
     std::unique_ptr<MainMenu> mainMenu_;
     std::unique_ptr<PopupMenu> statusMenu_;
@@ -199,9 +200,6 @@ private:
     std::unique_ptr<StatusItem> stopItem_;
     QTimer titleTimer_;
     std::unique_ptr<HotKeyRegistration> quickClick_;
-    std::unique_ptr<QTimer> permissionTimer_;     // while the right to record is waited for
-    std::unique_ptr<RegionPicker> regionPicker_;  // made on first use
-    std::unique_ptr<HotKey> hotKey_;              // none where the chord is taken
 };
 
 }  // namespace kasto
