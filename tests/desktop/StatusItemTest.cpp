@@ -46,6 +46,9 @@ protected:
 TEST_F(StatusItemTest, mouseAndHotKeyReachTheProgramWhileItsMenusAreOpen) {
     const auto clients = desktop.start({DESKTOP_CLIENTS, "scene"});
     ASSERT_EQ(type({"search", "--sync", "--onlyvisible", "--name", "^notes$"}), 0);
+    // Without the overlay, which has windows of its own.
+    std::filesystem::create_directories(desktop.home() / ".config/kasto");
+    writeFile(desktop.home() / ".config/kasto/preferences.json", R"({"showMarquee": false})");
     const auto kasto = desktop.startKasto();
     const auto tray = desktop.start({"tint2"});  // later than the program
     ASSERT_TRUE(shows(0, 1));

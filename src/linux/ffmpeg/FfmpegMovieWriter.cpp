@@ -81,8 +81,8 @@ void FfmpegMovieWriter::finishWriting() {
     if (status() != WriterStatus::writing) return;
     endTracks();
     const auto finished = file_->finish();
-    // An encoder's error came first, if there are two.
-    if (const auto failed = trackError()) {
+    // The encoder's error came first, if there are two. Pictures whose sound ended early are a movie.
+    if (const auto failed = video_->error()) {
         fail(*failed);
     } else if (!finished) {
         fail(finished.error());

@@ -1,12 +1,11 @@
+#include "linux/freedesktop/BusApplication.h"
 #include "linux/freedesktop/DBusAutomation.h"
 #include "linux/freedesktop/DBusRunningInstance.h"
 #include "linux/freedesktop/SearchAdaptors.h"
 #include "linux/freedesktop/ShortcutSearch.h"
-#include "support/PrivateBus.h"
 
 #include <gtest/gtest.h>
 
-#include <QCoreApplication>
 #include <QDBusConnection>
 #include <QDBusMessage>
 #include <QDBusReply>
@@ -68,9 +67,6 @@ private:
 };
 
 TEST(DBusAutomationTest, offersShortcutsToSearchesAndRunsActions) {
-    int argc = 0;
-    const PrivateBus bus;
-    QCoreApplication application(argc, nullptr);
     std::vector<std::string> performed;
     DBusRunningInstance instance;
     DBusAutomation automation(instance);
