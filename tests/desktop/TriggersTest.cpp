@@ -1,0 +1,104 @@
+// Every way to start and stop a take, one after the other on one desktop, with options changed in between.
+
+#include "desktop/DesktopSession.h"
+#include "support/MovieProbe.h"
+#include "support/WaitUntil.h"
+
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <thread>
+
+namespace kasto::test {
+namespace {
+
+class TriggersTest : public testing::Test {
+protected:
+    int callSearch(const std::string& path, const std::vector<std::string>& call) const {
+        std::vector<std::string> command{"dbus-send", "--session", "--print-reply",
+                                         "--dest=app.tolvane.kasto.search", path};
+        command.insert(command.end(), call.begin(), call.end());
+        return desktop.run(command);
+    }
+    int runnerRuns(const std::string& action) const {
+        return callSearch("/runner", {"org.kde.krunner1.Run", "string:" + action, "string:"});
+    }
+    int shellActivates(const std::string& action) const {
+        return callSearch("/search", {"org.gnome.Shell.SearchProvider2.ActivateResult", "string:" + action,
+                                      "array:string:start", "uint32:0"});
+    }
+    int action(const std::string& id) const { return desktop.run({KASTO, "--action", id}); }
+    int url(const std::string& word) const { return desktop.run({KASTO, "kasto://" + word}); }
+    int hotKey() const { return desktop.run({"xdotool", "key", "ctrl+alt+super+r"}); }
+    int xdotool(std::vector<std::string> command) const {
+        command.insert(command.begin(), "xdotool");
+        return desktop.run(command);
+    }
+
+    DesktopSession desktop;
+};
+
+TEST_F(TriggersTest, eachStartsOrStopsATakeAndTheLogTellsIt) {
+    const auto scene = desktop.start({DESKTOP_CLIENTS, "scene"});
+    ASSERT_EQ(xdotool({"search", "--sync", "--onlyvisible", "--name", "^notes$"}), 0);
+    auto kasto = desktop.startKasto();
+
+    const std::vector<std::pair<std::function<int()>, std::function<int()>>> takes{
+        {[&] { return hotKey(); }, [&] { return url("toggle"); }},
+        {[&] { return url("START"); }, [&] { return runnerRuns("stop-recording"); }},
+        {[&] { return runnerRuns("start-recording"); }, [&] { return action("stop-recording"); }},
+        {[&] { return action("toggle-recording"); }, [&] { return shellActivates("stop-recording"); }},
+        {[&] { return shellActivates("start-recording"); }, [&] { return hotKey(); }},
+    };
+    std::size_t count = 0;
+    for (const auto& [start, stop] : takes) {
+        EXPECT_EQ(action("stop-recording"), 0);  // nothing to stop yet
+        ASSERT_EQ(start(), 0) << count;
+        ++count;
+        ASSERT_TRUE(desktop.waitForLog(" recording ", count)) << count;
+        // A press, a zoom and a pan, as somebody who shows something does.
+        EXPECT_EQ(
+            xdotool({"mousemove", "400",   "300",   "click", "1",     "keydown", "ctrl",  "keydown", "alt",
+                     "click",     "4",     "click", "4",     "click", "4",       "keyup", "ctrl",    "sleep",
+                     "0.3",       "click", "5",     "keyup", "alt",   "sleep",   "0.4"}),
+            0);
+        ASSERT_EQ(stop(), 0) << count;
+        ASSERT_TRUE(desktop.waitForLog(" stopped → kasto-", count)) << count;
+    }
+    for (const auto* line : {" audio(sys) flowing", " ctrl-opt scroll zoom applied",
+                             " opt-scroll pan applied", " model zoom visible ("})
+        EXPECT_TRUE(desktop.waitForLog(line)) << line;
+    EXPECT_EQ(desktop.timesLogged(" url command: start"), 1u);
+    EXPECT_EQ(desktop.movies().size(), count);
+    for (const auto& movie : desktop.movies()) EXPECT_EQ(MovieProbe(movie).complaints(), "") << movie;
+}
+
+TEST_F(TriggersTest, optionsOutliveTheProgram) {
+    const auto scene = desktop.start({DESKTOP_CLIENTS, "scene"});
+    ASSERT_EQ(xdotool({"search", "--sync", "--onlyvisible", "--name", "^notes$"}), 0);
+    auto kasto = desktop.startKasto();
+    // The settings' window, its first toggle ("show clicks"), and away with Escape.
+    const auto isShown = [&] {
+        return xdotool({"search", "--onlyvisible", "--name", "^kasto settings$"}) == 0;
+    };
+    for (const auto* expected : {"\"showClicks\": false", "\"showClicks\": true", "\"showClicks\": false"}) {
+        ASSERT_EQ(url("settings"), 0);
+        ASSERT_TRUE(waitUntil(isShown));
+        ASSERT_EQ(desktop.run({"sh", "-c",
+                               "xdotool mousemove --window $(xdotool search --onlyvisible --name '^kasto "
+                               "settings$' | head -1) "
+                               "480 120 sleep 0.2 click 1"}),
+                  0);
+        EXPECT_TRUE(waitUntil([&] {
+            return readFile(desktop.home() / ".config/kasto/preferences.json").find(expected) !=
+                   std::string::npos;
+        })) << expected;
+        ASSERT_EQ(xdotool({"key", "Escape"}), 0);
+        ASSERT_TRUE(waitUntil([&] { return !isShown(); }));
+        kasto.end();
+        kasto = desktop.startKasto();
+    }
+}
+
+}  // namespace
+}  // namespace kasto::test
