@@ -25,6 +25,7 @@
 #include "shell/CommandLine.h"
 #include "shell/Intents.h"
 #include "ui/Brand.h"
+#include "ui/OwnWindowWatch.h"
 
 #include <QAbstractNativeEventFilter>
 #include <QApplication>
@@ -179,7 +180,7 @@ int runOnX11(int& argc, char** argv, const CommandLine& line) {
     DBusRunningInstance runningInstance;
     DBusAutomation automation(runningInstance);
     UiHotKeys hotKeys(application);
-    DesktopWorkspace workspace;
+    DesktopWorkspace workspace([&](QWidget& window) { watchOwnWindow(window, ownWindows); });
     TrayStatusItems statusItems;
     return claimAndRun({.displays = **displays,
                         .pointer = **pointer,

@@ -13,6 +13,7 @@
 #include <QLabel>
 #include <QProcess>
 #include <QUrl>
+#include <utility>
 
 namespace kasto {
 
@@ -28,6 +29,9 @@ void openUrl(const QUrl& url) {
 }
 
 }  // namespace
+
+DesktopWorkspace::DesktopWorkspace(std::function<void(QWidget& window)> prepare)
+    : prepare_(std::move(prepare)) {}
 
 DesktopWorkspace::~DesktopWorkspace() { delete chooser_; }
 
@@ -88,6 +92,7 @@ void DesktopWorkspace::chooseFolder(const FolderQuestion& question,
                          }
                      });
     chooser_->setWindowFlag(Qt::WindowStaysOnTopHint);
+    prepare_(*chooser_);
     chooser_->open();
     chooser_->raise();
     chooser_->activateWindow();

@@ -5,6 +5,7 @@
 #include <QPointer>
 
 class QFileDialog;
+class QWidget;
 
 namespace kasto {
 
@@ -12,6 +13,8 @@ namespace kasto {
 // Needs the application object.
 class DesktopWorkspace : public Workspace {
 public:
+    // Each window is handed to `prepare` before it is shown.
+    explicit DesktopWorkspace(std::function<void(QWidget& window)> prepare);
     ~DesktopWorkspace() override;
     void openFolder(const std::filesystem::path& folder) override;
     void openLink(const std::string& link) override;
@@ -21,6 +24,7 @@ public:
                       std::function<void(std::optional<std::filesystem::path>)> done) override;
 
 private:
+    const std::function<void(QWidget& window)> prepare_;
     QPointer<QFileDialog> chooser_;
 };
 

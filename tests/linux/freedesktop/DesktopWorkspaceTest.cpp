@@ -41,7 +41,8 @@ protected:
         return nullptr;
     }
 
-    DesktopWorkspace workspace;
+    std::vector<QWidget*> prepared;
+    DesktopWorkspace workspace{[this](QWidget& window) { prepared.push_back(&window); }};
     TestFolder folder;
 };
 
@@ -74,6 +75,7 @@ TEST_F(DesktopWorkspaceTest, AsksForAFolder) {
     ask();
     auto* dialog = chooser();
     ASSERT_TRUE(dialog);
+    EXPECT_EQ(prepared, std::vector<QWidget*>{dialog});
     EXPECT_EQ(dialog->directory().absolutePath().toStdString(), folder.path().string());
     EXPECT_EQ(dialog->labelText(QFileDialog::Accept), "use folder");
     EXPECT_EQ(dialog->findChild<QLabel*>("message")->text(), "finished takes land here");
