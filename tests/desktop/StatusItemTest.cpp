@@ -22,11 +22,14 @@ protected:
         return waitUntil([&] { return desktop.run({"sh", "-c", script}) == 0; });
     }
 
-    void pointAtItem() const {
-        ASSERT_EQ(desktop.run({"sh", "-c",
-                               "xdotool mousemove --window "
-                               "$(xdotool search --onlyvisible --class '^kasto$' | head -1) 8 8"}),
-                  0);
+    // At the first or the second of the icons.
+    void pointAtItem(int number = 1) const {
+        ASSERT_EQ(
+            desktop.run({"sh", "-c",
+                         "xdotool mousemove --window $(xdotool search --onlyvisible --class '^kasto$' | "
+                         "sed -n " +
+                             std::to_string(number) + "p) 8 8"}),
+            0);
     }
 
     int type(std::vector<std::string> command) const {
@@ -66,6 +69,21 @@ TEST_F(StatusItemTest, mouseAndHotKeyReachTheProgramWhileItsMenusAreOpen) {
     EXPECT_EQ(type({"key", "Down", "key", "Return"}), 0);
     EXPECT_TRUE(desktop.waitForLog(" stopped "));
     EXPECT_TRUE(shows(0, 1));
+
+    // Started from the menu, stopped by the item itself and by the stop button.
+    for (const int icon : {1, 2}) {
+        const auto takes = static_cast<std::size_t>(icon) + 1;
+        pointAtItem();
+        EXPECT_EQ(type({"click", "1"}), 0);
+        ASSERT_TRUE(shows(1, 1));
+        EXPECT_EQ(type({"key", "Down", "key", "Down", "key", "Return"}), 0);
+        ASSERT_TRUE(desktop.waitForLog(" recording ", takes));
+        ASSERT_TRUE(shows(0, 2));
+        pointAtItem(icon);
+        EXPECT_EQ(type({"click", "1"}), 0);
+        EXPECT_TRUE(desktop.waitForLog(" stopped ", takes));
+        EXPECT_TRUE(shows(0, 1));
+    }
 }
 
 }  // namespace
