@@ -30,7 +30,8 @@ public:
 private:
     double bytesPerSecond_;
     double secondsPerTick_;
-    double debtS_ = 0;  // seconds of the average rate that were spent too much; below zero: saved
+    // Seconds of the average rate that were spent too much; below zero: saved. The first picture gets some.
+    double debtS_ = -0.5;
 };
 
 }  // namespace kasto

@@ -15,9 +15,6 @@ namespace {
 // Slices of one picture; more of them gain little.
 constexpr unsigned kMostThreads = 8;
 
-// Each picture brings its own.
-constexpr int kUnusedQuantiser = 20;
-
 constexpr int kBt709 = 1;
 // Each sample of chroma is the mean of two by two pixels.
 constexpr int kChromaInTheCenter = 1;
@@ -51,8 +48,8 @@ bool isPrepared(x264_param_t& wanted, const VideoInputSettings& settings, const 
     wanted.i_fps_den = 1;
     wanted.i_timebase_num = 1;
     wanted.i_timebase_den = kVideoTimescale;
-    wanted.rc.i_rc_method = X264_RC_CQP;
-    wanted.rc.i_qp_constant = kUnusedQuantiser;
+    // Each picture brings its own quantiser; with a constant one libx264 would keep to its neighbourhood.
+    wanted.rc.i_rc_method = X264_RC_CRF;
     wanted.i_keyint_max = settings.maxKeyFrameInterval;
     // All threads work on one picture: none is held back.
     wanted.b_sliced_threads = 1;
