@@ -43,10 +43,9 @@ PixelBufferRef drawn(PixelFormat format, int width, int height,
 
 std::uint32_t pixelAt(const PixelBuffer& buffer, int column, int row);
 
-// BT.709 limited range in real numbers, of colours 0 to 1.
-std::array<double, 3> yuvOf(const Rgba& color);
-
-// Renders with `threads` and compares every sample of the target; `bounds` gives the target's size.
-void expectLooksAs(const ReferenceImage& expected, PixelFormat format, const Rect& bounds, int threads = 1);
+// Renders and compares every sample of the target, whose size `bounds` gives. No more than `tolerance` levels
+// may be between them; by default, what the image's operations may lose by rounding.
+void expectLooksAs(const ReferenceImage& expected, PixelFormat format, const Rect& bounds,
+                   std::optional<double> tolerance = {});
 
 }  // namespace kasto::test
