@@ -39,27 +39,22 @@ Effect effectOf(const std::vector<ScrollEvent>& scrolls) {
 TEST(ScrollPanMonitorTest, OptionPansAndControlOptionZooms) {
     struct Row {
         const char* what;
-        ScrollEvent scroll;
         bool inverted;
         double notchesIn;  // of zoom
         int right, down;   // signs of the pan
+        ScrollEvent scroll;
     };
     const Row rows[] = {
-        {"down", {.deltaPts = {0, -kNotch}, .option = true}, false, 0, 0, 1},
-        {"right, fn does not matter", {.deltaPts = {-9, 0}, .option = true, .fn = true}, false, 0, 1, 0},
-        {"inverted", {.deltaPts = {-9, -9}, .option = true}, true, 0, -1, -1},
-        {"no modifier", {.deltaPts = {9, 9}}, false, 0, 0, 0},
-        {"with command", {.deltaPts = {9, 9}, .command = true, .option = true}, false, 0, 0, 0},
-        {"zoom in", {.deltaPts = {0, kNotch}, .option = true, .control = true}, false, 1, 0, 0},
-        {"half a notch out",
-         {.deltaPts = {9, -kNotch / 2}, .option = true, .control = true},
-         true,
-         -0.5,
-         0,
-         0},
-        {"sideways", {.deltaPts = {kNotch, 0}, .option = true, .control = true}, false, 0, 0, 0},
-        {"zoom with fn", {.deltaPts = {0, 9}, .option = true, .control = true, .fn = true}, false, 0, 0, 0},
-        {"control alone", {.deltaPts = {0, 9}, .control = true}, false, 0, 0, 0},
+        {"down", false, 0, 0, 1, {.deltaPts = {0, -kNotch}, .option = true}},
+        {"right, whatever fn", false, 0, 1, 0, {.deltaPts = {-9, 0}, .option = true, .fn = true}},
+        {"inverted", true, 0, -1, -1, {.deltaPts = {-9, -9}, .option = true}},
+        {"no modifier", false, 0, 0, 0, {.deltaPts = {9, 9}}},
+        {"command", false, 0, 0, 0, {.deltaPts = {9, 9}, .command = true, .option = true}},
+        {"in", false, 1, 0, 0, {.deltaPts = {0, kNotch}, .option = true, .control = true}},
+        {"half out", true, -0.5, 0, 0, {.deltaPts = {9, -kNotch / 2}, .option = true, .control = true}},
+        {"sideways", false, 0, 0, 0, {.deltaPts = {kNotch, 0}, .option = true, .control = true}},
+        {"fn", false, 0, 0, 0, {.deltaPts = {0, 9}, .option = true, .control = true, .fn = true}},
+        {"control alone", false, 0, 0, 0, {.deltaPts = {0, 9}, .control = true}},
     };
     const auto sign = [](double moved) { return moved > 1 ? 1 : moved < -1 ? -1 : 0; };
     for (const auto& row : rows) {

@@ -25,33 +25,33 @@ TEST(ThreeFingerInterpreterTest, TellsGesturesFromRest) {
     for (int i = 0; i < 600; ++i) resting.push_back({3, 0.5 + 0.0001 * i, 0.1 + 0.00002 * i, i / 100.0});
     struct Row {
         const char* what;
-        std::vector<Frame> frames;
         int active;  // outputs
         double zoom, pan;
+        std::vector<Frame> frames;
     };
     // Engaged at t = 0.01, where no delta flows yet.
     const Frame arm{3, 0.5, 0.1, 0}, engage{3, 0.52, 0.1, 0.01};
     const Row rows[] = {
-        {"fingers that rest and creep", resting, 0, 0, 0},
-        {"the engaging frame has no deltas", {arm, engage}, 1, 0, 0},
-        {"a move", {arm, engage, {3, 0.53, 0.1, 0.02}}, 2, 0, 0.01},
-        {"a spread", {arm, {3, 0.5, 0.104, 0.01}, {3, 0.5, 0.105, 0.02}}, 2, 1.4 * std::log(105 / 104.0), 0},
-        {"a jump is cut", {arm, engage, {3, 0.52, 0.2, 0.02}, {3, 0.52, 0.01, 0.03}}, 3, 0, 0},
-        {"a flicker is survived",
-         {arm, engage, {2, 0.4, 0.1, 0.05}, {3, 0.7, 0.1, 0.11}, {3, 0.71, 0.1, 0.12}},
+        {"fingers that rest and creep", 0, 0, 0, resting},
+        {"the engaging frame has no deltas", 1, 0, 0, {arm, engage}},
+        {"a move", 2, 0, 0.01, {arm, engage, {3, 0.53, 0.1, 0.02}}},
+        {"a spread", 2, 1.4 * std::log(105 / 104.0), 0, {arm, {3, 0.5, 0.104, 0.01}, {3, 0.5, 0.105, 0.02}}},
+        {"a jump is cut", 3, 0, 0, {arm, engage, {3, 0.52, 0.2, 0.02}, {3, 0.52, 0.01, 0.03}}},
+        {"a flicker",
          3,
          0,
-         0.01},
-        {"a finger that is lifted ends it",
-         {arm, engage, {2, 0.4, 0.1, 0.05}, {2, 0.4, 0.1, 0.17}, {3, 0.7, 0.1, 0.2}, {3, 0.701, 0.1, 0.21}},
+         0.01,
+         {arm, engage, {2, 0.4, 0.1, 0.05}, {3, 0.7, 0.1, 0.11}, {3, 0.71, 0.1, 0.12}}},
+        {"a lifted finger",
          1,
          0,
-         0},
-        {"a gap arms again", {arm, engage, {3, 0.7, 0.1, 0.22}, {3, 0.701, 0.1, 0.23}}, 1, 0, 0},
-        {"one place for all fingers", {arm, engage, {3, 0.6, 0.002, 0.02}}, 1, 0, 0},
-        {"too many fingers", {{20, 0.5, 0.1, 0}, {20, 0.6, 0.2, 0.01}}, 0, 0, 0},
-        {"time that runs back", {arm, engage, {3, 0.53, 0.1, -5}, {3, 0.54, 0.1, 0.03}}, 2, 0, 0.01},
-        {"no numbers", {arm, {3, NAN, NAN, 0.01}, {3, 0.5, INFINITY, NAN}}, 0, 0, 0},
+         0,
+         {arm, engage, {2, 0.4, 0.1, 0.05}, {2, 0.4, 0.1, 0.17}, {3, 0.7, 0.1, 0.2}, {3, 0.701, 0.1, 0.21}}},
+        {"a gap arms again", 1, 0, 0, {arm, engage, {3, 0.7, 0.1, 0.22}, {3, 0.701, 0.1, 0.23}}},
+        {"one place for all fingers", 1, 0, 0, {arm, engage, {3, 0.6, 0.002, 0.02}}},
+        {"too many fingers", 0, 0, 0, {{20, 0.5, 0.1, 0}, {20, 0.6, 0.2, 0.01}}},
+        {"time that runs back", 2, 0, 0.01, {arm, engage, {3, 0.53, 0.1, -5}, {3, 0.54, 0.1, 0.03}}},
+        {"no numbers", 0, 0, 0, {arm, {3, NAN, NAN, 0.01}, {3, 0.5, INFINITY, NAN}}},
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.what);
@@ -110,9 +110,7 @@ protected:
 TEST_F(TouchPadZoomPanTest, FingersZoomAndPanTheModel) {
     touchPad->start();
     EXPECT_EQ(desktop.multitouch.started, (std::vector<void*>{&model, &desktop}));
-    touch(3, 0.5, 0.5, 0.1);
-    touch(3, 0.5, 0.5, 0.11);
-    touch(3, 0.5, 0.5, 0.125);
+    for (const double reach : {0.1, 0.11, 0.125}) touch(3, 0.5, 0.5, reach);
     const double zoom = std::pow(0.125 / 0.11, 1.4);
     EXPECT_NEAR(1000 / crop().width, zoom, 0.01);
 
@@ -120,9 +118,7 @@ TEST_F(TouchPadZoomPanTest, FingersZoomAndPanTheModel) {
     EXPECT_NEAR(1000 / crop().width, zoom, 0.01) << "two fingers need option";
     desktop.pointer.held.set({.option = true});
     t += 1;
-    touch(2, 0.5, 0.5, 0.1);
-    touch(2, 0.5, 0.5, 0.11);
-    touch(2, 0.5, 0.5, 0.125);
+    for (const double reach : {0.1, 0.11, 0.125}) touch(2, 0.5, 0.5, reach);
     EXPECT_NEAR(1000 / crop().width, zoom * std::pow(zoom, 1.15), 0.01);
 
     for (const bool inverted : {false, true}) {
