@@ -208,6 +208,10 @@ void expectLooksAs(const ReferenceImage& expected, PixelFormat format, const Rec
                    std::optional<double> tolerance) {
     const auto target =
         PixelBuffer::make(format, static_cast<int>(bounds.width), static_cast<int>(bounds.height));
+    for (int i = 0; i < target->planeCount(); ++i) {
+        const Plane& plane = target->plane(i);
+        std::fill_n(plane.data, plane.strideBytes * plane.height, 77);  // what was there before
+    }
     ImageContext(1).render(expected.image, *target, bounds);
 
     // Half a level for each rounding to bytes: two along the axes of a picture that is resampled, one for

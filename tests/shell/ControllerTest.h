@@ -4,24 +4,21 @@
 #include "support/FakeDesktop.h"
 #include "support/LogLines.h"
 #include "support/OffscreenQt.h"
+#include "support/WaitUntil.h"
 
 #include <gtest/gtest.h>
 
 #include <QApplication>
-#include <QDeadlineTimer>
 #include <algorithm>
 #include <memory>
 #include <string>
 
 namespace kasto::test {
 
-// Runs the event loop until the condition holds; false if it has not come about within a time that only a
-// hanging program needs.
+// Runs the event loop until the condition holds; false if it does not come about.
 template <class Condition>
 bool loopUntil(Condition&& condition) {
-    const QDeadlineTimer deadline(20'000);
-    while (!condition() && !deadline.hasExpired()) QCoreApplication::processEvents(QEventLoop::AllEvents, 20);
-    return condition();
+    return waitUntil([&] { return QCoreApplication::processEvents(), condition(); });
 }
 
 // A launched controller on a desktop of fakes.
