@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <set>
+#include <tuple>
 
 namespace kasto::test {
 namespace {
@@ -20,13 +21,7 @@ RenderSnapshot snapshotOf(double zoom, bool panned = false) {
 }
 
 TEST(OverlayLayoutTest, tellsTimeZoomPanAndTracks) {
-    struct Case {
-        double zoom;
-        bool panned;
-        int elapsedS;
-        std::string suffix;
-        std::string text;
-    };
+    using Case = std::tuple<double, bool, int, std::string, std::string>;
     for (const auto& [zoom, panned, elapsedS, suffix, text] : {
              Case{1.0, false, 0, "", "● rec 0:00"},
              Case{1.02, false, 59, " · mic", "● rec 0:59 · mic"},
