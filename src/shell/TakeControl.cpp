@@ -47,9 +47,9 @@ void AppDelegate::takeStarted(const Result<void>& started) {
     }
     applyPipState();
     poller_.start();
-    quickClick_ = desktop_.hotKeys.keepFnRightClick();
     scrollPan_.start();
     touchPad_->start();
+    quickClick_ = desktop_.hotKeys.keepFnRightClick();
     isRecording_ = true;
     closeMenus();
     spawnStopButton();
