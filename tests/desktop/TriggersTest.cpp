@@ -77,6 +77,8 @@ TEST_F(TriggersTest, optionsOutliveTheProgram) {
     const auto scene = desktop.start({DESKTOP_CLIENTS, "scene"});
     ASSERT_EQ(xdotool({"search", "--sync", "--onlyvisible", "--name", "^notes$"}), 0);
     auto kasto = desktop.startKasto();
+    ASSERT_EQ(url("record"), 0);  // the first change is made while a take runs
+    ASSERT_TRUE(desktop.waitForLog(" recording "));
     // The settings' window, its first toggle ("show clicks"), and away with Escape.
     const auto isShown = [&] {
         return xdotool({"search", "--onlyvisible", "--name", "^kasto settings$"}) == 0;
@@ -98,6 +100,8 @@ TEST_F(TriggersTest, optionsOutliveTheProgram) {
         kasto.end();
         kasto = desktop.startKasto();
     }
+    ASSERT_EQ(desktop.movies().size(), 1u);
+    EXPECT_EQ(MovieProbe(desktop.movies().front()).complaints(), "");
 }
 
 }  // namespace
