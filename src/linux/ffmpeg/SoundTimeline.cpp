@@ -41,7 +41,6 @@ SoundPlacement SoundTimeline::place(double timeS, std::int64_t frames) {
 
 std::int64_t SoundTimeline::missing(double movieTimeS) {
     movieTimeS_ = std::max(movieTimeS_, movieTimeS);
-    if (!hasBegun_) return 0;
     return std::max<std::int64_t>(0, std::llround((movieTimeS - kLateS) * kRate) - frames_);
 }
 

@@ -31,7 +31,7 @@ public:
     void advance(std::int64_t frames) { frames_ += frames; }
 
     // The movie has come to this time. Frames of silence that are missing when nothing was heard for long: a
-    // device may sleep.
+    // device may sleep, or come late. Filling as the movie goes on leaves no long hole to encode at once.
     std::int64_t missing(double movieTimeS);
 
     // The line's end.

@@ -55,20 +55,19 @@ void SoundTrack::encode(const AudioSamples& samples, double timeS) {
     addSilence(placement.silence);
     const std::span<const float> heard(samples.samples);
     const auto rest = heard.subspan(static_cast<std::size_t>(placement.skipped) * channels);
-    if (!error()) holds(encoder_->encode(rest, placement.stretch, toFile()));
+    if (!error()) extend(encoder_->encode(rest, placement.stretch, toFile()));
 }
 
 void SoundTrack::addSilence(std::int64_t frames) {
-    if (frames > 0) holds(encoder_->encodeSilence(frames, toFile()));
+    if (frames > 0) extend(encoder_->encodeSilence(frames, toFile()));
 }
 
-bool SoundTrack::holds(const Result<std::int64_t>& added) {
-    if (!added) {
+void SoundTrack::extend(const Result<std::int64_t>& added) {
+    if (added) {
+        timeline_.advance(*added);
+    } else {
         fail(added.error());
-        return false;
     }
-    timeline_.advance(*added);
-    return true;
 }
 
 void SoundTrack::movieReached(double movieTimeS) {
@@ -77,8 +76,7 @@ void SoundTrack::movieReached(double movieTimeS) {
 
 void SoundTrack::finish(double movieTimeS) {
     accepting_ = false;
-    // A track that never heard anything stays empty, and out of the movie.
-    if (error() || timeline_.frames() == 0) return;
+    if (error()) return;
     addSilence(std::llround(movieTimeS * SoundTimeline::kRate) - timeline_.frames());
     if (error()) return;
     if (const auto finished = encoder_->finish(toFile()); !finished) fail(finished.error());

@@ -49,7 +49,7 @@ public:
 private:
     void encode(const AudioSamples& samples, double timeS);
     void addSilence(std::int64_t frames);
-    bool holds(const Result<std::int64_t>& added);
+    void extend(const Result<std::int64_t>& added);
     PacketSink toFile();
     void fail(const Error& error);
 
