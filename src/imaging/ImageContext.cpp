@@ -16,6 +16,10 @@ namespace {
 // A thread's share at a time: small enough to spread evenly, large enough that what strips have in common
 // (the source rows at their seams) counts little.
 constexpr int kStripRows = 32;
+static_assert(kStripRows % BlockSet::kSidePx == 0);
+
+// Waking a thread costs about as much as drawing so many blocks.
+constexpr int kBlocksWorthAThread = 256;
 
 }  // namespace
 
@@ -24,11 +28,13 @@ public:
     explicit Engine(int threads)
         : pool_(threads), painters_(static_cast<std::size_t>(std::max(threads, 1))) {}
 
-    void render(const Image& image, PixelBuffer& target, const Rect& bounds) {
+    void render(const Image& image, PixelBuffer& target, const Rect& bounds, const BlockSet* only) {
         plan_.compile(image, target.width(), target.height(), bounds);
         rows_ = target.height();
         const int strips = (rows_ + kStripRows - 1) / kStripRows;
-        const int workers = std::min(pool_.workers(), strips);
+        only_ = only;
+        const int worthwhile = only ? 1 + only->count() / kBlocksWorthAThread : strips;
+        const int workers = std::min({pool_.workers(), strips, worthwhile});
         for (int i = 0; i < workers; ++i) {
             painters_[static_cast<std::size_t>(i)].begin(plan_, target);
         }
@@ -43,7 +49,7 @@ private:
         while (true) {
             const int top = engine.nextStrip_.fetch_add(1, std::memory_order_relaxed) * kStripRows;
             if (top >= engine.rows_) return;
-            painter.paint(top, std::min(top + kStripRows, engine.rows_));
+            painter.paint(top, std::min(top + kStripRows, engine.rows_), engine.only_);
         }
     }
 
@@ -51,6 +57,7 @@ private:
     RenderPlan plan_;
     std::vector<StripPainter> painters_;
     int rows_ = 0;
+    const BlockSet* only_ = nullptr;
     std::atomic<int> nextStrip_ = 0;
 };
 
@@ -59,7 +66,12 @@ ImageContext::ImageContext(int threads) : engine_(std::make_unique<Engine>(threa
 ImageContext::~ImageContext() = default;
 
 void ImageContext::render(const Image& image, PixelBuffer& target, const Rect& bounds) {
-    engine_->render(image, target, bounds);
+    engine_->render(image, target, bounds, nullptr);
+}
+
+void ImageContext::render(const Image& image, PixelBuffer& target, const Rect& bounds,
+                          const BlockSet& blocks) {
+    engine_->render(image, target, bounds, &blocks);
 }
 
 }  // namespace kasto

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "base/Geometry.h"
+#include "imaging/BlockSet.h"
 #include "imaging/Image.h"
 #include "imaging/PixelBuffer.h"
 
@@ -26,6 +27,9 @@ public:
     // transparent becomes black in i420 and bgrx, transparent in bgra. Colours are sRGB; an i420 target gets
     // BT.709 limited range.
     void render(const Image& image, PixelBuffer& target, const Rect& bounds);
+
+    // The same for these blocks of the target only, whose size the set has; the others stay as they are.
+    void render(const Image& image, PixelBuffer& target, const Rect& bounds, const BlockSet& blocks);
 
 private:
     class Engine;

@@ -11,6 +11,7 @@ constexpr int kBandRows = 2;
 
 // Rows for which it is found out together what has to be done: about the size of a pulse's parts.
 constexpr int kLookRows = 8;
+static_assert(BlockSet::kSidePx % kLookRows == 0);
 
 // Columns are converted by groups of this many, and composed by groups of that many, where the picture does
 // not tell otherwise: vectors are whole then and lie where those before them lay.
@@ -38,6 +39,7 @@ void StripPainter::begin(const RenderPlan& plan, PixelBuffer& target) {
     saved_.reserve(width);
     active_.reserve(plan.steps().size());
     touched_.reserve(plan.steps().size() + 1);
+    wanted_.reserve(width / BlockSet::kSidePx + 1);
     for (std::size_t i = 0; i < plan.resamplingCount(); ++i) pictures_.prepare(i, plan.resampling(i));
 }
 
@@ -50,13 +52,25 @@ Pixel* StripPainter::layerRow(int layer, int row) const {
     return layers_.data() + (layer * kBandRows + row - top_) * stride_;
 }
 
-void StripPainter::paint(int top, int bottom) {
+void StripPainter::paint(int top, int bottom, const BlockSet* only) {
     for (int look = top; look < bottom; look += kLookRows) {
         const int lookEnd = std::min(look + kLookRows, bottom);
+        findWanted(look, only);
+        if (wanted_.empty()) continue;
         findActive(look, lookEnd);
         for (int row = look; row < lookEnd; row += kBandRows)
             paintBand(row, std::min(row + kBandRows, lookEnd));
     }
+}
+
+void StripPainter::findWanted(int row, const BlockSet* only) {
+    const ColumnRun whole{0, target_->width()};
+    wanted_.clear();
+    if (!only) return wanted_.push_back(whole);
+    only->forEachRun(row / BlockSet::kSidePx, [&](int begin, int end) {
+        const ColumnRun blocks{begin * BlockSet::kSidePx, end * BlockSet::kSidePx};
+        wanted_.push_back(blocks.intersection(whole));
+    });
 }
 
 void StripPainter::findActive(int top, int bottom) {
@@ -95,8 +109,14 @@ void StripPainter::uniteTouched() {
 
 void StripPainter::paintBand(int top, int bottom) {
     top_ = top;
-    int done = 0;
-    for (const ColumnRun columns : touched_) {
+    for (const ColumnRun wanted : wanted_) paintBandOf(wanted, top, bottom);
+}
+
+void StripPainter::paintBandOf(ColumnRun wanted, int top, int bottom) {
+    int done = wanted.begin;
+    for (const ColumnRun touched : touched_) {
+        const ColumnRun columns = touched.intersection(wanted);
+        if (columns.isEmpty()) continue;
         convertUntouched({done, columns.begin});
         for (int row = top; row < bottom; ++row) paintRow(row, columns);
         if (isPlanar_) {
@@ -104,7 +124,7 @@ void StripPainter::paintBand(int top, int bottom) {
         }
         done = columns.end;
     }
-    convertUntouched({done, target_->width()});
+    convertUntouched({done, wanted.end});
 }
 
 // What a picture on top hides is not drawn at all.

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "imaging/BlockSet.h"
 #include "imaging/ColumnRun.h"
 #include "imaging/Kernels.h"
 #include "imaging/PictureRows.h"
@@ -20,13 +21,16 @@ public:
     // Gets ready for the strips of one render. The plan and the target have to stay until the last one.
     void begin(const RenderPlan& plan, PixelBuffer& target);
 
-    // Draws the target's rows [top, bottom), for i420 an even number from an even one on.
-    void paint(int top, int bottom);
+    // Draws the target's rows [top, bottom) from a multiple of BlockSet::kSidePx on, or only those blocks of
+    // them; for i420 the number is even.
+    void paint(int top, int bottom, const BlockSet* only);
 
 private:
+    void findWanted(int row, const BlockSet* only);
     void findActive(int top, int bottom);
     void uniteTouched();
     void paintBand(int top, int bottom);
+    void paintBandOf(ColumnRun wanted, int top, int bottom);
     void paintRow(int row, ColumnRun columns);
     void carryOut(const Step& step, int row, ColumnRun columns);
     void convertUntouched(ColumnRun columns);
@@ -48,8 +52,9 @@ private:
     PixelMemory drawn_;  // a row that goes over a layer
     PixelMemory saved_;  // a row of a layer
     PictureRows pictures_;
-    // Of the few rows at hand: the steps that change them, and the columns where more than the lowest picture
-    // is to be seen, in ascending order.
+    // Of the few rows at hand: the columns to be drawn, the steps that change them, and the columns where
+    // more than the lowest picture is to be seen, in ascending order.
+    std::vector<ColumnRun> wanted_;
     std::vector<const Step*> active_;
     std::vector<ColumnRun> touched_;
 };

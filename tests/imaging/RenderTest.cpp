@@ -4,6 +4,8 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cstdlib>
 #include <random>
 #include <string>
 #include <vector>
@@ -81,6 +83,20 @@ TEST(RenderTest, randomRecipesLookAsComputedPointByPoint) {
     });
 }
 
+// The most by which two pictures differ in what makes up a pixel; the fourth byte of bgrx means nothing.
+int sampleDifference(const PixelBuffer& a, const PixelBuffer& b, int x, int y) {
+    int most = 0;
+    for (int p = 0; p < a.planeCount(); ++p) {
+        const bool isPlanar = a.format() == PixelFormat::i420;
+        const int half = p == 0 ? 1 : 2;
+        const int bytes = isPlanar ? 1 : a.format() == PixelFormat::bgrx ? 3 : 4;
+        const auto at = (y / half) * a.plane(p).strideBytes + x / half * (isPlanar ? 1 : 4);
+        for (int i = 0; i < bytes; ++i)
+            most = std::max(most, std::abs(a.plane(p).data[at + i] - b.plane(p).data[at + i]));
+    }
+    return most;
+}
+
 // What a frame of a movie is made of: the screen with pulses, zoomed, and a tile over it.
 ReferenceImage frame(int width, int height, double zoom, Point origin, PixelFormat cameraFormat,
                      bool isRound) {
@@ -153,6 +169,37 @@ TEST(RenderTest, threadsDrawTheSameBits) {
             }
         }
     }
+}
+
+// Frames of a movie that changes bit by bit: what is drawn anew and what was there before fit together.
+TEST(RenderTest, blocksAloneLookAsInTheWholePicture) {
+    forEachVectorTarget([] {
+        ImageContext context(2);
+        std::minstd_rand random(9);
+        for (const auto& [zoom, origin] : {std::pair{1.0, Point{0, 0}}, {2, {20.3, 11.7}}, {5, {100, 40}}}) {
+            for (const PixelFormat format : kFormats) {
+                SCOPED_TRACE(testing::Message()
+                             << "zoom " << zoom << ", format " << static_cast<int>(format));
+                const auto image = frame(246, 134, zoom, origin, PixelFormat::bgrx, true).image;
+                const Rect bounds{0, 0, 246, 134};
+                const auto whole = PixelBuffer::make(format, 246, 134);
+                const auto parts = PixelBuffer::make(format, 246, 134);
+                context.render(image, *whole, bounds);
+                context.render({}, *parts, bounds);
+                const auto black = PixelBuffer::make(format, 246, 134);
+                context.render({}, *black, bounds);
+                BlockSet blocks(246, 134);
+                for (int i = 0; i < 40; ++i)
+                    blocks.add({static_cast<int>(random() % 246), static_cast<int>(random() % 134), 1, 1});
+                context.render(image, *parts, bounds, blocks);
+                for (int y = 0; y < 134; ++y)
+                    for (int x = 0; x < 246; ++x) {
+                        const auto& expected = blocks.contains(x / 16, y / 16) ? whole : black;
+                        ASSERT_LE(sampleDifference(*parts, *expected, x, y), 1) << x << ", " << y;
+                    }
+            }
+        }
+    });
 }
 
 }  // namespace
