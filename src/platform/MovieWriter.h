@@ -2,6 +2,7 @@
 
 #include "base/MediaClock.h"
 #include "base/Result.h"
+#include "imaging/BlockSet.h"
 #include "imaging/PixelBuffer.h"
 #include "platform/ScreenStream.h"
 
@@ -57,9 +58,11 @@ public:
     virtual PixelBufferPool* pixelBufferPool() = 0;
 
     // Queues a picture and returns at once; times must rise. The buffer must not change any more. The buffer
-    // of the previous picture may be given again: the screen then shows the same. False if it was refused.
-    // One thread at a time.
-    virtual bool append(const PixelBufferRef& buffer, MediaTime presentationTime) = 0;
+    // of the previous picture may be given again: the screen then shows the same. `changed` are the blocks of
+    // the picture that may differ from the picture appended before; for the first one, all of them. False if
+    // it was refused. One thread at a time.
+    virtual bool append(const PixelBufferRef& buffer, MediaTime presentationTime,
+                        const BlockSet& changed) = 0;
 };
 
 // Writes one movie file. One thread at a time, except where an operation says otherwise; destruction without

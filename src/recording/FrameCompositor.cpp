@@ -1,5 +1,7 @@
 #include "recording/FrameCompositor.h"
 
+#include "recording/FrameGeometry.h"
+
 #include <algorithm>
 #include <thread>
 
@@ -11,10 +13,7 @@ constexpr Color kPulse{0.92, 0.26, 0.30, 1};
 constexpr Color kTileBorder{0.05, 0.05, 0.06, 1};
 constexpr Color kNoCamera{0.09, 0.09, 0.11, 1};
 constexpr double kPulseInnerRadius = 0.55;  // of the radius
-constexpr double kPulseMarginPx = 2;
-constexpr double kNarrowestBorderPx = 3;
-constexpr double kBorderOfWidth = 1.0 / 800;
-constexpr double kEdgeSoftnessPx = 1;  // either side of a round edge
+constexpr double kEdgeSoftnessPx = 1;       // either side of a round edge
 
 // The encoder needs the cores more than the compositor does: beyond three threads a frame gains little, and
 // one core stays free of it.
@@ -42,29 +41,40 @@ void FrameCompositor::begin(int width, int height) {
     end();
     outW_ = width;
     outH_ = height;
+    changes_.begin(width, height);
+    pending_ = changed_ = BlockSet(width, height);
 }
 
 void FrameCompositor::end() {
+    changes_.end();
+    drawn_.clear();
+    pending_.clear();
     last_ = {};
-    lastCamera_ = {};
 }
 
 PixelBufferRef FrameCompositor::compose(const FrameIngredients& ingredients, PixelBufferPool& pool) {
-    if (isUnchanged(ingredients)) return last_;
-    PixelBufferRef buffer = pool.take();
+    const BlockSet& changed = changes_.update(ingredients);
+    for (Drawn& drawn : drawn_) drawn.stale.add(changed);
+    pending_.add(changed);
+    const bool isUnchanged = last_ && pending_.isEmpty();
+    const PixelBufferRef buffer = isUnchanged ? last_ : pool.take();
     if (!buffer) return {};
-    context_.render(frame(ingredients), *buffer, {0, 0, outW_, outH_});
-    last_ = buffer;
-    lastGeneration_ = ingredients.screen.generation;
-    lastSnapshot_ = ingredients.snapshot;
-    lastCamera_ = ingredients.camera;
+    if (!isUnchanged) {
+        BlockSet& stale = staleOf(*buffer);
+        context_.render(frame(ingredients), *buffer, {0, 0, outW_, outH_}, stale);
+        stale.clear();
+        last_ = buffer;
+    }
+    std::swap(changed_, pending_);
+    pending_.clear();
     return buffer;
 }
 
-bool FrameCompositor::isUnchanged(const FrameIngredients& ingredients) const {
-    // The camera's frame before is kept until the next one is drawn, so its address stands for it.
-    return last_ && ingredients.screen.generation == lastGeneration_ && ingredients.camera == lastCamera_ &&
-           ingredients.snapshot == lastSnapshot_;
+BlockSet& FrameCompositor::staleOf(const PixelBuffer& buffer) {
+    const auto known = std::ranges::find(drawn_, &buffer, &Drawn::buffer);
+    if (known != drawn_.end()) return known->stale;
+    drawn_.push_back({&buffer, BlockSet::all(buffer.width(), buffer.height())});
+    return drawn_.back().stale;
 }
 
 Image FrameCompositor::frame(const FrameIngredients& ingredients) const {
@@ -85,10 +95,9 @@ Image FrameCompositor::frame(const FrameIngredients& ingredients) const {
 
 Image FrameCompositor::disc(Point at, double radius, double alpha) const {
     const Point center{at.x, outH_ - at.y};
-    const double half = radius + kPulseMarginPx;
     return Image::radialGradient(center, kPulseInnerRadius * radius, withAlpha(kPulse, alpha), radius,
                                  withAlpha(kPulse, 0))
-        .cropped({center.x - half, center.y - half, 2 * half, 2 * half});
+        .cropped(discBounds(center, radius));
 }
 
 Image FrameCompositor::place(const Image& image, const Rect& into) {
@@ -103,7 +112,7 @@ Image FrameCompositor::place(const Image& image, const Rect& into) {
 Image FrameCompositor::withTile(const Image& picture, const Rect& tilePx, bool round,
                                 const PixelBufferRef& camera) const {
     const Rect tile = flipped(tilePx);
-    const double borderWidth = std::max(outW_ * kBorderOfWidth, kNarrowestBorderPx);
+    const double borderWidth = tileBorderWidth(outW_);
     const Image border = Image::color(kTileBorder).cropped(tile.grown(borderWidth));
     const Image content = place(camera ? Image::pixels(camera) : Image::color(kNoCamera), tile);
     if (!round) return content.over(border.over(picture));

@@ -1,30 +1,20 @@
 #pragma once
 
 #include "base/Geometry.h"
+#include "imaging/BlockSet.h"
 #include "imaging/Image.h"
 #include "imaging/ImageContext.h"
 #include "imaging/PixelBuffer.h"
-#include "model/RenderSnapshot.h"
+#include "recording/FrameChanges.h"
+#include "recording/FrameIngredients.h"
 
-#include <cstdint>
+#include <vector>
 
 namespace kasto {
 
-// The newest picture of the screen.
-struct ScreenPicture {
-    PixelBufferRef pixels;         // bgrx or bgra, of the movie's size
-    std::uint64_t generation = 0;  // two pictures of one generation show the same
-};
-
-// All that one frame of the movie is made from.
-struct FrameIngredients {
-    ScreenPicture screen;
-    RenderSnapshot snapshot;
-    PixelBufferRef camera;  // none shows the tile without a picture
-};
-
-// Makes the frames of the movie: pulses on the screen's picture, zoom and pan, the webcam tile. Knows nothing
-// of times and writers. One thread at a time.
+// Makes the frames of the movie: pulses on the screen's picture, zoom and pan, the webcam tile. Where a frame
+// is as it was when its buffer was last used, it is not composed again. Knows nothing of times and writers.
+// One thread at a time.
 class FrameCompositor {
 public:
     FrameCompositor();
@@ -32,13 +22,16 @@ public:
     // Begins a movie of this size in pixels. Nothing of the one before is kept.
     void begin(int width, int height);
 
-    // Drops the buffer it keeps.
+    // Drops the buffer it keeps and what it knows of others: the next frame is composed whole.
     void end();
 
     // The finished frame in a buffer of the pool (any format an ImageContext draws into), or none if the pool
-    // has none to give. When nothing differs from the frame before, this is the same buffer again, which must
-    // not be written to.
+    // has none to give. When nothing differs from the frame before, this is the same buffer again. Buffers
+    // are not to be written to by others; all frames of a movie come from one pool, which outlives its movie.
     PixelBufferRef compose(const FrameIngredients& ingredients, PixelBufferPool& pool);
+
+    // Where the newest frame may differ from the one that was composed before it.
+    const BlockSet& changed() const { return changed_; }
 
     // The frame as an image, in image space; its part inside the movie's bounds is the picture.
     Image frame(const FrameIngredients& ingredients) const;
@@ -54,17 +47,23 @@ public:
 private:
     Rect flipped(const Rect& px) const;
     Image withTile(const Image& picture, const Rect& tilePx, bool round, const PixelBufferRef& camera) const;
-    bool isUnchanged(const FrameIngredients& ingredients) const;
+    BlockSet& staleOf(const PixelBuffer& buffer);
 
     ImageContext context_;
     double outW_ = 0;
     double outH_ = 0;
 
-    // The frame before, and what it was made from. The screen's picture itself is not kept.
+    // A buffer of the pool, and where it does not show what the next frame shows.
+    struct Drawn {
+        const PixelBuffer* buffer;
+        BlockSet stale;
+    };
+
+    FrameChanges changes_;
+    std::vector<Drawn> drawn_;
+    BlockSet pending_;  // between the newest frame and what is to be shown now
+    BlockSet changed_;
     PixelBufferRef last_;
-    std::uint64_t lastGeneration_ = 0;
-    RenderSnapshot lastSnapshot_;
-    PixelBufferRef lastCamera_;
 };
 
 }  // namespace kasto

@@ -52,6 +52,7 @@ Result<void> Recorder::start() {
         TakeMovie::open(desktop_.movieWriters, Prefs::saveDir(), plan->video, systemSound, microphone);
     if (!movie) return std::unexpected(movie.error());
     replaceMovie(std::move(*movie));
+    latest_.begin(plan->video.width, plan->video.height);
     compositor_.begin(plan->video.width, plan->video.height);
     DebugLog::log("audio: sys="s + trueOrFalse(systemSound) + " mic=" + trueOrFalse(microphone));
 
@@ -84,7 +85,6 @@ void Recorder::replaceMovie(TakeMovie movie) {
     if (movie_) movie_->discard();
     movie_ = std::move(movie);
     sessionStarted_ = false;
-    latest_.set({});
 }
 
 Result<void> Recorder::startCapture(std::unique_ptr<ScreenStream> stream) {
@@ -136,7 +136,8 @@ std::optional<std::filesystem::path> Recorder::closeMovie() {
     else
         movie_->discard();
     movie_.reset();
-    latest_.set({});
+    latest_.end();
+    ingredients_ = {};
     DebugLog::log("stopped → " + (result ? result->filename().string() : "(no file)"));
     return result;
 }
@@ -144,7 +145,7 @@ std::optional<std::filesystem::path> Recorder::closeMovie() {
 void Recorder::streamDidOutputSampleBuffer(const SampleBuffer& buffer, StreamOutputType type) {
     if (const auto* picture = std::get_if<ScreenFrame>(&buffer)) {
         if (type == StreamOutputType::screen && picture->status == FrameStatus::complete && picture->pixels)
-            latest_.set({picture->pixels, picture->generation});
+            latest_.put(*picture);
     } else if (const auto* samples = std::get_if<AudioSamples>(&buffer)) {
         // Sound never leads the picture.
         if (sessionStarted_) movie_->audio().append(*samples, type, startT_);
@@ -164,17 +165,15 @@ void Recorder::encodeTick() {
     if (!life_.with([](const Life& life) { return life.running; }) || !movie_) return;
     const double now = mediaClockNow();
     // Stepped even if no frame comes of it: its easing follows real time.
-    FrameIngredients ingredients;
-    ingredients.snapshot = model_.step(now);
-    ingredients.screen = latest_.copy();
-    if (!ingredients.screen.pixels || !movie_->isReadyForVideo()) return;
+    ingredients_.snapshot = model_.step(now);
+    if (!movie_->isReadyForVideo()) return;
     PixelBufferPool* const pool = movie_->pixelBufferPool();
-    if (!pool) return;
-    if (ingredients.snapshot.camRect) {
-        ingredients.camera = camera_.latest();
-        if (ingredients.camera) model_.setCamAspect(cameraAspect(*ingredients.camera));
-    }
-    const PixelBufferRef frame = compositor_.compose(ingredients, *pool);
+    // What has changed on the screen is told once, so it is taken only for a frame that is composed.
+    if (!pool || !latest_.take(ingredients_.screen)) return;
+    ingredients_.camera = ingredients_.snapshot.camRect ? camera_.latest() : PixelBufferRef{};
+    if (ingredients_.camera) model_.setCamAspect(cameraAspect(*ingredients_.camera));
+    const PixelBufferRef frame = compositor_.compose(ingredients_, *pool);
+    ingredients_.screen.pixels = {};
     if (!frame) return;
 
     const MediaTime pts = MediaTime::fromSeconds(now - startT_, kMovieTimescale);
@@ -182,7 +181,8 @@ void Recorder::encodeTick() {
         movie_->startSession(pts);
         sessionStarted_ = true;
     }
-    movie_->appendVideo(frame, pts);
+    // The changes of a frame that did not get into the movie are lost.
+    if (!movie_->appendVideo(frame, pts, compositor_.changed())) compositor_.end();
 }
 
 }  // namespace kasto

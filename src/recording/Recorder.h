@@ -7,6 +7,7 @@
 #include "platform/Desktop.h"
 #include "platform/ScreenStream.h"
 #include "recording/FrameCompositor.h"
+#include "recording/LatestPicture.h"
 #include "recording/TakeMovie.h"
 #include "recording/TakePlan.h"
 
@@ -84,7 +85,7 @@ private:
 
     std::mutex takeLock_;  // held by start() and stop() from beginning to end
     Guarded<Life> life_;
-    Guarded<ScreenPicture> latest_;
+    LatestPicture latest_;
     DisplayId captureDisplayID_ = 0;
 
     // Changed by start() and stop() only, while no job that reads them is on a queue.
@@ -93,7 +94,9 @@ private:
 
     // The encode queue's word to the audio queue that the movie has begun (and startT_ is set).
     std::atomic<bool> sessionStarted_ = false;
-    FrameCompositor compositor_;  // the encode queue's while a take runs
+    // The encode queue's while a take runs.
+    FrameCompositor compositor_;
+    FrameIngredients ingredients_;
 
     std::unique_ptr<ScreenStream> stream_;
     std::unique_ptr<QueueTimer> timer_;

@@ -28,8 +28,11 @@ public:
 
     PixelBufferPool* pixelBufferPool() { return adaptor_->pixelBufferPool(); }
     void startSession(MediaTime time) { writer_->startSession(time); }
-    // A refused picture costs this one frame; the writer's status tells of what is worse.
-    void appendVideo(const PixelBufferRef& buffer, MediaTime time) { (void)adaptor_->append(buffer, time); }
+    // False for a picture that was refused, which costs this one frame; the writer's status tells of what is
+    // worse.
+    bool appendVideo(const PixelBufferRef& buffer, MediaTime time, const BlockSet& changed) {
+        return adaptor_->append(buffer, time, changed);
+    }
     AudioTracks& audio() { return audio_; }
 
     // Ends the tracks and waits for the file. The file, if the writer completed it, else none and the file

@@ -4,7 +4,9 @@
 
 #include <algorithm>
 #include <array>
+#include <cstdlib>
 #include <functional>
+#include <random>
 
 namespace kasto {
 namespace {
@@ -34,7 +36,7 @@ struct Probe {
 struct Stage {
     Stage(int width, int height) : pool(PixelFormat::bgra, width, height, 3) {
         compositor.begin(width, height);
-        scene.screen = {painted(width, height, [](int, int) { return kWhite; }), 1};
+        scene.screen = {painted(width, height, [](int, int) { return kWhite; }), BlockSet(width, height)};
         scene.snapshot.cropPx = {0, 0, static_cast<double>(width), static_cast<double>(height)};
     }
     PixelBufferRef draw() { return compositor.compose(scene, pool); }
@@ -104,7 +106,9 @@ TEST(FrameCompositorTest, ComposesOnlyWhatChanged) {
     auto& scene = stage.scene;
     scene.snapshot.camRect = Rect{10, 10, 16, 9};
     const std::function<void()> changes[] = {
-        [&] { scene.screen.generation = 2; },
+        [&] {
+            scene.screen.changed.add({40, 20, 1, 1});
+        },
         [&] { scene.snapshot.cropPx.width = 32; },
         [&] { scene.snapshot.ripples.push_back({}); },
         [&] { scene.camera = PixelBuffer::make(PixelFormat::bgrx, 16, 9); },
@@ -116,9 +120,83 @@ TEST(FrameCompositorTest, ComposesOnlyWhatChanged) {
         EXPECT_EQ(stage.draw(), before);
         change();
         const auto after = stage.draw();
+        scene.screen.changed.clear();
         ASSERT_TRUE(after);
         EXPECT_FALSE(after == before) << "change " << &change - changes;
         before = after;
+    }
+}
+
+// The most by which two frames differ in a block.
+int mostDifference(const PixelBuffer& a, const PixelBuffer& b, int column, int row) {
+    int most = 0;
+    for (int y = row * 16; y < std::min((row + 1) * 16, a.height()); ++y)
+        for (int x = column * 16 * 4; x < std::min((column + 1) * 16, a.width()) * 4; ++x)
+            most = std::max(most, std::abs(at(a, 0, y)[x] - at(b, 0, y)[x]));
+    return most;
+}
+
+// Whatever happens from frame to frame, a frame looks as if it had been composed whole, and where it is not
+// said to have changed it is the frame before.
+TEST(FrameCompositorTest, FramesComposedInPartsLookAsComposedWhole) {
+    constexpr int kWidth = 300;
+    constexpr int kHeight = 170;
+    Stage stage(kWidth, kHeight);
+    FrameCompositor whole;
+    PixelBufferPool wholePool(PixelFormat::bgra, kWidth, kHeight, 2);
+    std::minstd_rand random(11);
+    const auto upTo = [&](int limit) { return static_cast<int>(random() % static_cast<unsigned>(limit)); };
+    auto& scene = stage.scene;
+    auto screen = scene.screen.pixels;
+    PixelBufferRef before;
+    PixelBufferRef alsoHeld;
+    for (int frame = 0; frame < 300; ++frame) {
+        SCOPED_TRACE(frame);
+        scene.screen.changed.clear();
+        if (upTo(2) == 0) {
+            const PixelRect box =
+                PixelRect{upTo(kWidth), upTo(kHeight), 1 + upTo(60), 1 + upTo(30)}.intersection(
+                    {0, 0, kWidth, kHeight});
+            const Rgb color{upTo(256), upTo(256), upTo(256)};
+            screen = painted(kWidth, kHeight, [&, old = screen](int x, int y) {
+                if (x >= box.x && x < box.maxX() && y >= box.y && y < box.maxY()) return color;
+                const auto* pixel = at(*old, x, y);
+                return Rgb{pixel[2], pixel[1], pixel[0]};
+            });
+            scene.screen.pixels = screen;
+            scene.screen.changed.add(box);
+        }
+        auto& snapshot = scene.snapshot;
+        if (upTo(20) == 0) {
+            const double zoom = upTo(2) ? 1 : 1 + upTo(500) / 100.0;
+            snapshot.cropPx = {kWidth * (1 - 1 / zoom) * upTo(11) / 10,
+                               kHeight * (1 - 1 / zoom) * upTo(11) / 10, kWidth / zoom, kHeight / zoom};
+        }
+        if (upTo(4) == 0) snapshot.ripples = {};
+        if (upTo(3) == 0)
+            snapshot.ripples.push_back({{upTo(kWidth) + 0.3, upTo(kHeight) + 0.7}, 3.0 + upTo(30), 0.7});
+        if (upTo(8) == 0) snapshot.heldDisc = RippleDisc{{upTo(kWidth) * 1.0, upTo(kHeight) * 1.0}, 12, 0.5};
+        if (upTo(8) == 0) snapshot.heldDisc.reset();
+        if (upTo(8) == 0) snapshot.camRect = Rect{upTo(200) + 0.25, upTo(100) + 0.5, 60, 60};
+        if (upTo(12) == 0) snapshot.camRect.reset();
+        if (upTo(8) == 0) snapshot.camRound = !snapshot.camRound;
+        if (upTo(5) == 0)
+            scene.camera = painted(64, 48, [level = upTo(256)](int x, int) { return Rgb{level, x * 3, 9}; });
+
+        // Buffers come back in another order than they went out; sometimes there is none.
+        if (upTo(10) == 0) alsoHeld = stage.pool.take();
+        const auto drawn = stage.draw();
+        if (upTo(4) == 0) alsoHeld = {};
+        if (!drawn) continue;
+        whole.begin(kWidth, kHeight);
+        const auto expected = whole.compose(scene, wholePool);
+        for (int row = 0; row * 16 < kHeight; ++row)
+            for (int column = 0; column * 16 < kWidth; ++column) {
+                ASSERT_LE(mostDifference(*drawn, *expected, column, row), 1) << column << ", " << row;
+                if (!before || stage.compositor.changed().contains(column, row)) continue;
+                ASSERT_EQ(mostDifference(*drawn, *before, column, row), 0) << column << ", " << row;
+            }
+        before = drawn;
     }
 }
 
@@ -128,8 +206,9 @@ TEST(FrameCompositorTest, AnEmptyPoolCostsOneFrameOnly) {
     const auto alsoHeld = stage.pool.take();
     auto first = stage.draw();
     ASSERT_TRUE(first);
-    stage.scene.screen.generation = 2;
+    stage.scene.screen.changed.add({0, 0, 1, 1});
     EXPECT_FALSE(stage.draw());
+    stage.scene.screen.changed.clear();
     held = {};
     const auto second = stage.draw();
     ASSERT_TRUE(second);

@@ -104,7 +104,7 @@ private:
         bool isReadyForMoreMediaData() const override { return owner.ready; }
         void markAsFinished() override { ++movie->tracksFinished; }
         PixelBufferPool* pixelBufferPool() override { return owner.hasPool ? &*pool : nullptr; }
-        bool append(const PixelBufferRef& buffer, MediaTime time) override {
+        bool append(const PixelBufferRef& buffer, MediaTime time, const BlockSet&) override {
             if (movie->tracksFinished > 0) movie->usedAfterEnd = true;
             movie->frames.with([&](auto& all) { all.emplace_back(buffer, time); });
             return true;

@@ -39,7 +39,11 @@ bool encodesAsItShould(VideoEncoder& encoder, const VideoInputSettings& settings
     std::vector<std::int64_t> expected;
     for (int i = 0; i < kPictures; ++i) {
         expected.push_back(i * step);
-        if (!encoder.encode(picture, expected.back(), i == kForcedKey, sink)) return false;
+        const PictureToEncode taken{.pixels = picture,
+                                    .timeUnits = expected.back(),
+                                    .isKeyWanted = i == kForcedKey,
+                                    .changed = BlockSet::all(settings.width, settings.height)};
+        if (!encoder.encode(taken, sink)) return false;
     }
     return encoder.finish(sink) && keysRight && times == expected;
 }

@@ -81,17 +81,16 @@ LibavEncoder::LibavEncoder(CodecContextHandle context, std::vector<std::uint8_t>
       upload_(std::move(upload)),
       packet_(av_packet_alloc()) {}
 
-Result<void> LibavEncoder::encode(const PixelBufferRef& picture, std::int64_t timeUnits, bool asKey,
-                                  const PictureSink& sink) {
-    FrameHandle frame = frameOver(picture);
+Result<void> LibavEncoder::encode(const PictureToEncode& picture, const PictureSink& sink) {
+    FrameHandle frame = frameOver(picture.pixels);
     if (frame && upload_) {
         auto uploaded = upload_(std::move(frame));
         if (!uploaded) return std::unexpected(uploaded.error());
         frame = std::move(*uploaded);
     }
     if (!frame) return std::unexpected(libavError("encode a picture", AVERROR(ENOMEM)));
-    frame->pts = timeUnits;
-    frame->pict_type = asKey ? AV_PICTURE_TYPE_I : AV_PICTURE_TYPE_NONE;
+    frame->pts = picture.timeUnits;
+    frame->pict_type = picture.isKeyWanted ? AV_PICTURE_TYPE_I : AV_PICTURE_TYPE_NONE;
     if (const int sent = avcodec_send_frame(context_.get(), frame.get()); sent < 0)
         return std::unexpected(libavError("encode a picture", sent));
     return receive(sink);

@@ -31,8 +31,7 @@ public:
                                                       Upload upload = nullptr);
 
     std::span<const std::uint8_t> decoderConfiguration() const override { return configuration_; }
-    Result<void> encode(const PixelBufferRef& picture, std::int64_t timeUnits, bool asKey,
-                        const PictureSink& sink) override;
+    Result<void> encode(const PictureToEncode& picture, const PictureSink& sink) override;
     Result<void> finish(const PictureSink& sink) override;
 
 private:

@@ -2,6 +2,7 @@
 
 #include "linux/ffmpeg/ChangedMacroblocks.h"
 #include "linux/ffmpeg/EncoderPreset.h"
+#include "linux/ffmpeg/PresetByLoad.h"
 #include "linux/ffmpeg/RateControl.h"
 #include "linux/ffmpeg/RepeatStream.h"
 #include "linux/ffmpeg/X264Encoder.h"
@@ -21,29 +22,35 @@ constexpr int kMostTicksPatched = 12;
 
 class SoftwareEncoder final : public VideoEncoder {
 public:
-    SoftwareEncoder(X264Encoder encoder, RepeatStream stream, const VideoInputSettings& settings)
+    SoftwareEncoder(X264Encoder encoder, RepeatStream stream, const VideoInputSettings& settings,
+                    std::size_t preset)
         : encoder_(std::move(encoder)),
           stream_(std::move(stream)),
           maxKeyFrameInterval_(settings.maxKeyFrameInterval),
-          rate_(settings) {}
+          rate_(settings),
+          preset_(preset),
+          presets_(preset, settings.expectedFrameRate),
+          sinceEncoded_(BlockSet::all(settings.width, settings.height)) {}
 
     std::span<const std::uint8_t> decoderConfiguration() const override {
         return stream_.decoderConfiguration();
     }
 
-    Result<void> encode(const PixelBufferRef& picture, std::int64_t timeUnits, bool asKey,
-                        const PictureSink& sink) override {
-        const bool isSame = std::exchange(last_, picture) == picture;
-        const bool isKeyDue = asKey || !encoded_ || sinceKey_ >= maxKeyFrameInterval_;
-        if (!isKeyDue && isSame && picture == encoded_ && !rate_.isWorthRefining(quantiser_)) {
-            hand(stream_.repeated(), timeUnits, sink);
+    Result<void> encode(const PictureToEncode& picture, const PictureSink& sink) override {
+        const bool isSame = std::exchange(last_, picture.pixels) == picture.pixels;
+        const bool isKeyDue = picture.isKeyWanted || !encoded_ || sinceKey_ >= maxKeyFrameInterval_;
+        if (!isSame) sinceEncoded_.add(picture.changed);
+        const std::size_t preset = presets_.next(picture.backlog);
+        if (std::exchange(preset_, preset) != preset) encoder_.usePreset(kX264Presets[preset]);
+        if (!isKeyDue && isSame && picture.pixels == encoded_ && !rate_.isWorthRefining(quantiser_)) {
+            hand(stream_.repeated(), picture.timeUnits, sink);
             return {};
         }
-        if (!isKeyDue && picture != encoded_ && isWorthPatching(picture, isSame)) {
-            hand(stream_.patched(*picture, changed_.list()), timeUnits, sink);
+        if (!isKeyDue && picture.pixels != encoded_ && isWorthPatching(*picture.pixels, isSame)) {
+            hand(stream_.patched(*picture.pixels, patches_.list()), picture.timeUnits, sink);
             return {};
         }
-        return encodeWhole(picture, timeUnits, isKeyDue, isSame, sink);
+        return encodeWhole(picture, isKeyDue, isSame, sink);
     }
 
     Result<void> finish(const PictureSink&) override {
@@ -53,23 +60,25 @@ public:
 
 private:
     // A picture that differs little from the encoded one, as long as it has not stayed for some ticks.
-    bool isWorthPatching(const PixelBufferRef& picture, bool isSame) {
+    bool isWorthPatching(const PixelBuffer& picture, bool isSame) {
         ticksPatched_ = isSame ? ticksPatched_ + 1 : 0;
-        if (!isSame) fits_ = changed_.find(*picture, *encoded_, kMostPatched);
+        if (!isSame) fits_ = patches_.find(picture, *encoded_, sinceEncoded_, kMostPatched);
         return fits_ && ticksPatched_ < kMostTicksPatched &&
-               rate_.allows(RepeatStream::patchBytes(changed_.list().size()));
+               rate_.allows(RepeatStream::patchBytes(patches_.list().size()));
     }
 
-    Result<void> encodeWhole(const PixelBufferRef& picture, std::int64_t timeUnits, bool asKey, bool isSame,
+    Result<void> encodeWhole(const PictureToEncode& picture, bool asKey, bool isSame,
                              const PictureSink& sink) {
         // What is new may change again at once; what stays is worth its bits.
         const int quantiser = isSame ? rate_.quantiserOfStill() : rate_.quantiser(asKey);
-        const auto made = encoder_.encode(*picture, timeUnits, quantiser, asKey);
+        const auto made =
+            encoder_.encode(*picture.pixels, picture.timeUnits, quantiser, asKey, sinceEncoded_);
         if (!made) return std::unexpected(made.error());
-        encoded_ = picture;
+        encoded_ = picture.pixels;
+        sinceEncoded_.clear();
         quantiser_ = quantiser;
         if (made->isKey) sinceKey_ = 0;
-        hand(stream_.encoded(made->data), timeUnits, sink, made->isKey);
+        hand(stream_.encoded(made->data), picture.timeUnits, sink, made->isKey);
         return {};
     }
 
@@ -84,11 +93,14 @@ private:
     RepeatStream stream_;
     const int maxKeyFrameInterval_;
     RateControl rate_;
-    ChangedMacroblocks changed_;  // between the newest picture and the encoded one
-    bool fits_ = false;           // and they are few
-    PixelBufferRef last_;         // kept, so that its memory cannot come back as another picture
+    std::size_t preset_;
+    PresetByLoad presets_;
+    PixelBufferRef last_;  // kept, so that its memory cannot come back as another picture
     PixelBufferRef encoded_;
-    int quantiser_ = 0;  // of that one
+    BlockSet sinceEncoded_;       // where the newest picture may differ from the encoded one
+    ChangedMacroblocks patches_;  // where it does
+    bool fits_ = false;           // and they are few
+    int quantiser_ = 0;           // of that one
     int ticksPatched_ = 0;
     int sinceKey_ = 0;
 };
@@ -101,12 +113,12 @@ Result<std::unique_ptr<VideoEncoder>> openSoftwareEncoder(const VideoInputSettin
 }
 
 Result<std::unique_ptr<VideoEncoder>> openSoftwareEncoder(const VideoInputSettings& settings,
-                                                          const char* preset) {
-    auto encoder = X264Encoder::open(settings, preset);
+                                                          std::size_t preset) {
+    auto encoder = X264Encoder::open(settings, kX264Presets[preset]);
     if (!encoder) return std::unexpected(encoder.error());
     auto stream = RepeatStream::open(encoder->decoderConfiguration());
     if (!stream) return std::unexpected(stream.error());
-    return std::make_unique<SoftwareEncoder>(std::move(*encoder), std::move(*stream), settings);
+    return std::make_unique<SoftwareEncoder>(std::move(*encoder), std::move(*stream), settings, preset);
 }
 
 }  // namespace kasto

@@ -9,8 +9,8 @@ namespace kasto {
 // are. Pictures leave at once.
 Result<std::unique_ptr<VideoEncoder>> openSoftwareEncoder(const VideoInputSettings& settings);
 
-// The same with one of libx264's presets.
+// The same with one of kX264Presets, by its number. When pictures pile up it goes on with a faster one.
 Result<std::unique_ptr<VideoEncoder>> openSoftwareEncoder(const VideoInputSettings& settings,
-                                                          const char* preset);
+                                                          std::size_t preset);
 
 }  // namespace kasto

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "base/Result.h"
+#include "imaging/BlockSet.h"
 #include "imaging/PixelBuffer.h"
 #include "platform/MovieWriter.h"
 
@@ -13,6 +14,15 @@ namespace kasto {
 
 // Video times are whole units of 1/600 s since the movie's zero.
 inline constexpr std::int32_t kVideoTimescale = 600;
+
+// A picture of the movie as an encoder takes it.
+struct PictureToEncode {
+    PixelBufferRef pixels;       // i420, of the encoder's size
+    std::int64_t timeUnits = 0;  // must rise
+    bool isKeyWanted = false;    // others become key pictures as the key-frame interval asks
+    BlockSet changed;            // where it may differ from the picture before; for the first one, everywhere
+    double backlog = 0;          // how full the queue behind it is, 0 to 1
+};
 
 struct EncodedPicture {
     std::span<const std::uint8_t> data;  // NAL units, each after its length in four bytes
@@ -32,11 +42,9 @@ public:
     // The contents of the movie's avcC box. Valid as long as the encoder.
     virtual std::span<const std::uint8_t> decoderConfiguration() const = 0;
 
-    // Encodes an i420 picture of the encoder's size; times must rise. What is ready afterwards, of this
-    // picture or former ones, goes to the sink. The buffer is let go of when the encoder is done with it.
-    // `asKey` makes this picture a key picture; others become one as the key-frame interval asks.
-    virtual Result<void> encode(const PixelBufferRef& picture, std::int64_t timeUnits, bool asKey,
-                                const PictureSink& sink) = 0;
+    // Encodes a picture. What is ready afterwards, of this picture or former ones, goes to the sink. The
+    // buffer is let go of when the encoder is done with it.
+    virtual Result<void> encode(const PictureToEncode& picture, const PictureSink& sink) = 0;
 
     // Hands out what the encoder still holds. Nothing can be encoded after this.
     virtual Result<void> finish(const PictureSink& sink) = 0;

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <utility>
 
 namespace kasto {
 
@@ -56,7 +57,7 @@ bool VideoTrack::isReadyForMoreMediaData() const {
     return accepting_ && queued_ < queueLimit_ && file_->isKeepingUp() && !file_->error();
 }
 
-bool VideoTrack::append(const PixelBufferRef& buffer, MediaTime presentationTime) {
+bool VideoTrack::append(const PixelBufferRef& buffer, MediaTime presentationTime, const BlockSet& changed) {
     const std::int64_t sessionStartUnits = sessionStartUnits_;
     if (!isReadyForMoreMediaData() || sessionStartUnits == kNone) return false;
     if (!buffer || buffer->format() != PixelFormat::i420 || buffer->width() != settings_.width ||
@@ -66,19 +67,21 @@ bool VideoTrack::append(const PixelBufferRef& buffer, MediaTime presentationTime
     if (timeUnits < 0 || timeUnits <= lastUnits_) return false;
     lastUnits_ = timeUnits;
     ++queued_;
-    encoding_->async([this, picture = buffer, timeUnits]() mutable {
-        encode(picture, timeUnits);
+    PictureToEncode picture{.pixels = buffer, .timeUnits = timeUnits, .changed = changed};
+    encoding_->async([this, picture = std::move(picture)]() mutable {
+        encode(picture);
         picture = {};
         --queued_;
     });
     return true;
 }
 
-void VideoTrack::encode(const PixelBufferRef& picture, std::int64_t timeUnits) {
+void VideoTrack::encode(PictureToEncode& picture) {
     if (discarding_) return;
-    const auto encoded = encoder_->encode(picture, timeUnits, beginsFragment(timeUnits), toFile());
-    if (!encoded) fail(encoded.error());
-    reached_(static_cast<double>(timeUnits) / kVideoTimescale);
+    picture.isKeyWanted = beginsFragment(picture.timeUnits);
+    picture.backlog = (queued_ - 1.0) / queueLimit_;
+    if (const auto encoded = encoder_->encode(picture, toFile()); !encoded) fail(encoded.error());
+    reached_(static_cast<double>(picture.timeUnits) / kVideoTimescale);
 }
 
 // The file cuts its fragments at key pictures, so one is made where a cut is due.

@@ -46,10 +46,10 @@ public:
 
     // Has as many buffers as the queue takes, and a few for whoever draws and for the encoder.
     PixelBufferPool* pixelBufferPool() override { return pool_.get(); }
-    bool append(const PixelBufferRef& buffer, MediaTime presentationTime) override;
+    bool append(const PixelBufferRef& buffer, MediaTime presentationTime, const BlockSet& changed) override;
 
 private:
-    void encode(const PixelBufferRef& picture, std::int64_t timeUnits);
+    void encode(PictureToEncode& picture);
     bool beginsFragment(std::int64_t timeUnits);
     void fail(const Error& error);
     PictureSink toFile();

@@ -55,6 +55,7 @@ bool isPrepared(x264_param_t& wanted, const VideoInputSettings& settings, const 
     wanted.b_sliced_threads = 1;
     wanted.i_threads = static_cast<int>(std::clamp(std::thread::hardware_concurrency(), 1u, kMostThreads));
     wanted.b_repeat_headers = 0;
+    wanted.analyse.b_mb_info = 1;
     wanted.vui.i_sar_width = wanted.vui.i_sar_height = 1;
     wanted.vui.i_colorprim = wanted.vui.i_transfer = wanted.vui.i_colmatrix = kBt709;
     wanted.vui.b_fullrange = 0;
@@ -90,13 +91,35 @@ Result<X264Encoder> X264Encoder::open(const VideoInputSettings& settings, const 
     return made;
 }
 
+void X264Encoder::usePreset(const char* preset) {
+    x264_param_t means;
+    if (x264_param_default_preset(&means, preset, nullptr) < 0) return;
+    x264_param_t wanted;
+    x264_encoder_parameters(encoder_.get(), &wanted);
+    wanted.b_deblocking_filter = means.b_deblocking_filter;
+    wanted.i_frame_reference = means.i_frame_reference;
+    wanted.analyse.intra = means.analyse.intra;
+    wanted.analyse.inter = means.analyse.inter;
+    wanted.analyse.i_me_method = means.analyse.i_me_method;
+    // There would be no way back from none at all.
+    wanted.analyse.i_subpel_refine = std::max(1, means.analyse.i_subpel_refine);
+    // What it refuses stays as it was.
+    (void)x264_encoder_reconfig(encoder_.get(), &wanted);
+}
+
 Result<EncodedPicture> X264Encoder::encode(const PixelBuffer& picture, std::int64_t timeUnits, int quantiser,
-                                           bool asKey) {
+                                           bool asKey, const BlockSet& changed) {
+    flags_.assign(static_cast<std::size_t>(changed.columns() * changed.rows()), X264_MBINFO_CONSTANT);
+    for (int row = 0; row < changed.rows(); ++row)
+        changed.forEachRun(row, [&](int begin, int end) {
+            std::fill_n(flags_.begin() + row * changed.columns() + begin, end - begin, std::uint8_t{0});
+        });
     x264_picture_t in;
     x264_picture_init(&in);
     in.i_type = asKey ? X264_TYPE_IDR : X264_TYPE_AUTO;
     in.i_qpplus1 = quantiser + 1;
     in.i_pts = timeUnits;
+    in.prop.mb_info = flags_.data();
     in.img.i_csp = X264_CSP_I420;
     in.img.i_plane = picture.planeCount();
     for (int i = 0; i < picture.planeCount(); ++i) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "imaging/BlockSet.h"
 #include "linux/ffmpeg/VideoEncoder.h"
 
 #include <memory>
@@ -19,10 +20,15 @@ public:
     // The contents of an avcC box.
     std::span<const std::uint8_t> decoderConfiguration() const { return configuration_; }
 
+    // Goes on with the means of another preset, as far as the one it was opened with allows: the stream stays
+    // of one kind. Cheap.
+    void usePreset(const char* preset);
+
     // Encodes an i420 picture of the encoder's size; times must rise. The quantiser, 0 to 51, is that of all
-    // of the picture. The data is valid until the next call.
+    // of the picture. Outside the blocks of `changed` the picture is the one before. The data is valid until
+    // the next call.
     Result<EncodedPicture> encode(const PixelBuffer& picture, std::int64_t timeUnits, int quantiser,
-                                  bool asKey);
+                                  bool asKey, const BlockSet& changed);
 
 private:
     struct Close {
@@ -33,6 +39,7 @@ private:
 
     std::unique_ptr<x264_t, Close> encoder_;
     std::vector<std::uint8_t> configuration_;
+    std::vector<std::uint8_t> flags_;  // of the macroblocks
     std::vector<std::uint8_t> sample_;
 };
 

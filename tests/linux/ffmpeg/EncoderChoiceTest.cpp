@@ -1,8 +1,11 @@
 #include "linux/ffmpeg/EncoderChoice.h"
 #include "linux/ffmpeg/EncoderPreset.h"
+#include "linux/ffmpeg/PresetByLoad.h"
 #include "linux/ffmpeg/TakeOnPaper.h"
 
 #include <gtest/gtest.h>
+
+#include <string>
 
 namespace kasto {
 namespace {
@@ -14,14 +17,14 @@ struct FakeEncoder : VideoEncoder {
 
     std::span<const std::uint8_t> decoderConfiguration() const override { return {}; }
 
-    Result<void> encode(const PixelBufferRef&, std::int64_t timeUnits, bool asKey,
-                        const PictureSink& sink) override {
+    Result<void> encode(const PictureToEncode& picture, const PictureSink& sink) override {
         const int index = encoded++;
+        std::int64_t timeUnits = picture.timeUnits;
         if (fault == Fault::failsToEncode && index == 1) return failure("broken");
         if (fault == Fault::losesAPicture && index == 1) return {};
         if (fault == Fault::reorders) timeUnits = 100 - timeUnits;
         const std::uint8_t byte = 1;
-        sink({{&byte, 1}, timeUnits, index == 0 || (asKey && fault != Fault::noKeys)});
+        sink({{&byte, 1}, timeUnits, index == 0 || (picture.isKeyWanted && fault != Fault::noKeys)});
         return {};
     }
 
@@ -54,11 +57,35 @@ TEST(EncoderChoiceTest, takesTheFirstThatPassesItsTrialElseTheFallback) {
 TEST(EncoderChoiceTest, presetLeavesRoomOnTheMachine) {
     const VideoInputSettings slow{1920, 1080, 1'000, 60, 30}, usual{1920, 1080, 1'000, 60, 60},
         large{3840, 2160, 1'000, 60, 60};
-    EXPECT_STREQ(x264Preset(slow, 4), "veryfast");
-    EXPECT_STREQ(x264Preset(usual, 4), "superfast");
-    EXPECT_STREQ(x264Preset(usual, 0), "ultrafast");
-    EXPECT_STREQ(x264Preset(large, 4), "ultrafast");
-    EXPECT_STREQ(x264Preset(large, 16), "superfast");
+    const auto preset = [](const auto& settings, unsigned cores) {
+        return std::string(kX264Presets[x264Preset(settings, cores)]);
+    };
+    EXPECT_EQ(preset(slow, 4), "veryfast");
+    EXPECT_EQ(preset(usual, 4), "superfast");
+    EXPECT_EQ(preset(usual, 0), "ultrafast");
+    EXPECT_EQ(preset(large, 4), "ultrafast");
+    EXPECT_EQ(preset(large, 16), "superfast");
+}
+
+TEST(EncoderChoiceTest, presetYieldsToABacklogAndComesBack) {
+    PresetByLoad presets(0, 60);
+    const auto after = [&](int pictures, double backlog) {
+        std::size_t preset = 0;
+        while (pictures-- > 0) preset = presets.next(backlog);
+        return preset;
+    };
+    EXPECT_EQ(after(600, 0.4), 0u) << "what the queue is for";
+    EXPECT_EQ(after(1, 0.6), 1u);
+    EXPECT_EQ(after(5, 0.6), 1u) << "it gets its time";
+    EXPECT_EQ(after(600, 0.6), 2u);
+    EXPECT_EQ(after(600, 0.4), 2u) << "just enough";
+    EXPECT_EQ(after(119, 0), 2u);
+    EXPECT_EQ(after(1, 0), 1u);
+    EXPECT_EQ(after(20, 0.6), 2u) << "too early";
+    EXPECT_EQ(after(239, 0), 2u) << "so the next trial comes later";
+    EXPECT_EQ(after(1, 0), 1u);
+    EXPECT_EQ(after(1000, 0), 0u);
+    EXPECT_EQ(after(10'000, 0), 0u);
 }
 
 }  // namespace

@@ -60,7 +60,7 @@ TEST(MovieWriterErrorsTest, whatDoesNotFitIsRefused) {
     EXPECT_FALSE(take.append(PixelBuffer::make(PixelFormat::i420, 318, 180), 30));
     EXPECT_TRUE(take.append(picture, 40));
     take.input->markAsFinished();
-    EXPECT_FALSE(take.adaptor->append(picture, {50, 600}));
+    EXPECT_FALSE(take.adaptor->append(picture, {50, 600}, {}));
 }
 
 TEST(MovieWriterErrorsTest, everyEndLeavesItsStatusAndWhatWasWritten) {

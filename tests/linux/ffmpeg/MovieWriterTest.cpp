@@ -114,7 +114,9 @@ TEST(MovieWriterTest, fullQueueRefusesRecoversAndGivesEverythingBack) {
     const auto picture = paintedPicture(settings, 120, 128, 128, 5);
     Times taken;
     std::int64_t units = 0;
-    for (; units < 1000 && take.adaptor->append(picture, {units, 600}); units += 10) taken.push_back(units);
+    const auto all = BlockSet::all(kSmallVideo.width, kSmallVideo.height);
+    for (; units < 1000 && take.adaptor->append(picture, {units, 600}, all); units += 10)
+        taken.push_back(units);
     ASSERT_GE(units, 80);
     ASSERT_LT(units, 1000);
     for (int i = 0; i < 20; ++i, units += 10) {

@@ -41,7 +41,7 @@ bool TakeOnPaper::start(MediaTime sessionStart) {
 bool TakeOnPaper::append(const PixelBufferRef& picture, std::int64_t timeUnits) {
     waitUntil([&] { return input->isReadyForMoreMediaData() || writer->error(); });
     nextUnits = timeUnits + 10;
-    return adaptor->append(picture, {timeUnits, 600});
+    return adaptor->append(picture, {timeUnits, 600}, BlockSet::all(settings.width, settings.height));
 }
 
 void TakeOnPaper::appendMoving(int count) {

@@ -1,0 +1,89 @@
+#include "recording/FrameChanges.h"
+
+#include "recording/FrameGeometry.h"
+
+namespace kasto {
+
+namespace {
+
+// How far a pixel of the picture reaches when the picture is enlarged.
+constexpr double kReachPx = 1;
+
+// How far the soft edge of a round tile's border reaches beyond the border.
+constexpr double kSoftnessPx = 1;
+
+bool hasSameDiscs(const RenderSnapshot& a, const RenderSnapshot& b) {
+    return a.ripples == b.ripples && a.heldDisc == b.heldDisc;
+}
+
+}  // namespace
+
+void FrameChanges::begin(int width, int height) {
+    end();
+    outW_ = width;
+    outH_ = height;
+    changed_ = BlockSet(width, height);
+}
+
+void FrameChanges::end() {
+    last_.reset();
+    lastCamera_ = {};
+}
+
+const BlockSet& FrameChanges::update(const FrameIngredients& ingredients) {
+    const RenderSnapshot& now = ingredients.snapshot;
+    changed_.clear();
+    if (!last_ || last_->cropPx != now.cropPx) {
+        changed_.fill();
+    } else {
+        addScreen(ingredients.screen.changed, now.cropPx);
+        if (!hasSameDiscs(*last_, now)) {
+            addDiscs(*last_);
+            addDiscs(now);
+        }
+        if (last_->camRect != now.camRect || last_->camRound != now.camRound ||
+            lastCamera_ != ingredients.camera) {
+            addTile(*last_);
+            addTile(now);
+        }
+    }
+    last_ = now;
+    lastCamera_ = ingredients.camera;
+    return changed_;
+}
+
+void FrameChanges::addScreen(const BlockSet& changed, const Rect& cropPx) {
+    if (cropPx == Rect{0, 0, outW_, outH_}) return changed_.add(changed);
+    constexpr double kSide = BlockSet::kSidePx;
+    for (int row = 0; row < changed.rows(); ++row)
+        changed.forEachRun(row, [&](int begin, int end) {
+            addCaptured(Rect{begin * kSide, row * kSide, (end - begin) * kSide, kSide}.grown(kReachPx),
+                        cropPx);
+        });
+}
+
+void FrameChanges::addDiscs(const RenderSnapshot& snapshot) {
+    for (const RippleDisc& disc : snapshot.ripples)
+        addCaptured(discBounds(disc.center, disc.radius), snapshot.cropPx);
+    if (const auto& disc = snapshot.heldDisc)
+        addCaptured(discBounds(disc->center, disc->radius), snapshot.cropPx);
+}
+
+void FrameChanges::addTile(const RenderSnapshot& snapshot) {
+    if (snapshot.camRect) addFrame(snapshot.camRect->grown(tileBorderWidth(outW_) + kSoftnessPx));
+}
+
+void FrameChanges::addCaptured(const Rect& capturePx, const Rect& cropPx) {
+    const double scaleX = outW_ / cropPx.width;
+    const double scaleY = outH_ / cropPx.height;
+    addFrame({(capturePx.x - cropPx.x) * scaleX, (capturePx.y - cropPx.y) * scaleY, capturePx.width * scaleX,
+              capturePx.height * scaleY});
+}
+
+void FrameChanges::addFrame(const Rect& framePx) {
+    const Rect inside = framePx.intersection({0, 0, outW_, outH_}).integral();
+    changed_.add(PixelRect{static_cast<int>(inside.x), static_cast<int>(inside.y),
+                           static_cast<int>(inside.width), static_cast<int>(inside.height)});
+}
+
+}  // namespace kasto

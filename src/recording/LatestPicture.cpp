@@ -1,0 +1,38 @@
+#include "recording/LatestPicture.h"
+
+#include <utility>
+
+namespace kasto {
+
+void LatestPicture::begin(int width, int height) {
+    newest_.set({.picture = {.pixels = {}, .changed = BlockSet::all(width, height)}});
+}
+
+void LatestPicture::end() { newest_.set({}); }
+
+void LatestPicture::put(const ScreenFrame& frame) {
+    PixelBufferRef pixels = frame.pixels;  // the one before is let go of when the lock is
+    newest_.with([&](Newest& newest) {
+        const bool follows = frame.generation == newest.generation + 1 && !frame.changedPx.empty();
+        if (follows) {
+            for (const PixelRect& rect : frame.changedPx) newest.picture.changed.add(rect);
+        } else if (frame.generation != newest.generation) {
+            newest.picture.changed.fill();
+        }
+        newest.generation = frame.generation;
+        std::swap(newest.picture.pixels, pixels);
+    });
+}
+
+bool LatestPicture::take(ScreenPicture& picture) {
+    return newest_.with([&](Newest& newest) {
+        if (!newest.picture.pixels) return false;
+        picture.pixels = newest.picture.pixels;
+        std::swap(picture.changed, newest.picture.changed);
+        if (newest.picture.changed.columns() == 0) newest.picture.changed = picture.changed;
+        newest.picture.changed.clear();
+        return true;
+    });
+}
+
+}  // namespace kasto
