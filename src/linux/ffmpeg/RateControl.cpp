@@ -1,5 +1,7 @@
 #include "linux/ffmpeg/RateControl.h"
 
+#include "linux/ffmpeg/X264Encoder.h"
+
 #include <algorithm>
 #include <cmath>
 
@@ -23,6 +25,8 @@ constexpr double kBetterForKeys = 3;
 constexpr int kFinest = 6;
 constexpr double kBetterForStills = 8;
 constexpr int kWorthwhileStep = 4;
+
+static_assert(kFinest >= kFinestQuantiser && kWorst <= kCoarsestQuantiser);
 
 int clamped(double quantiser, double finest) {
     return static_cast<int>(std::lround(std::clamp(quantiser, finest, kWorst)));

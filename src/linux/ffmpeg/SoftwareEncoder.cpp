@@ -20,6 +20,9 @@ namespace {
 constexpr std::size_t kMostPatched = 48;
 constexpr int kMostTicksPatched = 12;
 
+// A picture that stays so long is likely to stay on: videos of 12 pictures a second and more change before.
+constexpr int kTicksUntilStill = 6;
+
 class SoftwareEncoder final : public VideoEncoder {
 public:
     SoftwareEncoder(X264Encoder encoder, RepeatStream stream, const VideoInputSettings& settings,
@@ -38,11 +41,12 @@ public:
 
     Result<void> encode(const PictureToEncode& picture, const PictureSink& sink) override {
         const bool isSame = std::exchange(last_, picture.pixels) == picture.pixels;
+        ticksSame_ = isSame ? ticksSame_ + 1 : 0;
         const bool isKeyDue = picture.isKeyWanted || !encoded_ || sinceKey_ >= maxKeyFrameInterval_;
         if (!isSame) sinceEncoded_.add(picture.changed);
         const std::size_t preset = presets_.next(picture.backlog);
         if (std::exchange(preset_, preset) != preset) encoder_.usePreset(kX264Presets[preset]);
-        if (!isKeyDue && isSame && picture.pixels == encoded_ && !rate_.isWorthRefining(quantiser_)) {
+        if (!isKeyDue && isSame && picture.pixels == encoded_ && !isWorthRefining()) {
             hand(stream_.repeated(), picture.timeUnits, sink);
             return {};
         }
@@ -50,7 +54,7 @@ public:
             hand(stream_.patched(*picture.pixels, patches_.list()), picture.timeUnits, sink);
             return {};
         }
-        return encodeWhole(picture, isKeyDue, isSame, sink);
+        return encodeWhole(picture, isKeyDue, sink);
     }
 
     Result<void> finish(const PictureSink&) override {
@@ -59,18 +63,20 @@ public:
     }
 
 private:
+    bool isStill() const { return ticksSame_ >= kTicksUntilStill; }
+
+    bool isWorthRefining() const { return isStill() && rate_.isWorthRefining(quantiser_); }
+
     // A picture that differs little from the encoded one, as long as it has not stayed for some ticks.
     bool isWorthPatching(const PixelBuffer& picture, bool isSame) {
-        ticksPatched_ = isSame ? ticksPatched_ + 1 : 0;
         if (!isSame) fits_ = patches_.find(picture, *encoded_, sinceEncoded_, kMostPatched);
-        return fits_ && ticksPatched_ < kMostTicksPatched &&
+        return fits_ && ticksSame_ < kMostTicksPatched &&
                rate_.allows(RepeatStream::patchBytes(patches_.list().size()));
     }
 
-    Result<void> encodeWhole(const PictureToEncode& picture, bool asKey, bool isSame,
-                             const PictureSink& sink) {
+    Result<void> encodeWhole(const PictureToEncode& picture, bool asKey, const PictureSink& sink) {
         // What is new may change again at once; what stays is worth its bits.
-        const int quantiser = isSame ? rate_.quantiserOfStill() : rate_.quantiser(asKey);
+        const int quantiser = isStill() ? rate_.quantiserOfStill() : rate_.quantiser(asKey);
         const auto made =
             encoder_.encode(*picture.pixels, picture.timeUnits, quantiser, asKey, sinceEncoded_);
         if (!made) return std::unexpected(made.error());
@@ -101,7 +107,7 @@ private:
     ChangedMacroblocks patches_;  // where it does
     bool fits_ = false;           // and they are few
     int quantiser_ = 0;           // of that one
-    int ticksPatched_ = 0;
+    int ticksSame_ = 0;           // that the newest picture has stayed
     int sinceKey_ = 0;
 };
 

@@ -15,6 +15,8 @@ namespace {
 // Slices of one picture; more of them gain little.
 constexpr unsigned kMostThreads = 8;
 
+constexpr int kMiddleQuantiser = (kFinestQuantiser + kCoarsestQuantiser) / 2;
+
 constexpr int kBt709 = 1;
 // Each sample of chroma is the mean of two by two pixels.
 constexpr int kChromaInTheCenter = 1;
@@ -48,8 +50,11 @@ bool isPrepared(x264_param_t& wanted, const VideoInputSettings& settings, const 
     wanted.i_fps_den = 1;
     wanted.i_timebase_num = 1;
     wanted.i_timebase_den = kVideoTimescale;
-    // Each picture brings its own quantiser; with a constant one libx264 would keep to its neighbourhood.
-    wanted.rc.i_rc_method = X264_RC_CRF;
+    // Each picture brings its own quantiser. With a constant one libx264 spares itself the look at how hard
+    // a picture is, but keeps to the range it has for all kinds of pictures: that is made as wide as can be.
+    wanted.rc.i_rc_method = X264_RC_CQP;
+    wanted.rc.i_qp_constant = kMiddleQuantiser;
+    wanted.rc.f_ip_factor = wanted.rc.f_pb_factor = 10;
     wanted.i_keyint_max = settings.maxKeyFrameInterval;
     // All threads work on one picture: none is held back.
     wanted.b_sliced_threads = 1;

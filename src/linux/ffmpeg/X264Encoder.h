@@ -10,6 +10,10 @@ struct x264_t;
 
 namespace kasto {
 
+// The quantisers of H.264 that a movie may use.
+inline constexpr int kFinestQuantiser = 6;
+inline constexpr int kCoarsestQuantiser = 46;
+
 // libx264 as a take needs it: High, no picture predicted from a later one, and none held back. One thread at
 // a time.
 class X264Encoder {
@@ -24,9 +28,9 @@ public:
     // of one kind. Cheap.
     void usePreset(const char* preset);
 
-    // Encodes an i420 picture of the encoder's size; times must rise. The quantiser, 0 to 51, is that of all
-    // of the picture. Outside the blocks of `changed` the picture is the one before. The data is valid until
-    // the next call.
+    // Encodes an i420 picture of the encoder's size; times must rise. All of the picture gets the quantiser,
+    // which is between the finest and the coarsest. Outside the blocks of `changed` the picture is the one
+    // before. The data is valid until the next call.
     Result<EncodedPicture> encode(const PixelBuffer& picture, std::int64_t timeUnits, int quantiser,
                                   bool asKey, const BlockSet& changed);
 
