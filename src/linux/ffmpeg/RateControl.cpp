@@ -14,7 +14,7 @@ constexpr double kMostSavedS = 1;
 constexpr double kMostDebtS = 6;
 
 // The quantiser of new pictures when all of that is saved, and how much it rises with each second spent.
-constexpr double kBest = 11;
+constexpr double kBest = 8;
 constexpr double kPerSecond = 8;
 constexpr double kWorst = 44;
 
