@@ -15,6 +15,8 @@ using Bytes = std::span<const std::uint8_t>;
 constexpr int kSlice = 1;
 constexpr int kKeySlice = 5;
 constexpr int kPlaceBits = 16;
+constexpr std::uint32_t kMostNumberBits = 16;
+constexpr std::uint32_t kMostAcross = 4096;     // macroblocks
 constexpr std::uint32_t kRepeatParameters = 1;  // the id of the repeating pictures' own parameter set
 
 int nalType(Bytes nal) { return nal[0] & 0x1f; }
@@ -23,10 +25,10 @@ std::size_t u16At(Bytes bytes, std::size_t at) {
     return at + 2 <= bytes.size() ? static_cast<std::size_t>(bytes[at] << 8 | bytes[at + 1]) : bytes.size();
 }
 
-// The position of the bit that ends the unit.
+// The position of the bit that ends the unit; 0 without one.
 std::size_t stopBit(Bytes unit) {
     auto last = unit.size() * 8;
-    while (last > 0 && !(unit[(last - 1) / 8] >> (7 - (last - 1) % 8) & 1)) --last;
+    while (last > 1 && !(unit[(last - 1) / 8] >> (7 - (last - 1) % 8) & 1)) --last;
     return last - 1;
 }
 
@@ -101,7 +103,7 @@ Result<std::vector<std::uint8_t>> RepeatStream::changedSequenceParameters(Bytes 
     in.bits(32);  // type, profile, constraints, level
     in.ue();
     const bool isPlain420 = in.ue() == 1 && in.ue() == 0 && in.ue() == 0 && in.bits(2) == 0;
-    frameNumberBits_ = static_cast<int>(in.ue()) + 4;
+    const auto numberBits = in.ue() + 4;
     const auto orderAt = in.position();
     const bool isInOrder = in.ue() == 2;
     const auto afterOrder = in.position();
@@ -109,7 +111,11 @@ Result<std::vector<std::uint8_t>> RepeatStream::changedSequenceParameters(Bytes 
     in.bits(1);
     const auto width = in.ue() + 1;
     const auto height = in.ue() + 1;
-    if (!isPlain420 || !isInOrder || !in.flag()) return failure("");
+    const bool isProgressive = in.flag();
+    const bool isSound = numberBits <= kMostNumberBits && width <= kMostAcross && height <= kMostAcross &&
+                         in.position() <= stopBit(unit);
+    if (!isPlain420 || !isInOrder || !isProgressive || !isSound) return failure("");
+    frameNumberBits_ = static_cast<int>(numberBits);
     macroblocksAcross_ = width;
     macroblocks_ = width * height;
 
@@ -145,6 +151,7 @@ void RepeatStream::addSlice(Bytes nal) {
     // Sixteen bits more are two bytes more: all that follows keeps its place within its byte.
     const auto at = in.position() / 8;
     const int kept = static_cast<int>(in.position() % 8);
+    if (at >= unit.size()) return addNal(unit);  // what is no slice stays none
     const std::uint8_t split = unit[at];
     const auto bits = static_cast<std::uint32_t>(split >> (8 - kept)) << 16 | (place() & 0xffff);
     const auto rest = static_cast<std::uint8_t>(split & (0xff >> kept));
