@@ -1,4 +1,5 @@
 #include "linux/ffmpeg/FfmpegExports.h"
+#include "linux/ffmpeg/TakeOnPaper.h"
 #include "support/MovieProbe.h"
 #include "support/SmallFileSystem.h"
 #include "support/TestFolder.h"
@@ -56,6 +57,28 @@ TEST_F(FfmpegExportsTest, keepsEverySampleAndTag) {
     const auto bytes = readFile(mp4);
     EXPECT_LT(bytes.find("moov"), bytes.find("mdat")) << "the index comes first, for the web";
     EXPECT_EQ(MovieProbe(mp4).complaints(), "");
+}
+
+// Pictures the encoder never made, repeats and patches, are samples like any other.
+TEST_F(FfmpegExportsTest, keepsPicturesThatRepeatOrPatch) {
+    const auto recorded = folder / "still.mov";
+    TakeOnPaper take(recorded);
+    ASSERT_TRUE(take.start());
+    std::int64_t tick = 0;
+    for (int change = 0; change < 6; ++change) {
+        const auto picture = paintedPicture(take.settings, 120, 110, 140, 1);
+        for (int y = 0; y < 8; ++y) picture->plane(0).data[y * picture->plane(0).strideBytes + change] = 235;
+        for (int stays = 0; stays < 30; ++stays) ASSERT_TRUE(take.append(picture, 10 * tick++));
+    }
+    take.writer->finishWriting();
+    const auto mp4 = folder / "still.mp4";
+    ASSERT_TRUE(FfmpegExports().makePassthroughSession(recorded).value()->exportMpeg4(mp4));
+    const auto shown = [](const std::filesystem::path& file) {
+        return outputOf("ffmpeg -v warning -xerror -i '" + file.string() +
+                        "' -f framemd5 - 2>&1 | grep -v '#'");
+    };
+    EXPECT_EQ(shown(mp4), shown(recorded));
+    EXPECT_EQ(std::ranges::count(shown(mp4), '\n'), tick);
 }
 
 TEST_F(FfmpegExportsTest, failuresSayWhy) {
