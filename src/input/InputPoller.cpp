@@ -17,7 +17,8 @@ InputPoller::InputPoller(CaptureModel& model, const PointerInput& pointer)
 
 void InputPoller::start() {
     stop();
-    const auto now = pointer_.state().value_or(PointerState{});
+    follower_ = pointer_.follow();
+    const auto now = follower_->state().value_or(PointerState{});
     leftWas_ = now.left;
     rightWas_ = now.right;
     timer_ = queue_.startTimer(0, kIntervalS, kLeewayS, [this] { tick(); });
@@ -26,10 +27,11 @@ void InputPoller::start() {
 void InputPoller::stop() {
     timer_.reset();
     queue_.drain();
+    follower_.reset();
 }
 
 void InputPoller::tick() {
-    const auto pointer = pointer_.state();
+    const auto pointer = follower_->state();
     if (!pointer) return;
     const double nowS = mediaClockNow();
     const bool showsClicks = Prefs::showClicks();

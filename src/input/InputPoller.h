@@ -31,6 +31,7 @@ private:
 
     CaptureModel& model_;
     const PointerInput& pointer_;
+    std::unique_ptr<PointerFollower> follower_;  // while it runs
     bool leftWas_ = false;
     bool rightWas_ = false;
     SerialQueue queue_{"app.tolvane.kasto.poll", QueuePriority::userInteractive};

@@ -16,6 +16,8 @@ struct PointerState {
     bool option = false;
     bool control = false;
     bool fn = false;
+
+    bool operator==(const PointerState&) const = default;
 };
 
 // One scroll of a wheel or a trackpad, with the modifiers that are held meanwhile.
@@ -38,6 +40,15 @@ public:
     virtual ~ScrollMonitor() = default;
 };
 
+// Reads the pointer again and again. One thread at a time; it does not outlive the PointerInput.
+class PointerFollower {
+public:
+    virtual ~PointerFollower() = default;
+
+    // Pointer, buttons and modifiers as they are now; none when they cannot be told.
+    virtual std::optional<PointerState> state() = 0;
+};
+
 // The pointer, wherever it is and whoever has the focus. It only watches: every program still gets what is
 // meant for it. Any thread.
 class PointerInput {
@@ -46,6 +57,10 @@ public:
 
     // Pointer, buttons and modifiers at one moment; none when they cannot be told.
     virtual std::optional<PointerState> state() const = 0;
+
+    // For those who ask many times a second. Where the desktop tells of changes, an answer costs next to
+    // nothing as long as there is none.
+    virtual std::unique_ptr<PointerFollower> follow() const;
 
     // In global points; none when it cannot be told.
     std::optional<Point> location() const {
@@ -58,5 +73,15 @@ public:
     virtual std::unique_ptr<ScrollMonitor> monitorScroll(
         std::function<void(const ScrollEvent&)> onScroll) const = 0;
 };
+
+// Asks each time.
+inline std::unique_ptr<PointerFollower> PointerInput::follow() const {
+    struct Asking : PointerFollower {
+        explicit Asking(const PointerInput& input) : pointer(input) {}
+        std::optional<PointerState> state() override { return pointer.state(); }
+        const PointerInput& pointer;
+    };
+    return std::make_unique<Asking>(*this);
+}
 
 }  // namespace kasto

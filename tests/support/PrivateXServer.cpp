@@ -43,15 +43,22 @@ xcb_atom_t atomNamed(xcb_connection_t* c, const std::string& name, bool onlyIfKn
     return reply ? reply->atom : static_cast<xcb_atom_t>(XCB_NONE);
 }
 
-ChildProcess startServer(int width, int height, std::string& display) {
+ChildProcess startServer(int width, int height, const std::vector<std::string>& options,
+                         std::string& display) {
     std::array<int, 2> ends{};
     if (pipe2(ends.data(), O_CLOEXEC) != 0 || dup2(ends[1], kDisplayFd) < 0)
         throw std::runtime_error("no pipe for the X server");
     close(ends[1]);
     const auto size = std::to_string(width) + "x" + std::to_string(height) + "x24";
-    ChildProcess server({"Xvfb", "-displayfd", std::to_string(kDisplayFd), "-nolisten", "tcp", "-noreset",
-                         "-screen", "0", size, "+extension", "Composite", "+extension", "DAMAGE",
-                         "+extension", "RENDER", "+extension", "RANDR", "-dpi", "96"});
+    std::vector<std::string> command{"Xvfb",       "-displayfd", std::to_string(kDisplayFd),
+                                     "-nolisten",  "tcp",        "-noreset",
+                                     "-screen",    "0",          size,
+                                     "+extension", "Composite",  "+extension",
+                                     "DAMAGE",     "+extension", "RENDER",
+                                     "+extension", "RANDR",      "-dpi",
+                                     "96"};
+    command.insert(command.end(), options.begin(), options.end());
+    ChildProcess server(command);
     close(kDisplayFd);
     std::string number;
     for (char letter = 0; read(ends[0], &letter, 1) == 1 && letter != '\n';) number += letter;
@@ -108,7 +115,8 @@ int ChildProcess::wait() {
     return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
 }
 
-PrivateXServer::PrivateXServer(int width, int height) : server_(startServer(width, height, display_)) {}
+PrivateXServer::PrivateXServer(int width, int height, const std::vector<std::string>& options)
+    : server_(startServer(width, height, options, display_)) {}
 
 std::vector<std::string> PrivateXServer::environment() const { return {"DISPLAY=" + display_}; }
 

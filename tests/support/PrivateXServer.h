@@ -32,7 +32,7 @@ private:
 // An X server of the test's own, without a screen of the machine, and what is started on it.
 class PrivateXServer {
 public:
-    explicit PrivateXServer(int width = 1280, int height = 720);
+    explicit PrivateXServer(int width = 1280, int height = 720, const std::vector<std::string>& options = {});
 
     const std::string& display() const { return display_; }  // ":7"
 
@@ -45,6 +45,7 @@ public:
     int run(const std::vector<std::string>& command) const;
 
     void kill() { server_.kill(); }
+    pid_t pid() const { return server_.pid(); }
 
 private:
     std::vector<std::string> environment() const;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "base/Result.h"
+#include "linux/x11/PointerQuery.h"
 #include "platform/PointerInput.h"
 
 #include <memory>
@@ -16,19 +17,22 @@ public:
     // `displays` tells the scale and must outlive the pointer. An empty name takes $DISPLAY.
     static Result<std::unique_ptr<X11Pointer>> open(const std::string& displayName,
                                                     const X11Displays& displays);
-    ~X11Pointer() override;
 
     // Blocks for one round trip. None when the server is gone or the pointer is on another of its screens.
     // The modifiers follow the server's modifier mapping; AltGr counts as fn where no Fn key is mapped.
     std::optional<PointerState> state() const override;
 
+    std::unique_ptr<PointerFollower> follow() const override;
+
     std::unique_ptr<ScrollMonitor> monitorScroll(
         std::function<void(const ScrollEvent&)> onScroll) const override;
 
 private:
-    struct Link;
-    explicit X11Pointer(std::unique_ptr<Link> link);
-    std::unique_ptr<Link> link_;
+    X11Pointer(x11::PointerQuery query, std::string displayName, const X11Displays& displays);
+
+    const x11::PointerQuery query_;
+    const std::string displayName_;
+    const X11Displays& displays_;
 };
 
 }  // namespace kasto

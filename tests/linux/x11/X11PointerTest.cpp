@@ -11,6 +11,7 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <csignal>
 
 namespace kasto {
 namespace {
@@ -102,6 +103,67 @@ TEST_F(X11PointerTest, ScrollingIsSeenAndStillReachesTheProgramUnderThePointer) 
 
     monitor = pointer->monitorScroll([](const ScrollEvent&) {});
     server.kill();  // which the monitor survives
+}
+
+// By reports of the server, or where it gives none, by asking.
+class PointerFollowerTest : public testing::TestWithParam<bool> {
+protected:
+    // True when the follower comes to know it.
+    bool knows(const PointerState& expected) {
+        return waitUntil([&] { return follower->state() == expected; });
+    }
+    void run(const std::vector<std::string>& xdotool) {
+        auto command = xdotool;
+        command.insert(command.begin(), "xdotool");
+        ASSERT_EQ(server.run(command), 0);
+    }
+
+    PrivateXServer server{
+        1280, 720,
+        GetParam() ? std::vector<std::string>{} : std::vector<std::string>{"-extension", "RECORD"}};
+    std::unique_ptr<X11Displays> displays = *X11Displays::open(server.display());
+    std::unique_ptr<X11Pointer> pointer = *X11Pointer::open(server.display(), *displays);
+    std::unique_ptr<PointerFollower> follower = pointer->follow();
+};
+
+TEST_P(PointerFollowerTest, KnowsEveryChangeWhoeverGrabs) {
+    XClient program(server.display());
+    for (const bool isGrabbed : {false, true}) {
+        SCOPED_TRACE(isGrabbed ? "grabbed" : "free");
+        if (isGrabbed) {
+            auto* c = program.raw();
+            const auto root = program.root();
+            xcb_grab_pointer(c, 0, root, XCB_EVENT_MASK_BUTTON_PRESS, XCB_GRAB_MODE_ASYNC,
+                             XCB_GRAB_MODE_ASYNC, XCB_NONE, XCB_NONE, XCB_CURRENT_TIME);
+            xcb_grab_keyboard(c, 0, root, XCB_CURRENT_TIME, XCB_GRAB_MODE_ASYNC, XCB_GRAB_MODE_ASYNC);
+        }
+        program.movePointer(300, 200);
+        EXPECT_TRUE(knows({.globalPts = {300, 200}}));
+        run({"mousemove", "310", "220"});
+        EXPECT_TRUE(knows({.globalPts = {310, 220}}));
+        run({"mousemove_relative", "5", "6", "mousedown", "1"});
+        EXPECT_TRUE(knows({.globalPts = {315, 226}, .left = true}));
+        run({"mousemove_relative", "5", "6", "keydown", "Super_L", "mousedown", "3"});
+        EXPECT_TRUE(knows({.globalPts = {320, 232}, .left = true, .right = true, .command = true}));
+        run({"mouseup", "1", "mouseup", "3", "keyup", "Super_L", "keydown", "Control_L"});
+        EXPECT_TRUE(knows({.globalPts = {320, 232}, .control = true}));
+        run({"keyup", "Control_L"});
+        EXPECT_TRUE(knows({.globalPts = {320, 232}}));
+    }
+    server.kill();
+    EXPECT_TRUE(waitUntil([&] { return !follower->state(); }));
+}
+
+INSTANTIATE_TEST_SUITE_P(Servers, PointerFollowerTest, testing::Bool(),
+                         [](const auto& test) { return test.param ? "Reporting" : "Silent"; });
+
+TEST_F(X11PointerTest, AFollowerAsksNothingWhileNothingHappens) {
+    const auto follower = pointer->follow();
+    const auto known = follower->state();
+    // A server that stands still answers nobody.
+    ASSERT_EQ(::kill(server.pid(), SIGSTOP), 0);
+    for (int i = 0; i < 20; ++i) EXPECT_TRUE(follower->state() == known);
+    ASSERT_EQ(::kill(server.pid(), SIGCONT), 0);
 }
 
 TEST_F(X11PointerTest, ThePollerSeesPressesOfTheServer) {
