@@ -3,10 +3,13 @@
 // test_sound play HZ [PROPERTY=VALUE…]: plays to the default speakers.
 // test_sound microphone NAME HZ [PROPERTY=VALUE…]: is a microphone of that name.
 //
-// A quiet tone of that pitch, and a loud one in the first tenth of every second of the monotonic clock.
+// A quiet tone of that pitch, and a loud one in the first tenth of a second of every beat of the monotonic
+// clock: each second, or each beat.ms=MILLISECONDS. With clock.ppm=PPM the microphone is a device with a
+// clock of its own, which is so much too fast, and hears what it hands on one buffer later, as devices do.
 
 #include <pipewire/pipewire.h>
 #include <spa/param/audio/format-utils.h>
+#include <spa/param/latency-utils.h>
 
 #include <array>
 #include <cmath>
@@ -14,6 +17,7 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
+#include <ctime>
 #include <numbers>
 #include <string>
 #include <vector>
@@ -25,14 +29,65 @@ constexpr int kRate = 48'000;
 constexpr std::int64_t kSecondNs = 1'000'000'000;
 constexpr float kQuiet = 0.05F;
 constexpr float kLoud = 0.5F;
+constexpr std::size_t kClockFrames = 1024;  // a round of a microphone with a clock of its own
 
 struct Sound {
     pw_main_loop* loop = nullptr;
     pw_stream* stream = nullptr;
+    bool isMicrophone = false;
     std::size_t channels = 2;
     double hz = 440;
     double phase = 0;
+    std::int64_t beatNs = kSecondNs;
+
+    // A clock of its own
+    bool hasClock = false;
+    double samplesPerS = kRate;
+    spa_source* timer = nullptr;
+    spa_io_position* position = nullptr;
+    double roundNs = 0;  // when the present round was due
 };
+
+std::int64_t monotonicNs() {
+    timespec now{};
+    clock_gettime(CLOCK_MONOTONIC, &now);
+    return SPA_TIMESPEC_TO_NSEC(&now);
+}
+
+double roundLengthNs(const Sound& sound) { return kClockFrames / sound.samplesPerS * kSecondNs; }
+
+// When the first sample of this round is heard, by the speakers' listener or by the microphone.
+double firstNs(const Sound& sound) {
+    if (sound.hasClock) return sound.roundNs - roundLengthNs(sound);
+    pw_time time{};
+    pw_stream_get_time_n(sound.stream, &time, sizeof time);
+    double delayNs = 0;
+    if (!sound.isMicrophone && time.rate.denom > 0)
+        delayNs = static_cast<double>(time.delay) * kSecondNs * time.rate.num / time.rate.denom;
+    return static_cast<double>(time.now) + delayNs;
+}
+
+void wakeAt(const Sound& sound, double ns) {
+    const auto atNs = static_cast<std::int64_t>(ns);
+    timespec due{atNs / kSecondNs, atNs % kSecondNs};
+    pw_loop_update_timer(pw_main_loop_get_loop(sound.loop), sound.timer, &due, nullptr, true);
+}
+
+void beginRound(void* data, std::uint64_t) {
+    auto& sound = *static_cast<Sound*>(data);
+    sound.roundNs += roundLengthNs(sound);
+    wakeAt(sound, sound.roundNs + roundLengthNs(sound));
+    if (sound.position) {
+        auto& clock = sound.position->clock;
+        clock.nsec = static_cast<std::uint64_t>(monotonicNs());
+        clock.rate = SPA_FRACTION(1, kRate);
+        clock.position += kClockFrames;
+        clock.duration = kClockFrames;
+        clock.rate_diff = sound.samplesPerS / kRate;
+        clock.next_nsec = clock.nsec + kClockFrames * kSecondNs / kRate;
+    }
+    pw_stream_trigger_process(sound.stream);
+}
 
 void process(void* data) {
     auto& sound = *static_cast<Sound*>(data);
@@ -42,12 +97,13 @@ void process(void* data) {
     const std::size_t frameBytes = sound.channels * sizeof(float);
     std::size_t frames = memory.maxsize / frameBytes;
     if (buffer->requested > 0) frames = std::min<std::size_t>(frames, buffer->requested);
-    pw_time time{};
-    pw_stream_get_time_n(sound.stream, &time, sizeof time);
+    if (sound.hasClock) frames = std::min(frames, kClockFrames);
+    const double beginNs = firstNs(sound);
     auto* samples = static_cast<float*>(memory.data);
     for (std::size_t i = 0; i < frames; ++i) {
-        const auto atNs = time.now + static_cast<std::int64_t>(i) * kSecondNs / kRate;
-        const float level = atNs % kSecondNs < kSecondNs / 10 ? kLoud : kQuiet;
+        const auto atNs =
+            static_cast<std::int64_t>(beginNs + static_cast<double>(i) / sound.samplesPerS * kSecondNs);
+        const float level = atNs % sound.beatNs < kSecondNs / 10 ? kLoud : kQuiet;
         sound.phase = std::fmod(sound.phase + sound.hz / kRate, 1);
         const auto value = level * static_cast<float>(std::sin(2 * std::numbers::pi * sound.phase));
         for (std::size_t channel = 0; channel < sound.channels; ++channel) *samples++ = value;
@@ -59,18 +115,26 @@ void process(void* data) {
     pw_stream_queue_buffer(sound.stream, buffer);
 }
 
+void stateChanged(void* data, pw_stream_state, pw_stream_state state, const char*) {
+    auto& sound = *static_cast<Sound*>(data);
+    if (state == PW_STREAM_STATE_ERROR || state == PW_STREAM_STATE_UNCONNECTED) pw_main_loop_quit(sound.loop);
+    if (state != PW_STREAM_STATE_STREAMING || !sound.hasClock) return;
+    sound.roundNs = static_cast<double>(monotonicNs());
+    wakeAt(sound, sound.roundNs + roundLengthNs(sound));
+}
+
 void quit(void* data, int) { pw_main_loop_quit(static_cast<Sound*>(data)->loop); }
 
 int run(std::vector<std::string> arguments) {
-    const bool isMicrophone = arguments.size() >= 3 && arguments[0] == "microphone";
-    if (!isMicrophone && (arguments.size() < 2 || arguments[0] != "play")) {
+    Sound sound;
+    sound.isMicrophone = arguments.size() >= 3 && arguments[0] == "microphone";
+    if (!sound.isMicrophone && (arguments.size() < 2 || arguments[0] != "play")) {
         std::fputs("usage: test_sound play HZ | microphone NAME HZ, and PROPERTY=VALUE\n", stderr);
         return 2;
     }
-    Sound sound;
     auto* properties = pw_properties_new(PW_KEY_MEDIA_TYPE, "Audio", nullptr);
     std::size_t used = 1;
-    if (isMicrophone) {
+    if (sound.isMicrophone) {
         sound.channels = 1;
         pw_properties_set(properties, PW_KEY_NODE_NAME, arguments[used].c_str());
         pw_properties_set(properties, PW_KEY_NODE_DESCRIPTION, arguments[used++].c_str());
@@ -84,8 +148,16 @@ int run(std::vector<std::string> arguments) {
     for (; used < arguments.size(); ++used) {
         const auto equals = arguments[used].find('=');
         if (equals == std::string::npos) continue;
-        pw_properties_set(properties, arguments[used].substr(0, equals).c_str(),
-                          arguments[used].substr(equals + 1).c_str());
+        const auto key = arguments[used].substr(0, equals);
+        const auto value = arguments[used].substr(equals + 1);
+        if (key == "beat.ms") {
+            sound.beatNs = std::stoll(value) * (kSecondNs / 1000);
+        } else if (key == "clock.ppm") {
+            sound.hasClock = sound.isMicrophone;
+            sound.samplesPerS = kRate * (1 + std::stod(value) / 1e6);
+        } else {
+            pw_properties_set(properties, key.c_str(), value.c_str());
+        }
     }
 
     sound.loop = pw_main_loop_new(nullptr);
@@ -95,8 +167,9 @@ int run(std::vector<std::string> arguments) {
     pw_stream_events events{};
     events.version = PW_VERSION_STREAM_EVENTS;
     events.process = process;
-    events.state_changed = [](void* data, pw_stream_state, pw_stream_state state, const char*) {
-        if (state == PW_STREAM_STATE_ERROR || state == PW_STREAM_STATE_UNCONNECTED) quit(data, 0);
+    events.state_changed = stateChanged;
+    events.io_changed = [](void* data, std::uint32_t id, void* area, std::uint32_t) {
+        if (id == SPA_IO_Position) static_cast<Sound*>(data)->position = static_cast<spa_io_position*>(area);
     };
     sound.stream = pw_stream_new_simple(loop, "test sound", properties, &events, &sound);
     if (!sound.stream) return 1;
@@ -105,16 +178,23 @@ int run(std::vector<std::string> arguments) {
     format.format = SPA_AUDIO_FORMAT_F32;
     format.rate = kRate;
     format.channels = static_cast<std::uint32_t>(sound.channels);
-    format.position[0] = isMicrophone ? SPA_AUDIO_CHANNEL_MONO : SPA_AUDIO_CHANNEL_FL;
+    format.position[0] = sound.isMicrophone ? SPA_AUDIO_CHANNEL_MONO : SPA_AUDIO_CHANNEL_FL;
     format.position[1] = SPA_AUDIO_CHANNEL_FR;
     std::array<std::uint8_t, 1024> memory{};
     spa_pod_builder builder{};
     spa_pod_builder_init(&builder, memory.data(), memory.size());
-    const spa_pod* offered = spa_format_audio_raw_build(&builder, SPA_PARAM_EnumFormat, &format);
+    std::vector<const spa_pod*> offered{spa_format_audio_raw_build(&builder, SPA_PARAM_EnumFormat, &format)};
     int flags = PW_STREAM_FLAG_MAP_BUFFERS | PW_STREAM_FLAG_RT_PROCESS;
-    if (!isMicrophone) flags |= PW_STREAM_FLAG_AUTOCONNECT;
+    if (!sound.isMicrophone) flags |= PW_STREAM_FLAG_AUTOCONNECT;
+    if (sound.hasClock) {
+        flags = PW_STREAM_FLAG_MAP_BUFFERS | PW_STREAM_FLAG_DRIVER;
+        sound.timer = pw_loop_add_timer(loop, beginRound, &sound);
+        spa_latency_info latency = SPA_LATENCY_INFO(SPA_DIRECTION_OUTPUT);
+        latency.min_quantum = latency.max_quantum = 1;
+        offered.push_back(spa_latency_build(&builder, SPA_PARAM_Latency, &latency));
+    }
     if (pw_stream_connect(sound.stream, PW_DIRECTION_OUTPUT, PW_ID_ANY, static_cast<pw_stream_flags>(flags),
-                          &offered, 1) < 0)
+                          offered.data(), static_cast<std::uint32_t>(offered.size())) < 0)
         return 1;
     pw_main_loop_run(sound.loop);
     pw_stream_destroy(sound.stream);
