@@ -2,6 +2,8 @@
 //
 // test_sound play HZ [PROPERTY=VALUE…]: plays to the default speakers.
 // test_sound microphone NAME HZ [PROPERTY=VALUE…]: is a microphone of that name.
+// test_sound speakers NAME MS [PROPERTY=VALUE…]: are speakers of that name, heard so much after they were
+// given their sound.
 //
 // A quiet tone of that pitch, and a loud one in the first tenth of a second of every beat of the monotonic
 // clock: each second, or each beat.ms=MILLISECONDS. With clock.ppm=PPM the microphone is a device with a
@@ -31,14 +33,17 @@ constexpr float kQuiet = 0.05F;
 constexpr float kLoud = 0.5F;
 constexpr std::size_t kClockFrames = 1024;  // a round of a microphone with a clock of its own
 
+enum class Role { player, microphone, speakers };
+
 struct Sound {
+    Role role = Role::player;
     pw_main_loop* loop = nullptr;
     pw_stream* stream = nullptr;
-    bool isMicrophone = false;
     std::size_t channels = 2;
     double hz = 440;
     double phase = 0;
     std::int64_t beatNs = kSecondNs;
+    spa_latency_info latency{};  // of a device
 
     // A clock of its own
     bool hasClock = false;
@@ -62,7 +67,7 @@ double firstNs(const Sound& sound) {
     pw_time time{};
     pw_stream_get_time_n(sound.stream, &time, sizeof time);
     double delayNs = 0;
-    if (!sound.isMicrophone && time.rate.denom > 0)
+    if (sound.role == Role::player && time.rate.denom > 0)
         delayNs = static_cast<double>(time.delay) * kSecondNs * time.rate.num / time.rate.denom;
     return static_cast<double>(time.now) + delayNs;
 }
@@ -125,77 +130,102 @@ void stateChanged(void* data, pw_stream_state, pw_stream_state state, const char
 
 void quit(void* data, int) { pw_main_loop_quit(static_cast<Sound*>(data)->loop); }
 
-int run(std::vector<std::string> arguments) {
-    Sound sound;
-    sound.isMicrophone = arguments.size() >= 3 && arguments[0] == "microphone";
-    if (!sound.isMicrophone && (arguments.size() < 2 || arguments[0] != "play")) {
-        std::fputs("usage: test_sound play HZ | microphone NAME HZ, and PROPERTY=VALUE\n", stderr);
-        return 2;
-    }
+// The server does with it what speakers do.
+void consume(void* data) {
+    auto& sound = *static_cast<Sound*>(data);
+    if (auto* buffer = pw_stream_dequeue_buffer(sound.stream)) pw_stream_queue_buffer(sound.stream, buffer);
+}
+
+// Takes them from the arguments; none if those make no sense.
+pw_properties* propertiesOf(Sound& sound, const std::vector<std::string>& arguments) {
+    const std::string what = arguments.empty() ? "" : arguments[0];
+    if (what == "microphone") sound.role = Role::microphone;
+    if (what == "speakers") sound.role = Role::speakers;
+    const bool isDevice = sound.role != Role::player;
+    if (arguments.size() < (isDevice ? 3 : 2) || (!isDevice && what != "play")) return nullptr;
+
     auto* properties = pw_properties_new(PW_KEY_MEDIA_TYPE, "Audio", nullptr);
-    std::size_t used = 1;
-    if (sound.isMicrophone) {
-        sound.channels = 1;
-        pw_properties_set(properties, PW_KEY_NODE_NAME, arguments[used].c_str());
-        pw_properties_set(properties, PW_KEY_NODE_DESCRIPTION, arguments[used++].c_str());
-        pw_properties_set(properties, PW_KEY_MEDIA_CLASS, "Audio/Source");
-        // Else the speakers' monitor stays the default source.
+    const double number = std::strtod(arguments[isDevice ? 2 : 1].c_str(), nullptr);
+    sound.hz = number;
+    if (isDevice) {
+        pw_properties_set(properties, PW_KEY_NODE_NAME, arguments[1].c_str());
+        pw_properties_set(properties, PW_KEY_NODE_DESCRIPTION, arguments[1].c_str());
+        // Else the speakers' monitor stays the default source, and other speakers the default ones.
         pw_properties_set(properties, PW_KEY_PRIORITY_SESSION, "2000");
+    }
+    if (sound.role == Role::microphone) {
+        sound.channels = 1;
+        pw_properties_set(properties, PW_KEY_MEDIA_CLASS, "Audio/Source");
+        sound.latency = SPA_LATENCY_INFO(SPA_DIRECTION_OUTPUT);
+    } else if (sound.role == Role::speakers) {
+        pw_properties_set(properties, PW_KEY_MEDIA_CLASS, "Audio/Sink");
+        sound.latency = SPA_LATENCY_INFO(SPA_DIRECTION_INPUT);
+        sound.latency.min_ns = sound.latency.max_ns =
+            static_cast<std::uint64_t>(number * (static_cast<double>(kSecondNs) / 1000));
     } else {
         pw_properties_set(properties, PW_KEY_MEDIA_CATEGORY, "Playback");
     }
-    sound.hz = std::strtod(arguments[used++].c_str(), nullptr);
-    for (; used < arguments.size(); ++used) {
-        const auto equals = arguments[used].find('=');
+    for (std::size_t i = isDevice ? 3 : 2; i < arguments.size(); ++i) {
+        const auto equals = arguments[i].find('=');
         if (equals == std::string::npos) continue;
-        const auto key = arguments[used].substr(0, equals);
-        const auto value = arguments[used].substr(equals + 1);
+        const auto key = arguments[i].substr(0, equals);
+        const auto value = arguments[i].substr(equals + 1);
         if (key == "beat.ms") {
             sound.beatNs = std::stoll(value) * (kSecondNs / 1000);
-        } else if (key == "clock.ppm") {
-            sound.hasClock = sound.isMicrophone;
+        } else if (key == "clock.ppm" && sound.role == Role::microphone) {
+            sound.hasClock = true;
             sound.samplesPerS = kRate * (1 + std::stod(value) / 1e6);
+            sound.latency.min_quantum = sound.latency.max_quantum = 1;
         } else {
             pw_properties_set(properties, key.c_str(), value.c_str());
         }
     }
+    return properties;
+}
 
-    sound.loop = pw_main_loop_new(nullptr);
-    pw_loop* loop = pw_main_loop_get_loop(sound.loop);
-    pw_loop_add_signal(loop, SIGINT, quit, &sound);
-    pw_loop_add_signal(loop, SIGTERM, quit, &sound);
-    pw_stream_events events{};
-    events.version = PW_VERSION_STREAM_EVENTS;
-    events.process = process;
-    events.state_changed = stateChanged;
-    events.io_changed = [](void* data, std::uint32_t id, void* area, std::uint32_t) {
-        if (id == SPA_IO_Position) static_cast<Sound*>(data)->position = static_cast<spa_io_position*>(area);
-    };
-    sound.stream = pw_stream_new_simple(loop, "test sound", properties, &events, &sound);
-    if (!sound.stream) return 1;
-
+bool connect(Sound& sound) {
     spa_audio_info_raw format{};
     format.format = SPA_AUDIO_FORMAT_F32;
     format.rate = kRate;
     format.channels = static_cast<std::uint32_t>(sound.channels);
-    format.position[0] = sound.isMicrophone ? SPA_AUDIO_CHANNEL_MONO : SPA_AUDIO_CHANNEL_FL;
+    format.position[0] = sound.channels == 1 ? SPA_AUDIO_CHANNEL_MONO : SPA_AUDIO_CHANNEL_FL;
     format.position[1] = SPA_AUDIO_CHANNEL_FR;
     std::array<std::uint8_t, 1024> memory{};
     spa_pod_builder builder{};
     spa_pod_builder_init(&builder, memory.data(), memory.size());
     std::vector<const spa_pod*> offered{spa_format_audio_raw_build(&builder, SPA_PARAM_EnumFormat, &format)};
-    int flags = PW_STREAM_FLAG_MAP_BUFFERS | PW_STREAM_FLAG_RT_PROCESS;
-    if (!sound.isMicrophone) flags |= PW_STREAM_FLAG_AUTOCONNECT;
-    if (sound.hasClock) {
-        flags = PW_STREAM_FLAG_MAP_BUFFERS | PW_STREAM_FLAG_DRIVER;
-        sound.timer = pw_loop_add_timer(loop, beginRound, &sound);
-        spa_latency_info latency = SPA_LATENCY_INFO(SPA_DIRECTION_OUTPUT);
-        latency.min_quantum = latency.max_quantum = 1;
-        offered.push_back(spa_latency_build(&builder, SPA_PARAM_Latency, &latency));
+    if (sound.role != Role::player)
+        offered.push_back(spa_latency_build(&builder, SPA_PARAM_Latency, &sound.latency));
+    int flags = PW_STREAM_FLAG_MAP_BUFFERS;
+    flags |= sound.hasClock ? PW_STREAM_FLAG_DRIVER : PW_STREAM_FLAG_RT_PROCESS;
+    if (sound.role == Role::player) flags |= PW_STREAM_FLAG_AUTOCONNECT;
+    const auto direction = sound.role == Role::speakers ? PW_DIRECTION_INPUT : PW_DIRECTION_OUTPUT;
+    return pw_stream_connect(sound.stream, direction, PW_ID_ANY, static_cast<pw_stream_flags>(flags),
+                             offered.data(), static_cast<std::uint32_t>(offered.size())) >= 0;
+}
+
+int run(const std::vector<std::string>& arguments) {
+    Sound sound;
+    auto* properties = propertiesOf(sound, arguments);
+    if (!properties) {
+        std::fputs("usage: test_sound play HZ | microphone NAME HZ | speakers NAME MS, and PROPERTY=VALUE\n",
+                   stderr);
+        return 2;
     }
-    if (pw_stream_connect(sound.stream, PW_DIRECTION_OUTPUT, PW_ID_ANY, static_cast<pw_stream_flags>(flags),
-                          offered.data(), static_cast<std::uint32_t>(offered.size())) < 0)
-        return 1;
+    sound.loop = pw_main_loop_new(nullptr);
+    pw_loop* loop = pw_main_loop_get_loop(sound.loop);
+    pw_loop_add_signal(loop, SIGINT, quit, &sound);
+    pw_loop_add_signal(loop, SIGTERM, quit, &sound);
+    if (sound.hasClock) sound.timer = pw_loop_add_timer(loop, beginRound, &sound);
+    pw_stream_events events{};
+    events.version = PW_VERSION_STREAM_EVENTS;
+    events.process = sound.role == Role::speakers ? consume : process;
+    events.state_changed = stateChanged;
+    events.io_changed = [](void* data, std::uint32_t id, void* area, std::uint32_t) {
+        if (id == SPA_IO_Position) static_cast<Sound*>(data)->position = static_cast<spa_io_position*>(area);
+    };
+    sound.stream = pw_stream_new_simple(loop, "test sound", properties, &events, &sound);
+    if (!sound.stream || !connect(sound)) return 1;
     pw_main_loop_run(sound.loop);
     pw_stream_destroy(sound.stream);
     pw_main_loop_destroy(sound.loop);

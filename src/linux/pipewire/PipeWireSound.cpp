@@ -4,6 +4,7 @@
 #include "base/DebugLog.h"
 #include "linux/pipewire/LoopSource.h"
 #include "linux/pipewire/PipeWireConnection.h"
+#include "linux/pipewire/SinkLatency.h"
 #include "linux/pipewire/SoundStream.h"
 
 #include <optional>
@@ -40,6 +41,7 @@ public:
         const auto held = connection_.lock();
         connection_.removeObserver(*this);
         stream_.reset();
+        speakers_.reset();
         check_.reset();
         look_.reset();
     }
@@ -50,6 +52,7 @@ private:
     }
     void serverGone() override {
         stream_.reset();
+        speakers_.reset();
         openedOn_.reset();
     }
 
@@ -64,6 +67,7 @@ private:
 
     void followDefault() {
         const auto* chosen = device();
+        if (chosen && type_ == StreamOutputType::audio) watchSpeakers(chosen->id);
         // A running stream of the sink follows by itself, and without a gap.
         const bool follows = type_ == StreamOutputType::audio && stream_ && chosen;
         if (follows || (chosen && openedOn_ == chosen->serial)) return;
@@ -71,6 +75,13 @@ private:
         stream_.reset();
         openedOn_.reset();
         if (chosen) open(*chosen);
+    }
+
+    void watchSpeakers(std::uint32_t nodeId) {
+        if (!connection_.core() || (speakers_ && speakers_->nodeId() == nodeId)) return;
+        auto speakers = std::make_unique<SinkLatency>(connection_.core(), nodeId);
+        if (stream_) stream_->setSpeakers(*speakers);
+        speakers_ = std::move(speakers);
     }
 
     void open(const MediaNode& device) {
@@ -87,6 +98,7 @@ private:
             [this](const std::string& why) { streamEnded(why); });
         if (!stream) return streamEnded(stream.error().description);
         stream_ = std::move(*stream);
+        if (speakers_) stream_->setSpeakers(*speakers_);
         say(": " + device.description);
     }
 
@@ -131,6 +143,7 @@ private:
     // Under the connection's lock.
     LoopSource look_;
     LoopSource check_;
+    std::unique_ptr<SinkLatency> speakers_;  // of system sound
     std::unique_ptr<SoundStream> stream_;
     std::optional<std::uint64_t> openedOn_;  // the device that was opened last, by its serial
     bool hasDelivered_ = false;              // since the last check

@@ -6,6 +6,7 @@
 #include <array>
 #include <cmath>
 #include <cstdlib>
+#include <cstring>
 #include <span>
 #include <utility>
 
@@ -61,6 +62,11 @@ const pw_stream_events SoundStream::kEvents = [] {
     events.version = PW_VERSION_STREAM_EVENTS;
     events.state_changed = [](void* self, pw_stream_state, pw_stream_state state, const char* error) {
         static_cast<SoundStream*>(self)->stateChanged(state, error);
+    };
+    events.io_changed = [](void* self, std::uint32_t id, void* area, std::uint32_t size) {
+        if (id != SPA_IO_Position) return;
+        const bool isWhole = area && size >= sizeof(spa_io_position);
+        static_cast<SoundStream*>(self)->setPosition(isWhole ? static_cast<spa_io_position*>(area) : nullptr);
     };
     events.process = [](void* self) { static_cast<SoundStream*>(self)->processBuffer(); };
     return events;
@@ -140,6 +146,8 @@ std::int64_t SoundStream::captureTimeNs(std::size_t frames) const {
     std::int64_t delayNs = 0;
     if (time.rate.denom > 0) delayNs = time.delay * SPA_NSEC_PER_SEC * time.rate.num / time.rate.denom;
     if (delayNs < 0 || delayNs > SPA_NSEC_PER_SEC) delayNs = 0;
+    // Speakers that drive the server's rounds hand on in each round what they were given in the last one.
+    if (position_ && position_->clock.id == speakersId_) delayNs += framesToNs(frames);
     return time.now - delayNs - framesToNs(std::min<std::size_t>(time.buffered, kSoundRate));
 }
 
@@ -149,12 +157,30 @@ void SoundStream::deliver() {
         // One sample that is no number would silence an encoder for good.
         for (float& sample : block->samples)
             if (!std::isfinite(sample)) sample = 0;
-        onSamples_(
-            {.samples = std::move(block->samples),
-             .channels = channels_,
-             .presentationS = clock_.timeOf(static_cast<double>(block->timeNs) / SPA_NSEC_PER_SEC, frames),
-             .durationS = static_cast<double>(frames) / kSoundRate});
+        const double durationS = static_cast<double>(frames) / kSoundRate;
+        const double heardS = static_cast<double>(block->timeNs) / SPA_NSEC_PER_SEC +
+                              (speakers_ ? speakers_->seconds(durationS) : 0);
+        onSamples_({.samples = std::move(block->samples),
+                    .channels = channels_,
+                    .presentationS = clock_.timeOf(heardS, frames),
+                    .durationS = durationS});
     }
+}
+
+void SoundStream::setSpeakers(const SinkLatency& speakers) {
+    speakers_ = &speakers;
+    speakersId_ = speakers.nodeId();
+}
+
+// Its memory may go after this, so the realtime thread takes it over between two rounds.
+void SoundStream::setPosition(spa_io_position* position) {
+    const auto take = [](spa_loop*, bool, std::uint32_t, const void* data, std::size_t, void* self) {
+        std::memcpy(&static_cast<SoundStream*>(self)->position_, data, sizeof(spa_io_position*));
+        return 0;
+    };
+    auto* context = pw_core_get_context(pw_stream_get_core(stream_));
+    auto* realtime = pw_data_loop_get_loop(pw_context_get_data_loop(context));
+    pw_loop_invoke(realtime, take, 1, &position, sizeof position, true, this);
 }
 
 void SoundStream::stateChanged(pw_stream_state state, const char* error) {

@@ -5,10 +5,12 @@
 #include "linux/pipewire/CaptureClock.h"
 #include "linux/pipewire/LoopSource.h"
 #include "linux/pipewire/PipeWireConnection.h"
+#include "linux/pipewire/SinkLatency.h"
 #include "platform/ScreenStream.h"
 
 #include <pipewire/stream.h>
 
+#include <atomic>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -42,6 +44,10 @@ public:
     SoundStream(const SoundStream&) = delete;
     SoundStream& operator=(const SoundStream&) = delete;
 
+    // What these speakers play is captured: times become those at which it is heard. They outlive the stream,
+    // or are told anew.
+    void setSpeakers(const SinkLatency& speakers);
+
 private:
     SoundStream(pw_loop* loop, int channels, Handler onSamples, std::function<void(std::string)> onEnd);
 
@@ -49,6 +55,7 @@ private:
     void processBuffer();  // the realtime thread's
     std::int64_t captureTimeNs(std::size_t frames) const;
     void deliver();
+    void setPosition(spa_io_position* position);
     void stateChanged(pw_stream_state state, const char* error);
     void end();
     static const pw_stream_events kEvents;
@@ -58,6 +65,9 @@ private:
     const Handler onSamples_;
     const std::function<void(std::string)> onEnd_;
     BlockRing ring_;
+    const SinkLatency* speakers_ = nullptr;
+    std::atomic<std::uint32_t> speakersId_ = PW_ID_ANY;
+    spa_io_position* position_ = nullptr;  // the realtime thread's: of the round it is in
     CaptureClock clock_;
     LoopSource arrived_;
     LoopSource ended_;
