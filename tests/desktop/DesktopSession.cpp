@@ -46,9 +46,9 @@ ChildProcess DesktopSession::showChart() const {
     return client;
 }
 
-ChildProcess DesktopSession::startKasto() const {
+ChildProcess DesktopSession::startKasto(const std::vector<std::string>& changes) const {
     const auto before = timesLogged(" launched ");
-    auto kasto = start({KASTO});
+    auto kasto = start({KASTO}, changes);
     if (!waitForLog(" launched ", before + 1)) throw std::runtime_error("kasto did not start");
     return kasto;
 }

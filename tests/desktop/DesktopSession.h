@@ -32,8 +32,8 @@ public:
     // Shows the colour chart; returns when it is on the screen.
     ChildProcess showChart() const;
 
-    // Starts kasto; returns when it is ready for commands.
-    ChildProcess startKasto() const;
+    // Starts kasto; returns when it is ready for commands. `changes` as above.
+    ChildProcess startKasto(const std::vector<std::string>& changes = {}) const;
 
     // Ends the X server as a crash does.
     void killXServer() const;

@@ -129,6 +129,22 @@ TEST_F(TakeTest, showsTheWebcamInItsTileUntilItIsUnplugged) {
         EXPECT_LE(errorAt(after, x, y, {23, 23, 28}), 3);
 }
 
+TEST_F(TakeTest, hasSilentTracksWithoutAMediaServer) {
+    setOptions(R"({"pipEnabled": false, "captureSystemSound": true, "captureMic": true})");
+    const auto client = desktop.showChart();
+    const auto kasto = desktop.startKasto({"PIPEWIRE_REMOTE=none"});
+    record();
+    letItRecordFor(1.5);
+    ASSERT_EQ(command("stop"), 0);
+    ASSERT_TRUE(desktop.waitForLog(" stopped → kasto-"));
+    const MovieProbe movie(theMovie());
+    EXPECT_EQ(movie.complaints(), "");
+    const auto sounds = movie.soundDurationsS();
+    ASSERT_EQ(sounds.size(), 2u);
+    for (const double durationS : sounds)
+        EXPECT_NEAR(durationS, static_cast<double>(movie.times().back()) / 600, 0.1);
+}
+
 TEST_F(TakeTest, leavesAPlayableMovieWhenKilled) {
     const auto client = desktop.showChart();
     auto kasto = desktop.startKasto();

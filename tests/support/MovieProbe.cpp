@@ -15,6 +15,14 @@ std::map<std::string, std::string> MovieProbe::videoStream() const {
     return values;
 }
 
+std::vector<double> MovieProbe::soundDurationsS() const {
+    std::istringstream lines(outputOf(
+        "ffprobe -v quiet -select_streams a -show_entries stream=duration -of default=nw=1:nk=1" + movie_));
+    std::vector<double> durations;
+    for (double duration = 0; lines >> duration;) durations.push_back(duration);
+    return durations;
+}
+
 std::vector<std::int64_t> MovieProbe::times(const std::string& options) const {
     std::istringstream lines(
         outputOf("ffprobe -v quiet -select_streams v -show_entries frame=pts -of default=nw=1:nk=1 " +

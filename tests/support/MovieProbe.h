@@ -16,6 +16,9 @@ public:
     // What ffprobe tells of the video track: "codec_name", "profile", "color_space" …
     std::map<std::string, std::string> videoStream() const;
 
+    // How long each sound track is, in the order of the tracks.
+    std::vector<double> soundDurationsS() const;
+
     // The times at which decoded pictures are shown, in units of the track's timescale. `options` of ffprobe
     // choose among them.
     std::vector<std::int64_t> times(const std::string& options = "") const;

@@ -164,7 +164,7 @@ Result<std::unique_ptr<SoundRun>> PipeWireSound::start(StreamOutputType type, St
 
 bool PipeWireSound::deliversMicrophone() const {
     const auto held = connection_.lock();
-    return connection_.core() != nullptr;
+    return connection_.loop() != nullptr;
 }
 
 }  // namespace kasto

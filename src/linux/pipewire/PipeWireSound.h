@@ -17,7 +17,7 @@ public:
     Result<std::unique_ptr<SoundRun>> start(StreamOutputType type, StreamOutput& output,
                                             SerialQueue& queue) override;
 
-    // While there is a server: a microphone may also be plugged in during a take.
+    // Also while there is none, or no server: either may come during a take.
     bool deliversMicrophone() const override;
 
 private:
