@@ -6,13 +6,14 @@
 #include "linux/ffmpeg/FfmpegExports.h"
 #include "linux/ffmpeg/FfmpegMovieWriters.h"
 #include "linux/freedesktop/DBusAutomation.h"
+#include "linux/freedesktop/DBusCameraPortal.h"
 #include "linux/freedesktop/DBusRunningInstance.h"
 #include "linux/freedesktop/DesktopWorkspace.h"
 #include "linux/freedesktop/QuitSignals.h"
 #include "linux/freedesktop/TrayStatusItems.h"
-#include "linux/pipewire/PipeWireCameras.h"
 #include "linux/pipewire/PipeWireConnection.h"
 #include "linux/pipewire/PipeWireSound.h"
+#include "linux/pipewire/PortalCameras.h"
 #include "linux/x11/X11Displays.h"
 #include "linux/x11/X11HotKeys.h"
 #include "linux/x11/X11OverlaySupport.h"
@@ -174,7 +175,8 @@ int runOnX11(int& argc, char** argv, const CommandLine& line) {
     PipeWireConnection mediaServer;
     PipeWireSound sound(mediaServer);
     ScreenCaptureWithSound screenCapture(pictures, sound);
-    PipeWireCameras cameraSession(mediaServer);
+    DBusCameraPortal cameraPortal;
+    PortalCameras cameraSession(mediaServer, cameraPortal);
     FfmpegMovieWriters movieWriters;
     FfmpegExports movieExports;
     DBusRunningInstance runningInstance;

@@ -38,11 +38,16 @@ PrivatePipeWire::PrivatePipeWire(bool started) {
     if (started) start();
 }
 
+std::string PrivatePipeWire::tool(const std::string& command) {
+    return outputOf(kRemote + " " + command + " 2>/dev/null");
+}
+
 void PrivatePipeWire::start() {
-    server_.emplace(std::vector<std::string>{"pipewire"});
+    const std::vector environment{kRemote};
+    server_.emplace(std::vector<std::string>{"pipewire"}, environment);
     if (!waitUntil([&] { return std::filesystem::exists(folder_ / "pipewire-0"); }))
         throw std::runtime_error("no media server");
-    manager_.emplace(std::vector<std::string>{"wireplumber"});
+    manager_.emplace(std::vector<std::string>{"wireplumber"}, environment);
     const auto isServed = [] {
         return tool("pw-metadata 0 default.audio.sink").find("test.sink.a") != std::string::npos;
     };

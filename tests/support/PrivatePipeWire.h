@@ -22,7 +22,10 @@ public:
     void kill();   // as a crash does
 
     // Runs one of the server's tools; what it prints.
-    static std::string tool(const std::string& command) { return outputOf(command + " 2>/dev/null"); }
+    static std::string tool(const std::string& command);
+
+    // Leads a client to it where the test has led itself elsewhere, as a variable of its environment.
+    static inline const std::string kRemote = "PIPEWIRE_REMOTE=pipewire-0";
 
 private:
     TestFolder folder_;

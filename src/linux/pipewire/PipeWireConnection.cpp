@@ -22,6 +22,7 @@ namespace kasto {
 namespace {
 
 constexpr std::time_t kRetryS = 1;
+constexpr int kMostUnknownRetries = 3;  // of a server that does not tell what there is
 
 constexpr std::array<std::pair<std::string_view, MediaDefault>, 3> kDefaultKeys{{
     {"default.audio.sink", MediaDefault::audioSink},
@@ -87,12 +88,16 @@ struct Bound {
 }  // namespace
 
 struct PipeWireConnection::State {
-    State() = default;
+    explicit State(std::function<void()> askForServer) : ask(std::move(askForServer)) {}
     ~State();
 
     void begin();
     void connect();
+    void reached(pw_core* server);
     void disconnect();
+    void answered(std::uint32_t id, int sequence);
+    void tellKnownIfItIs();
+    void tellKnown();
     void tryAgain();  // the retry timer's
 
     void globalAdded(std::uint32_t id, const char* type, const spa_dict* properties);
@@ -106,11 +111,13 @@ struct PipeWireConnection::State {
     static const pw_registry_events kRegistryEvents;
     static const pw_metadata_events kMetadataEvents;
 
+    const std::function<void()> ask;  // for a server; none where the environment names it
     std::unique_ptr<pw_thread_loop, Deleter<pw_thread_loop_destroy>> thread;
     pw_loop* loop = nullptr;
     std::unique_ptr<pw_context, Deleter<pw_context_destroy>> context;
     LoopSource lost;
     LoopSource retry;
+    LoopSource known;
     pw_core* core = nullptr;
     spa_hook coreListener{};
     Bound<pw_registry> registry;
@@ -121,11 +128,19 @@ struct PipeWireConnection::State {
     std::vector<PipeWireObserver*> observers;
     bool isBegun = false;
     bool saidUnreachable = false;
+    std::vector<std::function<void()>> toldWhenKnown;
+    bool isKnown = false;
+    int knownSequence = 0;  // of the answer after which the server has told what it shows
+    bool isAnswered = false;
+    int unknownRetries = 0;
 };
 
 const pw_core_events PipeWireConnection::State::kCoreEvents = [] {
     pw_core_events events{};
     events.version = PW_VERSION_CORE_EVENTS;
+    events.done = [](void* self, std::uint32_t id, int sequence) {
+        static_cast<State*>(self)->answered(id, sequence);
+    };
     events.error = [](void* self, std::uint32_t id, int, int error, const char*) {
         static_cast<State*>(self)->failed(id, error);
     };
@@ -166,6 +181,7 @@ void PipeWireConnection::State::begin() {
     loop = threadLoop;
     pw_thread_loop_lock(thread.get());
     lost = loopEvent<&State::disconnect>(loop, this);
+    known = loopEvent<&State::tellKnown>(loop, this);
     retry = loopTimer<&State::tryAgain>(loop, this, kRetryS);
     connect();
     pw_thread_loop_unlock(thread.get());
@@ -175,6 +191,7 @@ PipeWireConnection::State::~State() {
     if (loop) {
         pw_thread_loop_lock(thread.get());
         retry.reset();
+        known.reset();
         lost.reset();
         if (core) disconnect();
         pw_thread_loop_unlock(thread.get());
@@ -186,18 +203,39 @@ PipeWireConnection::State::~State() {
 }
 
 void PipeWireConnection::State::connect() {
-    core = pw_context_connect(context.get(), nullptr, 0);
-    if (!core) {
-        if (!std::exchange(saidUnreachable, true))
-            DebugLog::log(systemError("no media server, so no sound and no camera", errno).description);
-        return;
-    }
+    if (ask) return ask();
+    if (auto* server = pw_context_connect(context.get(), nullptr, 0)) return reached(server);
+    if (!std::exchange(saidUnreachable, true))
+        DebugLog::log(systemError("no media server, so no sound and no camera", errno).description);
+    tellKnown();
+}
+
+void PipeWireConnection::State::reached(pw_core* server) {
+    core = server;
     saidUnreachable = false;
     pw_core_add_listener(core, &coreListener, &kCoreEvents, this);
     registry.proxy = pw_core_get_registry(core, PW_VERSION_REGISTRY, 0);
     if (registry.proxy) pw_registry_add_listener(registry.proxy, &registry.listener, &kRegistryEvents, this);
-    DebugLog::log("media server reached");
+    knownSequence = pw_core_sync(core, PW_ID_CORE, 0);
+    DebugLog::log(ask ? "media server of the camera portal reached" : "media server reached");
     tellChange();
+}
+
+void PipeWireConnection::State::answered(std::uint32_t id, int sequence) {
+    if (id != PW_ID_CORE || sequence != knownSequence) return;
+    isAnswered = true;
+    tellKnownIfItIs();
+}
+
+// A server that was asked for shows its cameras when the session manager has looked who has come.
+void PipeWireConnection::State::tellKnownIfItIs() {
+    const auto isCamera = [](const auto& node) { return node.second.mediaClass == "Video/Source"; };
+    if (!isKnown && isAnswered && (!ask || std::ranges::any_of(nodes, isCamera))) tellKnown();
+}
+
+void PipeWireConnection::State::tellKnown() {
+    isKnown = true;
+    for (const auto& tell : std::exchange(toldWhenKnown, {})) tell();
 }
 
 void PipeWireConnection::State::disconnect() {
@@ -208,11 +246,15 @@ void PipeWireConnection::State::disconnect() {
     spa_hook_remove(&coreListener);
     pw_core_disconnect(std::exchange(core, nullptr));
     metadataId = PW_ID_ANY;
+    isKnown = false;
+    isAnswered = false;
+    unknownRetries = 0;
     nodes.clear();
     defaults.clear();
 }
 
 void PipeWireConnection::State::tryAgain() {
+    if (!isKnown && ++unknownRetries == kMostUnknownRetries) tellKnown();
     if (!core) connect();
 }
 
@@ -221,6 +263,7 @@ void PipeWireConnection::State::globalAdded(std::uint32_t id, const char* type, 
     if (kind == PW_TYPE_INTERFACE_Node) {
         nodes[id] = nodeOf(id, properties);
         tellChange();
+        tellKnownIfItIs();
     } else if (kind == PW_TYPE_INTERFACE_Metadata && metadataId == PW_ID_ANY &&
                textOf(properties, PW_KEY_METADATA_NAME) == "default") {
         metadataId = id;
@@ -277,7 +320,10 @@ PipeWireConnection::Lock::~Lock() {
     if (connection_.state_->thread) pw_thread_loop_unlock(connection_.state_->thread.get());
 }
 
-PipeWireConnection::PipeWireConnection() : state_(std::make_unique<State>()) {}
+PipeWireConnection::PipeWireConnection() : PipeWireConnection(nullptr) {}
+
+PipeWireConnection::PipeWireConnection(std::function<void()> ask)
+    : state_(std::make_unique<State>(std::move(ask))) {}
 
 PipeWireConnection::~PipeWireConnection() = default;
 
@@ -285,6 +331,19 @@ void PipeWireConnection::addObserver(PipeWireObserver& observer) { state_->obser
 
 void PipeWireConnection::removeObserver(PipeWireObserver& observer) {
     std::erase(state_->observers, &observer);
+}
+
+void PipeWireConnection::connectOver(FileDescriptor server) {
+    if (state_->core || !state_->context) return;
+    if (auto* core = pw_context_connect_fd(state_->context.get(), server.release(), nullptr, 0))
+        return state_->reached(core);
+    DebugLog::log(systemError("no connection through the camera portal", errno).description);
+}
+
+void PipeWireConnection::whenKnown(std::function<void()> tell) {
+    if (!state_->known) return tell();
+    state_->toldWhenKnown.push_back(std::move(tell));
+    if (state_->isKnown) pw_loop_signal_event(state_->loop, state_->known.get());
 }
 
 pw_loop* PipeWireConnection::loop() const { return state_->loop; }

@@ -1,6 +1,9 @@
 #pragma once
 
+#include "base/FileDescriptor.h"
+
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <memory>
 #include <mutex>
@@ -36,16 +39,22 @@ public:
     virtual void serverGone() = 0;
 };
 
-// The program's one connection to the PipeWire server of the user's session, with a thread of its own. It
-// connects when its lock is first taken, without waiting for the server's answers; its threads get the
-// priority of the thread that does. Without a server it tries again every second, also after the server went;
-// what happens to it is logged.
+// A connection to the PipeWire server of the user's session, with a thread of its own. It connects when its
+// lock is first taken, without waiting for the server's answers; its threads get the priority of the thread
+// that does. Without a server it tries again every second, also after the server went; what happens to it is
+// logged.
 //
 // Construction, destruction and lock(): any thread. Everything else: with the lock held, or on the
 // connection's thread (in callbacks of the library and of observers), which holds it.
 class PipeWireConnection {
 public:
+    // To the server that the environment names.
     PipeWireConnection();
+
+    // To servers that somebody else opens for their cameras. `ask` is called on the connection's thread, or
+    // the one that takes its lock first, where a server is to be opened: soon after, or never, connectOver()
+    // follows.
+    explicit PipeWireConnection(std::function<void()> ask);
     ~PipeWireConnection();  // when no observer is left
     PipeWireConnection(const PipeWireConnection&) = delete;
     PipeWireConnection& operator=(const PipeWireConnection&) = delete;
@@ -66,6 +75,14 @@ public:
     // Observers ask for the present state themselves when they are added.
     void addObserver(PipeWireObserver& observer);
     void removeObserver(PipeWireObserver& observer);
+
+    // Uses this open connection to a server, unless there is one already.
+    void connectOver(FileDescriptor server);
+
+    // Calls `tell` once, on the connection's thread, when it is known what there is: soon, if that is known
+    // or there is no server; in a few seconds, if none answers, or one that was asked for shows no
+    // camera.
+    void whenKnown(std::function<void()> tell);
 
     // None if the system has no thread or descriptor left for it.
     pw_loop* loop() const;

@@ -7,8 +7,8 @@ namespace kasto {
 class PipeWireConnection;
 
 // System sound and microphone by the PipeWire server of the user's session. System sound is what the default
-// sink plays, before its volume and mute, with the times at which the sink says it is heard; the program plays
-// nothing itself. Either follows the user's choice of another default while it runs.
+// sink plays, before its volume and mute, with the times at which the sink says it is heard; the program
+// plays nothing itself. Either follows the user's choice of another default while it runs.
 class PipeWireSound final : public SoundCapture {
 public:
     // The connection must outlive the capture and its runs.

@@ -1,0 +1,75 @@
+#include "linux/freedesktop/CameraRequest.h"
+
+#include "base/DebugLog.h"
+#include "linux/freedesktop/PortalNames.h"
+
+#include <QDBusMessage>
+#include <QDBusObjectPath>
+#include <QDBusPendingCallWatcher>
+#include <QDBusPendingReply>
+#include <QRandomGenerator>
+#include <utility>
+
+namespace kasto {
+
+namespace {
+
+constexpr uint kSuccess = 0;
+constexpr uint kRefused = 1;
+
+// Where the portal will answer, which has to be listened to before it is asked.
+QString requestPath(const QDBusConnection& bus, const QString& token) {
+    return portal::kPath + "/request/" + bus.baseService().mid(1).replace('.', '_') + "/" + token;
+}
+
+}  // namespace
+
+CameraRequest::CameraRequest(const QDBusConnection& bus, std::function<void(CameraPortal::Answer)> answer,
+                             QObject* parent)
+    : QObject(parent),
+      bus_(bus),
+      answer_(std::move(answer)),
+      gone_(portal::kService, bus, QDBusServiceWatcher::WatchForUnregistration) {
+    connect(&gone_, &QDBusServiceWatcher::serviceUnregistered, this,
+            [this] { finish(CameraPortal::Answer::failed, "it went away"); });
+    const auto token = "kasto" + QString::number(QRandomGenerator::global()->generate());
+    listenAt(requestPath(bus_, token));
+    ask(token);
+}
+
+void CameraRequest::listenAt(const QString& requestPath) {
+    if (requestPath == listensAt_) return;
+    listensAt_ = requestPath;
+    bus_.connect(portal::kService, requestPath, portal::kRequestInterface, "Response", this,
+                 SLOT(respond(uint, QVariantMap)));
+}
+
+void CameraRequest::ask(const QString& token) {
+    auto call = portal::cameraCall("AccessCamera");
+    call << QVariantMap{{"handle_token", token}};
+    auto* asked = new QDBusPendingCallWatcher(bus_.asyncCall(call), this);
+    connect(asked, &QDBusPendingCallWatcher::finished, this, [this, asked] {
+        asked->deleteLater();
+        const QDBusPendingReply<QDBusObjectPath> reply(*asked);
+        if (!reply.isError()) return listenAt(reply.value().path());
+        const bool isForbidden = reply.error().name() == portal::kNotAllowed;
+        finish(isForbidden ? CameraPortal::Answer::restricted : CameraPortal::Answer::failed,
+               reply.error().message());
+    });
+}
+
+void CameraRequest::respond(uint response, const QVariantMap&) {
+    if (response == kSuccess) return finish(CameraPortal::Answer::granted);
+    if (response == kRefused) return finish(CameraPortal::Answer::denied);
+    finish(CameraPortal::Answer::failed, "it gave up");
+}
+
+void CameraRequest::finish(CameraPortal::Answer answer, const QString& why) {
+    if (!answer_) return;
+    if (!why.isEmpty()) DebugLog::log("camera portal: " + why.toStdString());
+    const auto tell = std::exchange(answer_, nullptr);
+    deleteLater();
+    tell(answer);
+}
+
+}  // namespace kasto

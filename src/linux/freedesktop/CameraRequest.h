@@ -1,0 +1,36 @@
+#pragma once
+
+#include "platform/CameraPortal.h"
+
+#include <QDBusConnection>
+#include <QDBusServiceWatcher>
+#include <QObject>
+#include <QVariantMap>
+#include <functional>
+
+namespace kasto {
+
+// One question for cameras to the portal of a session bus. It is asked when this is made; deletes itself once
+// it has told the answer.
+class CameraRequest final : public QObject {
+    Q_OBJECT
+
+public:
+    CameraRequest(const QDBusConnection& bus, std::function<void(CameraPortal::Answer)> answer,
+                  QObject* parent);
+
+private slots:
+    void respond(uint response, const QVariantMap& results);
+
+private:
+    void listenAt(const QString& requestPath);
+    void ask(const QString& token);
+    void finish(CameraPortal::Answer answer, const QString& why = {});
+
+    QDBusConnection bus_;
+    std::function<void(CameraPortal::Answer)> answer_;  // none once it was told
+    QDBusServiceWatcher gone_;
+    QString listensAt_;
+};
+
+}  // namespace kasto

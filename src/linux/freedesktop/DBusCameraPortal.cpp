@@ -1,0 +1,84 @@
+#include "linux/freedesktop/DBusCameraPortal.h"
+
+#include "linux/freedesktop/CameraRequest.h"
+#include "linux/freedesktop/PortalNames.h"
+
+#include <fcntl.h>
+
+#include <QDBusConnection>
+#include <QDBusMessage>
+#include <QDBusPendingCallWatcher>
+#include <QDBusPendingReply>
+#include <QDBusUnixFileDescriptor>
+#include <QDBusVariant>
+#include <QMetaObject>
+#include <QObject>
+#include <utility>
+
+namespace kasto {
+
+namespace {
+
+// For answers that take nobody's thought.
+constexpr int kPatienceMs = 5000;
+
+}  // namespace
+
+// Lives on the main thread; everything in flight ends with it.
+class DBusCameraPortal::Bus final : public QObject {
+public:
+    // Calls on the main thread, and not at all once this is gone.
+    template <class Job>
+    void post(Job job) {
+        QMetaObject::invokeMethod(this, std::move(job), Qt::QueuedConnection);
+    }
+
+    template <class Handler>
+    void call(const QDBusMessage& message, Handler handler) {
+        auto* watcher = new QDBusPendingCallWatcher(bus().asyncCall(message, kPatienceMs), this);
+        connect(watcher, &QDBusPendingCallWatcher::finished, this, [watcher, handler = std::move(handler)] {
+            watcher->deleteLater();
+            handler(*watcher);
+        });
+    }
+
+    static QDBusConnection bus() { return QDBusConnection::sessionBus(); }
+};
+
+DBusCameraPortal::DBusCameraPortal() : bus_(std::make_unique<Bus>()) {}
+
+DBusCameraPortal::~DBusCameraPortal() = default;
+
+void DBusCameraPortal::askForPresence(std::function<void(bool isPresent)> answer) {
+    bus_->post([bus = bus_.get(), answer = std::move(answer)] {
+        auto question = QDBusMessage::createMethodCall(portal::kService, portal::kPath,
+                                                       "org.freedesktop.DBus.Properties", "Get");
+        question << portal::kCameraInterface << "IsCameraPresent";
+        bus->call(question, [answer](const QDBusPendingCall& call) {
+            const QDBusPendingReply<QDBusVariant> reply(call);
+            answer(!reply.isError() && reply.value().variant().toBool());
+        });
+    });
+}
+
+void DBusCameraPortal::requestAccess(std::function<void(Answer)> answer) {
+    bus_->post(
+        [bus = bus_.get(), answer = std::move(answer)] { new CameraRequest(Bus::bus(), answer, bus); });
+}
+
+void DBusCameraPortal::openRemote(std::function<void(Result<FileDescriptor>)> answer) {
+    bus_->post([bus = bus_.get(), answer = std::move(answer)] {
+        auto question = portal::cameraCall("OpenPipeWireRemote");
+        question << QVariantMap();
+        bus->call(question, [answer](const QDBusPendingCall& call) {
+            const QDBusPendingReply<QDBusUnixFileDescriptor> reply(call);
+            if (reply.isError())
+                return answer(failure("camera portal: " + reply.error().message().toStdString()));
+            FileDescriptor remote(fcntl(reply.value().fileDescriptor(), F_DUPFD_CLOEXEC, 0));
+            answer(remote ? Result<FileDescriptor>(std::move(remote))
+                          : failure("camera portal: no descriptor"));
+        });
+    });
+}
+
+}  // namespace kasto
