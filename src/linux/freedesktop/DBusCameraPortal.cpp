@@ -1,19 +1,22 @@
 #include "linux/freedesktop/DBusCameraPortal.h"
 
+#include "base/Guarded.h"
 #include "linux/freedesktop/CameraRequest.h"
 #include "linux/freedesktop/PortalNames.h"
 
 #include <fcntl.h>
 
+#include <QCoreApplication>
 #include <QDBusConnection>
 #include <QDBusMessage>
 #include <QDBusPendingCallWatcher>
 #include <QDBusPendingReply>
 #include <QDBusUnixFileDescriptor>
 #include <QDBusVariant>
-#include <QMetaObject>
+#include <QEvent>
 #include <QObject>
 #include <utility>
+#include <vector>
 
 namespace kasto {
 
@@ -28,9 +31,9 @@ constexpr int kPatienceMs = 5000;
 class DBusCameraPortal::Bus final : public QObject {
 public:
     // Calls on the main thread, and not at all once this is gone.
-    template <class Job>
-    void post(Job job) {
-        QMetaObject::invokeMethod(this, std::move(job), Qt::QueuedConnection);
+    void post(std::function<void()> job) {
+        jobs_.with([&](auto& jobs) { jobs.push_back(std::move(job)); });
+        QCoreApplication::postEvent(this, new QEvent(QEvent::User));
     }
 
     template <class Handler>
@@ -43,6 +46,14 @@ public:
     }
 
     static QDBusConnection bus() { return QDBusConnection::sessionBus(); }
+
+private:
+    void customEvent(QEvent*) override {
+        const auto due = jobs_.with([](auto& jobs) { return std::exchange(jobs, {}); });
+        for (const auto& job : due) job();
+    }
+
+    Guarded<std::vector<std::function<void()>>> jobs_;
 };
 
 DBusCameraPortal::DBusCameraPortal() : bus_(std::make_unique<Bus>()) {}
