@@ -23,8 +23,8 @@ public:
 
     virtual ~CameraPortal() = default;
 
-    // Whether there is a camera at all. Asks the user nothing; false where there is no portal.
-    virtual void askForPresence(std::function<void(bool isPresent)> answer) = 0;
+    // Whether there may be a camera to lend. Asks the user nothing; false where there is no portal.
+    virtual void askForPresence(std::function<void(bool mayBePresent)> answer) = 0;
 
     // Asks for the right to all cameras. Takes as long as the user takes.
     virtual void requestAccess(std::function<void(Answer)> answer) = 0;

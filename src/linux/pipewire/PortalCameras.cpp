@@ -39,7 +39,7 @@ public:
         const auto held = direct_.lock();
         direct_.whenKnown(step([this] {
             if (!PipeWireCameras(direct_).devices().empty()) return finish(true);
-            portal_.askForPresence(step([this](bool isPresent) { knowPresence(isPresent); }));
+            portal_.askForPresence(step([this](bool mayBePresent) { knowPresence(mayBePresent); }));
         }));
     }
 
@@ -60,9 +60,9 @@ private:
         std::vector<std::function<void(bool)>> waiting;
     };
 
-    void knowPresence(bool isPresent) {
+    void knowPresence(bool mayBePresent) {
         // There is nothing to ask for, but perhaps there will be, on the server.
-        if (!isPresent) return finish(true);
+        if (!mayBePresent) return finish(true);
         portal_.requestAccess(step([this](CameraPortal::Answer answer) { told(answer); }));
     }
 

@@ -11,10 +11,9 @@ namespace kasto {
 // The cameras of the user's session, by way of the camera portal where the program does not see them itself.
 //
 // The portal may show the user a question, so it is asked only where that has a use: where the server is
-// known to show no camera, or cannot be reached, and the portal says that there is one. So it is in a
-// sandbox, and in a session that keeps its cameras to itself. On any other desktop the server shows its
-// cameras, or the portal says that there is none, and nobody is asked anything. A file that tells of a
-// sandbox is not looked for: some sandboxes let programs see cameras, and some sessions without one do not.
+// known to show no camera, or cannot be reached, and the portal may have one. So it is in a sandbox, and in a
+// session that keeps its cameras to itself. On any other desktop the server shows its cameras, or the portal
+// says that there is none, and nobody is asked anything.
 class PortalCameras final : public CameraSession {
 public:
     // Both outlive the cameras. Made and destroyed on the main thread.

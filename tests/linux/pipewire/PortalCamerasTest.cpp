@@ -130,6 +130,18 @@ TEST_F(PortalCamerasTest, showsTheCameraThatIsLent) {
     EXPECT_EQ(log.count("kasto: camera portal: no media server"), 1);
 }
 
+TEST_F(PortalCamerasTest, asksInASandboxWithoutKnowingOfACamera) {
+    FakeCameraPortal fake;
+    fake.isPresent = false;
+    const auto camera = plugIn();
+    setenv("SNAP", "/snap/kasto/1", 1);
+    Program program(false);
+    program.source.start({});
+    EXPECT_TRUE(program.shows());
+    EXPECT_EQ(fake.asked, 1);
+    unsetenv("SNAP");
+}
+
 TEST_F(PortalCamerasTest, showsNoneWhenRefused) {
     const auto camera = plugIn();
     struct Case {
