@@ -34,6 +34,9 @@ struct StreamConfiguration {
     int width = 0;  // of each picture, in pixels
     int height = 0;
     double minimumFrameIntervalS = 1.0 / 60;
+    // A picture is needed so long after the start, and one every interval from then on. A stream that chooses
+    // its moments takes pictures shortly before.
+    double firstNeededS = 0;
     int queueDepth = 8;  // pictures that may be held at a time, the stream's own included
     bool showsCursor = true;
     std::optional<Rect> sourceRectPts;  // the part of the display, from its top-left corner; none = all of it

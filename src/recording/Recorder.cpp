@@ -17,7 +17,6 @@ using namespace std::string_literals;
 
 namespace {
 
-constexpr double kFirstTickS = 0.05;
 constexpr double kTickLeewayS = 0.002;
 constexpr std::int32_t kMovieTimescale = 600;
 
@@ -58,7 +57,7 @@ Result<void> Recorder::start() {
 
     if (auto capturing = startCapture(std::move(*stream)); !capturing) return capturing;
     const int fps = plan->video.expectedFrameRate;
-    timer_ = videoQueue_.startTimer(kFirstTickS, 1.0 / fps, kTickLeewayS, [this] { encodeTick(); });
+    timer_ = videoQueue_.startTimer(kFirstFrameS, 1.0 / fps, kTickLeewayS, [this] { encodeTick(); });
     DebugLog::log("recording " + std::to_string(plan->video.width) + "x" +
                   std::to_string(plan->video.height) + "@" + std::to_string(fps) + " → " +
                   movie_->file().filename().string());

@@ -114,6 +114,7 @@ StreamConfiguration streamConfiguration(const Area& area, int fps, bool micropho
     configuration.width = area.width;
     configuration.height = area.height;
     configuration.minimumFrameIntervalS = 1.0 / fps;
+    configuration.firstNeededS = kFirstFrameS;
     configuration.queueDepth = kStreamQueueDepth;
     configuration.showsCursor = true;
     if (!area.isWholeDisplay) {

@@ -8,6 +8,9 @@
 
 namespace kasto {
 
+// The first frame is due so long after the capture starts; the others follow at the frame rate.
+inline constexpr double kFirstFrameS = 0.05;
+
 // What a take will record and how, decided before anything is opened.
 struct TakePlan {
     ContentFilter filter;        // its display is the one recorded

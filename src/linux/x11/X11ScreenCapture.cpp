@@ -69,7 +69,7 @@ Result<std::unique_ptr<ScreenStream>> X11ScreenCapture::makeStream(const Content
                           .pictureLimit = std::max(configuration.queueDepth, kFewestPictures),
                           .showsCursor = configuration.showsCursor,
                           .hiddenWindows = hidesOwn ? &ownWindows_ : nullptr},
-        configuration.minimumFrameIntervalS, delegate);
+        configuration.minimumFrameIntervalS, delegate, configuration.firstNeededS);
 }
 
 }  // namespace kasto

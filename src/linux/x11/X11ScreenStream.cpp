@@ -3,15 +3,28 @@
 #include "base/MediaClock.h"
 #include "base/Thread.h"
 
+#include <algorithm>
 #include <chrono>
 #include <cmath>
 #include <utility>
 
 namespace kasto {
 
+namespace {
+
+// For the unrest of both clocks; what the movie shows is older by that and by what reading took lately.
+constexpr double kMarginS = 0.002;
+constexpr double kRemembered = 0.98;  // of the longest reading, at each one after it
+constexpr double kMostOfInterval = 0.75;
+
+}  // namespace
+
 X11ScreenStream::X11ScreenStream(x11::GrabSettings settings, double minimumFrameIntervalS,
-                                 StreamDelegate& delegate)
-    : settings_(std::move(settings)), intervalS_(minimumFrameIntervalS), delegate_(delegate) {}
+                                 StreamDelegate& delegate, double firstNeededS)
+    : settings_(std::move(settings)),
+      intervalS_(minimumFrameIntervalS),
+      firstNeededS_(firstNeededS),
+      delegate_(delegate) {}
 
 X11ScreenStream::~X11ScreenStream() {
     // It only fails for streams that are stopped already.
@@ -78,13 +91,18 @@ Result<void> X11ScreenStream::grabFirst(x11::ScreenGrabber& grabber) {
 }
 
 Result<void> X11ScreenStream::grabUntilStopped(x11::ScreenGrabber& grabber) {
-    const double startS = mediaClockNow();
-    for (double tick = 1; waitUntil(startS + tick * intervalS_);) {
+    const double neededS = mediaClockNow() + firstNeededS_;
+    double readingS = 0;
+    const auto leadS = [&] { return std::min(readingS + kMarginS, kMostOfInterval * intervalS_); };
+    const auto next = [&] { return std::ceil((mediaClockNow() + leadS() - neededS) / intervalS_); };
+    for (double tick = next(); waitUntil(neededS + tick * intervalS_ - leadS());) {
+        const double beganS = mediaClockNow();
         auto picture = grabber.grab();
         if (!picture) return std::unexpected(picture.error());
         if (*picture) deliver(std::move(**picture));
+        readingS = std::max(kRemembered * readingS, mediaClockNow() - beganS);
         // Ticks that were missed are not caught up.
-        tick = std::max(tick + 1, std::ceil((mediaClockNow() - startS) / intervalS_));
+        tick = std::max(tick + 1, next());
     }
     return {};
 }

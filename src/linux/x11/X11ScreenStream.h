@@ -13,7 +13,8 @@ namespace kasto {
 // Grabs at a steady rate on a thread of its own and hands on every picture that differs from the one before.
 class X11ScreenStream : public ScreenStream {
 public:
-    X11ScreenStream(x11::GrabSettings settings, double minimumFrameIntervalS, StreamDelegate& delegate);
+    X11ScreenStream(x11::GrabSettings settings, double minimumFrameIntervalS, StreamDelegate& delegate,
+                    double firstNeededS = 0);
     ~X11ScreenStream() override;
 
     Result<void> addStreamOutput(StreamOutput& output, StreamOutputType type, SerialQueue& queue) override;
@@ -28,7 +29,8 @@ private:
     bool waitUntil(double timeS);  // false when the stream is to stop
 
     x11::GrabSettings settings_;
-    double intervalS_;
+    const double intervalS_;
+    const double firstNeededS_;
     StreamDelegate& delegate_;
     StreamOutput* output_ = nullptr;
     SerialQueue* queue_ = nullptr;
