@@ -1,11 +1,14 @@
 #include "linux/ffmpeg/EncoderPreset.h"
 #include "linux/ffmpeg/FfmpegHandles.h"
+#include "linux/ffmpeg/RepeatStream.h"
 #include "linux/ffmpeg/SoftwareEncoder.h"
+#include "linux/ffmpeg/X264Encoder.h"
 
 #include <gtest/gtest.h>
 #include <wels/codec_api.h>
 
 #include <algorithm>
+#include <array>
 #include <cstdlib>
 #include <cstring>
 #include <optional>
@@ -280,6 +283,41 @@ TEST_P(RepeatedPicturesTest, ShowSmallChangesAsTheyAre) {
     }
     EXPECT_GT(patches, 100u);
     EXPECT_TRUE(second.finish() == seen);
+}
+
+// The encoder's stream as it is, and with others between its pictures: one decoder sees the same as the
+// other.
+TEST_P(RepeatedPicturesTest, LeaveTheEncodersPicturesAsTheyAre) {
+    auto encoder = X264Encoder::open({kWidth, kHeight, 2'000'000, 60, 60}, kX264Presets[GetParam()]).value();
+    auto stream = RepeatStream::open(encoder.decoderConfiguration()).value();
+    Decoder plain(encoder.decoderConfiguration());
+    Decoder mixed(stream.decoderConfiguration());
+    const auto all = BlockSet::all(kWidth, kHeight);
+    std::minstd_rand random(23);
+    const auto upTo = [&](unsigned limit) { return static_cast<unsigned>(random()) % limit; };
+    const auto decoded = [](Decoder& decoder, std::span<const std::uint8_t> sample) {
+        return decoder.decode({sample.begin(), sample.end()});
+    };
+    for (int i = 0; i < 150; ++i) {
+        const auto made =
+            encoder.encode(*blocks(upTo(7)), i * 10, 8 + static_cast<int>(upTo(36)), i % 40 == 0, all);
+        ASSERT_TRUE(made);
+        const auto shown = decoded(plain, made->data);
+        ASSERT_TRUE(decoded(mixed, stream.encoded(made->data)) == shown) << "picture " << i;
+        for (unsigned more = upTo(4); more > 0; --more) {
+            ASSERT_TRUE(decoded(mixed, stream.repeated()) == shown) << "after picture " << i;
+            const auto other = blocks(7 + upTo(7));
+            constexpr unsigned kAcross = kWidth / 16;
+            const unsigned patch = upTo(kAcross * ((kHeight + 15) / 16));
+            auto expected = shown;
+            for (unsigned y = patch / kAcross * 16; y < std::min(patch / kAcross * 16 + 16, 0u + kHeight);
+                 ++y)
+                std::copy_n(other->plane(0).data + y * other->plane(0).strideBytes + patch % kAcross * 16, 16,
+                            expected.begin() + y * kWidth + patch % kAcross * 16);
+            ASSERT_TRUE(decoded(mixed, stream.patched(*other, std::array{patch})) == expected)
+                << "after picture " << i << ", macroblock " << patch;
+        }
+    }
 }
 
 INSTANTIATE_TEST_SUITE_P(Presets, RepeatedPicturesTest, testing::Range<std::size_t>(0, kX264Presets.size()),
