@@ -1,15 +1,13 @@
+#include "XClient.h"
 #include "input/HotKey.h"
-#include "linux/x11/Connection.h"
 #include "linux/x11/X11HotKeys.h"
 #include "support/PrivateXServer.h"
 
 #include <gtest/gtest.h>
 #include <poll.h>
 
-namespace kasto {
+namespace kasto::test {
 namespace {
-
-using test::PrivateXServer;
 
 // A program with hot keys, as far as its loop goes.
 struct Program {
@@ -35,8 +33,7 @@ constexpr auto kChord = HotKey::kControl | HotKey::kOption | HotKey::kCommand;
 class X11HotKeysTest : public testing::Test {
 protected:
     X11HotKeysTest() {
-        hotKey = HotKey::make(program.hotKeys, HotKey::kKeyR, kChord);
-        if (hotKey) hotKey->onPress = [this] { ++presses; };
+        hotKey->onPress = [this] { ++presses; };
     }
 
     void type(const std::string& keys) {
@@ -46,12 +43,11 @@ protected:
 
     PrivateXServer server;
     Program program{server.display()};
-    std::unique_ptr<HotKey> hotKey;
+    std::unique_ptr<HotKey> hotKey = HotKey::make(program.hotKeys, HotKey::kKeyR, kChord);
     int presses = 0;
 };
 
 TEST_F(X11HotKeysTest, AnswersTheExactChordInEveryLockState) {
-    ASSERT_TRUE(hotKey);
     type("ctrl+alt+super+r");
     EXPECT_EQ(presses, 1);
     for (const auto* other : {"ctrl+alt+r", "ctrl+alt+super+shift+r", "r", "ctrl+alt+super+e"}) type(other);
@@ -65,7 +61,6 @@ TEST_F(X11HotKeysTest, AnswersTheExactChordInEveryLockState) {
 }
 
 TEST_F(X11HotKeysTest, AHeldKeyIsOnePress) {
-    ASSERT_TRUE(hotKey);
     ASSERT_EQ(server.run({"xdotool", "keydown", "ctrl",  "keydown", "alt", "keydown", "super", "keydown",
                           "r",       "sleep",   "1.2",   "keyup",   "r",   "keydown", "r",     "keyup",
                           "r",       "keyup",   "super", "keyup",   "alt", "keyup",   "ctrl"}),
@@ -75,15 +70,10 @@ TEST_F(X11HotKeysTest, AHeldKeyIsOnePress) {
 }
 
 TEST_F(X11HotKeysTest, FollowsTheLayout) {
-    ASSERT_TRUE(hotKey);
-    struct Row {
-        const char* layout;
-        const char* key;
-    };
     // The letter's own place, also where it is another one, in a second group, and on a layout without the
     // letter.
     for (const auto& [layout, key] :
-         {Row{"dvorak", "32"}, Row{"us,ru", "27"}, Row{"ru", "27"}, Row{"us", "27"}}) {
+         {std::pair{"dvorak", "32"}, {"us,ru", "27"}, {"ru", "27"}, {"us", "27"}}) {
         ASSERT_EQ(server.run({"setxkbmap", layout}), 0);
         program.handleEvents();
         presses = 0;
@@ -96,7 +86,6 @@ TEST_F(X11HotKeysTest, FollowsTheLayout) {
 }
 
 TEST_F(X11HotKeysTest, OneOwnerAtATime) {
-    ASSERT_TRUE(hotKey);
     Program other(server.display());
     EXPECT_FALSE(HotKey::make(other.hotKeys, HotKey::kKeyR, kChord));
     hotKey.reset();
@@ -106,27 +95,22 @@ TEST_F(X11HotKeysTest, OneOwnerAtATime) {
 }
 
 TEST_F(X11HotKeysTest, KeepsFnRightClickFromOtherProgramsForAWhile) {
-    const auto other = *x11::Connection::open(server.display());
-    auto* c = other.raw();
-    const auto window = xcb_generate_id(c);
-    const std::uint32_t values[] = {1, XCB_EVENT_MASK_BUTTON_PRESS};
-    xcb_create_window(c, 0, window, other.root(), 0, 0, 200, 200, 0, XCB_WINDOW_CLASS_INPUT_OUTPUT, 0,
-                      XCB_CW_OVERRIDE_REDIRECT | XCB_CW_EVENT_MASK, values);
-    xcb_map_window(c, window);
-    xcb_flush(c);
+    XClient other(server.display());
+    const auto window = other.showWindow({0, 0, 200, 200}, 0);
+    const std::uint32_t mask = XCB_EVENT_MASK_BUTTON_PRESS;
+    other.sync(xcb_change_window_attributes(other.raw(), window, XCB_CW_EVENT_MASK, &mask));
     const auto clicksSeen = [&](const std::string& key) {
         EXPECT_EQ(
             server.run({"xdotool", "mousemove", "100", "100", "keydown", key, "click", "3", "keyup", key}),
             0);
         program.handleEvents();
         int seen = 0;
-        while (const x11::Reply<xcb_generic_event_t> event{xcb_poll_for_event(c)})
+        while (const x11::Reply<xcb_generic_event_t> event{xcb_poll_for_event(other.raw())})
             seen += (event->response_type & 0x7f) == XCB_BUTTON_PRESS;
         return seen;
     };
     EXPECT_EQ(clicksSeen("ISO_Level3_Shift"), 1);
     auto kept = program.hotKeys.keepFnRightClick();
-    ASSERT_TRUE(kept);
     EXPECT_EQ(clicksSeen("ISO_Level3_Shift"), 0);
     EXPECT_EQ(clicksSeen("Control_L"), 1);
     kept.reset();
@@ -134,4 +118,4 @@ TEST_F(X11HotKeysTest, KeepsFnRightClickFromOtherProgramsForAWhile) {
 }
 
 }  // namespace
-}  // namespace kasto
+}  // namespace kasto::test

@@ -1,12 +1,8 @@
 #pragma once
 
 #include "base/Geometry.h"
+#include "linux/x11/Connection.h"
 
-#include <xcb/xcb.h>
-
-#include <cstdint>
-#include <memory>
-#include <string>
 #include <vector>
 
 namespace kasto::test {
@@ -16,10 +12,11 @@ struct Pixels {
     int width = 0;
     int height = 0;
     std::vector<std::uint32_t> rgb;
-    std::uint32_t at(int x, int y) const {
-        return rgb[static_cast<std::size_t>(y) * static_cast<std::size_t>(width) +
-                   static_cast<std::size_t>(x)];
-    }
+
+    // Of 32-bit pixels with rows so many bytes apart.
+    Pixels(int columns, int rows, const std::uint8_t* data, std::ptrdiff_t strideBytes);
+    std::uint32_t& at(int x, int y) { return rgb[static_cast<std::size_t>(y * width + x)]; }
+    std::uint32_t at(int x, int y) const { return rgb[static_cast<std::size_t>(y * width + x)]; }
     bool operator==(const Pixels&) const = default;
 };
 
@@ -32,15 +29,15 @@ enum class WindowKind {
 // A client of the X server that draws in plain colours. What it did has happened when an operation returns.
 class XClient {
 public:
-    explicit XClient(const std::string& display);
+    explicit XClient(const std::string& display) : connection_(x11::Connection::open(display).value()) {}
 
     xcb_window_t makeWindow(const PixelRect& boundsPx, WindowKind kind, std::uint32_t color);
-    void show(xcb_window_t window);
-    void hide(xcb_window_t window);
-    void destroy(xcb_window_t window);
+    xcb_window_t showWindow(const PixelRect& boundsPx, std::uint32_t color);  // opaque, placed by itself
+    void show(xcb_window_t window) { sync(xcb_map_window(raw(), window)); }
+    void hide(xcb_window_t window) { sync(xcb_unmap_window(raw(), window)); }
+    void destroy(xcb_window_t window) { sync(xcb_destroy_window(raw(), window)); }
     void move(xcb_window_t window, int x, int y);
-    void raise(xcb_window_t window);
-    void lower(xcb_window_t window);
+    void restack(xcb_window_t window, std::uint32_t mode);
     void fill(xcb_window_t window, const PixelRect& rect, std::uint32_t color);
     void shape(xcb_window_t window, const std::vector<PixelRect>& rects);
     void movePointer(int x, int y);
@@ -49,18 +46,12 @@ public:
     // What the server shows, read over the core protocol.
     Pixels screen(const PixelRect& rect) const;
 
-    xcb_connection_t* raw() const { return connection_.get(); }
-    xcb_window_t root() const { return screen_->root; }
-    void sync() const;
+    xcb_connection_t* raw() const { return connection_.raw(); }
+    xcb_window_t root() const { return connection_.root(); }
+    void sync(xcb_void_cookie_t = {}) const;
 
 private:
-    void restack(xcb_window_t window, std::uint32_t mode);
-
-    struct Disconnect {
-        void operator()(xcb_connection_t* connection) const { xcb_disconnect(connection); }
-    };
-    std::unique_ptr<xcb_connection_t, Disconnect> connection_;
-    const xcb_screen_t* screen_;
+    x11::Connection connection_;
 };
 
 }  // namespace kasto::test
