@@ -1,5 +1,5 @@
-#include "picker/PickerInput.h"
 #include "picker/RegionPickView.h"
+#include "support/QtInput.h"
 
 #include <gtest/gtest.h>
 

@@ -1,7 +1,7 @@
 #include "picker/KeyablePanel.h"
-#include "picker/PickerInput.h"
 #include "picker/RegionPicker.h"
 #include "support/FakeDesktop.h"
+#include "support/QtInput.h"
 #include "support/TestFolder.h"
 
 #include <gtest/gtest.h>

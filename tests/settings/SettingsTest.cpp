@@ -6,22 +6,17 @@
 #include "settings/SettingsPanel.h"
 #include "settings/SettingsRows.h"
 #include "support/OffscreenQt.h"
+#include "support/QtInput.h"
 #include "ui/Brand.h"
 
 #include <gtest/gtest.h>
 
-#include <QApplication>
 #include <QFontInfo>
 #include <QImage>
-#include <QMouseEvent>
 #include <QPointingDevice>
 #include <QWheelEvent>
-#include <memory>
-#include <string>
-#include <variant>
-#include <vector>
 
-namespace kasto {
+namespace kasto::test {
 namespace {
 
 using Texts = std::vector<std::string>;
@@ -46,19 +41,12 @@ struct FakeHost : SettingsHost {
     void clearOutputFolder() override { Prefs::store().remove("outputDir"); }
 };
 
-// A row in one line, with its state in brackets.
+// What an action row says, and its buttons: in round brackets those that are disabled.
 std::string described(const Row& row) {
-    QString text;
-    if (const auto* section = std::get_if<SectionRow>(&row)) text = section->title;
-    if (const auto* toggle = std::get_if<ToggleRow>(&row))
-        text = toggle->title + ": " + toggle->desc + (toggle->get() ? " [on]" : " [off]");
-    if (const auto* choice = std::get_if<ChoiceRow>(&row))
-        text = choice->title + ": " + choice->desc + " [" + choice->value() + "]";
-    if (const auto* action = std::get_if<ActionRow>(&row)) {
-        text = action->title + ": " + action->desc;
-        for (const auto& button : action->buttons)
-            text += button.enabled ? " [" + button.label + "]" : " (" + button.label + ")";
-    }
+    const auto& action = std::get<ActionRow>(row);
+    QString text = action.desc;
+    for (const auto& button : action.buttons)
+        text += QString(button.enabled ? " [%1]" : " (%1)").arg(button.label);
     return text.toStdString();
 }
 
@@ -81,15 +69,9 @@ protected:
     QImage paint() { return view().grab().toImage(); }
     std::string colourAt(int x, int y) { return paint().pixelColor(x, y).name().toStdString(); }
 
-    void mouse(QEvent::Type type, QPointF position, Qt::MouseButtons held = {}) {
-        QMouseEvent event(type, position, view().mapToGlobal(position),
-                          type == QEvent::MouseMove ? Qt::NoButton : Qt::LeftButton, held, {});
-        QApplication::sendEvent(&view(), &event);
-    }
     void click(double x, double y) {
         paint();
-        mouse(QEvent::MouseButtonPress, {x, y}, Qt::LeftButton);
-        mouse(QEvent::MouseButtonRelease, {x, y});
+        test::click(view(), {x, y});
     }
     void scroll(int eighthsOfDegree, const QPointingDevice& device) {
         QWheelEvent event({9, 99}, view().mapToGlobal(QPointF(9, 99)), {0, 99}, {0, eighthsOfDegree}, {}, {},
@@ -105,39 +87,23 @@ protected:
     FakeHost host;
     OwnWindows ownWindows;
     std::unique_ptr<SettingsController> controller;
-    const std::string bg = "#0a0b0f", panel = "#141920", row = "#1b212b", hover = "#242c3a", off = "#2c3442",
+    const std::string bg = "#0a0b0f", panel = "#141920", row = "#1b212b", lit = "#242c3a", off = "#2c3442",
                       accent = "#eb424d", white = "#ffffff", grey = "#b3b3b3";
 };
 
-TEST_F(SettingsTest, aFreshInstallationShowsTheDefaults) {
-    Texts texts;
-    for (const auto& shown : settingsRows(host)) texts.push_back(described(shown));
-    EXPECT_EQ(texts, (Texts{"CAPTURE", "show clicks: a pulse where you press, drawn into the file [on]",
-                            "show marquee: the live frame outline — you see it, the file never does [on]",
-                            "60 fps: off records 30 · applies to the next take [on]",
-                            "region: full screen · set one to frame a slice [SET…] (CLEAR)", "CAMERA",
-                            "camera pip: your webcam in the corner of the take [on]",
-                            "round camera: crop the pip to a circle [on]",
-                            "camera: click to cycle devices [SYSTEM DEFAULT]", "SOUND",
-                            "system sound: its own audio track · next take [on]",
-                            "microphone: its own audio track · asks once · next take [off]", "OUTPUT",
-                            "mp4: convert finished takes to .mp4 — no re-encode [off]",
-                            "save to tolvane cloud: finished takes land in iCloud Drive/tolvane/kastos [on]",
-                            "output folder: Movies/kasto · the default [CHOOSE…] (DEFAULT)", "GESTURES",
-                            "invert pan: flip the 3-finger and ⌥-scroll pan direction [off]"}));
-}
-
 TEST_F(SettingsTest, rowsFollowPreferencesAndTheTake) {
+    const auto region = [&] { return described(settingsRows(host)[4]); };
+    const auto folder = [&] { return described(settingsRows(host)[15]); };
+    EXPECT_EQ(region(), "full screen · set one to frame a slice [SET…] (CLEAR)");
+    EXPECT_EQ(folder(), "Movies/kasto · the default [CHOOSE…] (DEFAULT)");
     Prefs::setRegionRect(Rect{9, 9, 1280.6, 1e300});
-    const std::string region = "region: 1280×2147483647 · zoom stays inside it ";
-    EXPECT_EQ(described(settingsRows(host)[4]), region + "[SET…] [CLEAR]");
+    EXPECT_EQ(region(), "1280×2147483647 · zoom stays inside it [SET…] [CLEAR]");
     host.recording = true;
-    EXPECT_EQ(described(settingsRows(host)[4]), region + "(SET…) (CLEAR)");
-    for (const auto& [folder, name] : std::vector<std::pair<const char*, std::string>>{
-             {"/mnt/Renders/", "Renders"}, {"/", "/"}, {"/a/מסמכים", "מסמכים"}}) {
-        Prefs::setOutputDir(folder);
-        EXPECT_EQ(described(settingsRows(host)[15]),
-                  "output folder: " + name + " · the cloud toggle wins while it's on [CHOOSE…] [DEFAULT]");
+    EXPECT_EQ(region(), "1280×2147483647 · zoom stays inside it (SET…) (CLEAR)");
+    for (const auto& [path, name] :
+         {std::pair{"/mnt/Renders/", "Renders"}, {"/", "/"}, {"/a/מסמכים", "מסמכים"}}) {
+        Prefs::setOutputDir(path);
+        EXPECT_EQ(folder(), std::string(name) + " · the cloud toggle wins while it's on [CHOOSE…] [DEFAULT]");
     }
 }
 
@@ -183,20 +149,20 @@ TEST_F(SettingsTest, paintsThePartsWhereTheyBelong) {
 TEST_F(SettingsTest, onlyWhatTakesAClickShowsTheMouse) {
     open();
     const std::tuple<int, int, int, int, std::string> probes[] = {
-        {18, 105, 20, 106, hover}, {501, 152, 20, 106, hover}, {17, 110, 20, 106, row},
-        {502, 110, 20, 106, row},  {100, 153, 20, 106, row},   {100, 462, 20, 452, hover},
-        {100, 270, 20, 262, row},  {490, 34, 486, 2, accent},  {480, 34, 451, 2, hover},
+        {18, 105, 20, 106, lit},  {501, 152, 20, 106, lit},  {17, 110, 20, 106, row},
+        {502, 110, 20, 106, row}, {100, 153, 20, 106, row},  {100, 462, 20, 452, lit},
+        {100, 270, 20, 262, row}, {490, 34, 486, 2, accent}, {480, 34, 451, 2, lit},
         {484, 35, 486, 2, bg},
     };
     for (const auto& [x, y, probeX, probeY, colour] : probes) {
-        mouse(QEvent::MouseMove, QPointF(x, y));
+        hover(view(), QPointF(x, y));
         EXPECT_EQ(colourAt(probeX, probeY), colour) << x << ", " << y;
     }
     scroll(80);
-    mouse(QEvent::MouseMove, {100, 40});  // a row is under the header there
+    hover(view(), {100, 40});  // a row is under the header there
     EXPECT_EQ(colourAt(20, 60), row);
-    mouse(QEvent::MouseMove, {100, 60});
-    EXPECT_EQ(colourAt(20, 60), hover);
+    hover(view(), {100, 60});
+    EXPECT_EQ(colourAt(20, 60), lit);
 }
 
 TEST_F(SettingsTest, clicksReachWhatIsPaintedThere) {
@@ -242,9 +208,7 @@ TEST_F(SettingsTest, theHeaderMovesAndTheEdgesResizeByHand) {
         {359, {0, 2000}, {130, 280, 520, 1200}},
     };
     for (const auto& [y, by, frame] : drags) {
-        mouse(QEvent::MouseButtonPress, QPointF(260, y), Qt::LeftButton);
-        mouse(QEvent::MouseMove, QPointF(260, y) + by, Qt::LeftButton);
-        mouse(QEvent::MouseButtonRelease, QPointF(260, y));
+        drag(view(), QPointF(260, y), QPointF(260, y) + by);
         EXPECT_EQ(window().geometry(), frame) << y;
     }
 }
@@ -265,8 +229,7 @@ TEST_F(SettingsTest, hidesAndComesBackAsItWas) {
     EXPECT_TRUE(window().isVisible() && window().isMinimized());
     controller->toggle();
     EXPECT_TRUE(window().isVisible() && !window().isMinimized());
-    QKeyEvent escape(QEvent::KeyPress, Qt::Key_Escape, {});
-    QApplication::sendEvent(&view(), &escape);
+    key(view(), Qt::Key_Escape);
     EXPECT_FALSE(window().isVisible());
 }
 
@@ -305,4 +268,4 @@ TEST_F(SettingsTest, facesAreFoundByNameElseTheirFallback) {
 }
 
 }  // namespace
-}  // namespace kasto
+}  // namespace kasto::test

@@ -53,48 +53,35 @@ protected:
 };
 
 TEST_F(StatusMenuTest, saysWhatTheProgramWouldDoNow) {
-    const std::vector<std::string> options{"x show clicks",
-                                           "x show marquee",
-                                           "x camera pip",
-                                           "x round camera",
-                                           "camera > x system default",
-                                           "x capture system sound",
-                                           "o capture mic",
-                                           "o mp4",
-                                           "x save to tolvane cloud",
-                                           "o invert pan"};
-    const auto idle = lines();
-    ASSERT_EQ(idle.size(), 31U);
-    EXPECT_EQ(idle[0], "settings… ^,");
-    EXPECT_EQ(idle[2], "start recording ^~@r");
-    EXPECT_EQ(idle[10], "- siri — \"start / stop recording in kasto\"");
-    EXPECT_EQ(std::vector(idle.begin() + 13, idle.begin() + 23), options);
-    EXPECT_EQ(std::vector(idle.begin() + 23, idle.end()),
-              (std::vector<std::string>{"x 60 fps", "---", "choose output folder…", "set region…", "---",
-                                        "open recordings", "---", "quit kasto ^q"}));
-
+    auto before = lines();
+    ASSERT_EQ(before.size(), 31U);
+    EXPECT_EQ(before[2], "start recording ^~@r");
+    EXPECT_EQ(before[17], "camera > x system default");
+    const auto newLines = [&] {
+        auto now = lines();
+        before.swap(now);
+        std::vector<std::string> added;
+        for (const auto& line : before)
+            if (std::ranges::count(now, line) == 0) added.push_back(line);
+        return added;
+    };
     desktop.screenAccess.granted = false;
     Prefs::store().set("fps", 30);
     Prefs::setOutputDir("/tmp/R&D\tשלום/");
     Prefs::setRegionRect(Rect{100, 80, 1280.9, 720.9});
-    const auto changed = lines();
-    EXPECT_EQ(std::vector(changed.begin() + 23, changed.end()),
-              (std::vector<std::string>{"o 60 fps", "---", "output: \u2068R&D שלום\u2069 — change…",
-                                        "use default folder (Movies/kasto)", "set region…",
-                                        "clear region (1280×720)", "---", "open recordings",
-                                        "grant screen recording…", "---", "quit kasto ^q"}));
+    EXPECT_EQ(newLines(), (std::vector<std::string>{"o 60 fps", "output: \u2068R&D שלום\u2069 — change…",
+                                                    "use default folder (Movies/kasto)",
+                                                    "clear region (1280×720)", "grant screen recording…"}));
 
     desktop.screenAccess.granted = true;
     desktop.pointer.at = Point{10, 10};
     record();
-    const auto recording = lines();
-    EXPECT_EQ(recording[2], "stop recording ^~@r");
-    for (const auto* line : {"- set region…", "- clear region (1280×720)"})
-        EXPECT_EQ(std::ranges::count(recording, line), 1) << line;
+    EXPECT_EQ(newLines(), (std::vector<std::string>{"stop recording ^~@r", "- set region…",
+                                                    "- clear region (1280×720)"}));
 
     desktop.pointer.held.set({.right = true, .fn = true});
     ASSERT_TRUE(loopUntil([] { return openMenu(); }));
-    EXPECT_EQ(openMenu()->actions().size(), std::ssize(options) + 2);
+    EXPECT_EQ(openMenu()->actions().size(), 12);
     QTest::keyClick(openMenu(), Qt::Key_Down);
     QTest::keyClick(openMenu(), Qt::Key_Return);
     EXPECT_FALSE(delegate->isRecording());

@@ -5,6 +5,7 @@
 #include <QMouseEvent>
 #include <QWidget>
 
+// What a user does to a widget, delivered as Qt would.
 namespace kasto::test {
 
 inline void mouse(QWidget& view, QEvent::Type type, QPointF at, Qt::MouseButton button = Qt::LeftButton) {
@@ -14,11 +15,15 @@ inline void mouse(QWidget& view, QEvent::Type type, QPointF at, Qt::MouseButton 
     QApplication::sendEvent(&view, &event);
 }
 
+inline void hover(QWidget& view, QPointF at) { mouse(view, QEvent::MouseMove, at, Qt::NoButton); }
+
 inline void drag(QWidget& view, QPointF from, QPointF to) {
     mouse(view, QEvent::MouseButtonPress, from);
     mouse(view, QEvent::MouseMove, to);
     mouse(view, QEvent::MouseButtonRelease, to);
 }
+
+inline void click(QWidget& view, QPointF at) { drag(view, at, at); }
 
 inline void key(QWidget& view, Qt::Key pressed) {
     QKeyEvent event(QEvent::KeyPress, pressed, Qt::NoModifier);
