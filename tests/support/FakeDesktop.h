@@ -139,20 +139,9 @@ struct FakeDesktop {
     FakeStatusItems statusItems;
 
     Desktop record() {
-        return {.displays = displays,
-                .pointer = pointer,
-                .multitouch = multitouch,
-                .screenAccess = screenAccess,
-                .screenCapture = screenCapture,
-                .cameraSession = cameraSession,
-                .movieWriters = movieWriters,
-                .movieExports = movieExports,
-                .ownWindows = ownWindows,
-                .overlaySupport = overlaySupport,
-                .runningInstance = runningInstance,
-                .hotKeys = hotKeys,
-                .workspace = workspace,
-                .statusItems = statusItems};
+        return {displays,        pointer,      multitouch,   screenAccess, screenCapture,
+                cameraSession,   movieWriters, movieExports, ownWindows,   overlaySupport,
+                runningInstance, hotKeys,      workspace,    statusItems};
     }
 };
 

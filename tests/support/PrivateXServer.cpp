@@ -1,5 +1,7 @@
 #include "support/PrivateXServer.h"
 
+#include "support/WaitUntil.h"
+
 #include <fcntl.h>
 #include <spawn.h>
 #include <sys/wait.h>
@@ -7,13 +9,12 @@
 #include <xcb/xcb.h>
 
 #include <array>
-#include <chrono>
 #include <csignal>
 #include <cstdlib>
 #include <cstring>
+#include <functional>
 #include <memory>
 #include <stdexcept>
-#include <thread>
 #include <utility>
 
 extern char** environ;
@@ -21,8 +22,6 @@ extern char** environ;
 namespace kasto::test {
 
 namespace {
-
-constexpr auto kPatience = std::chrono::seconds(20);
 
 // The descriptor a server writes its number to; the same number in the parent and the child.
 constexpr int kDisplayFd = 60;
@@ -37,10 +36,8 @@ std::vector<char*> toPointers(std::vector<std::string>& texts) {
 template <class T>
 using Reply = std::unique_ptr<T, decltype(&std::free)>;
 
-xcb_atom_t atomNamed(xcb_connection_t* c, const std::string& name, bool onlyIfKnown) {
-    const auto asked = xcb_intern_atom(c, onlyIfKnown, static_cast<std::uint16_t>(name.size()), name.c_str());
-    const Reply<xcb_intern_atom_reply_t> reply(xcb_intern_atom_reply(c, asked, nullptr), std::free);
-    return reply ? reply->atom : static_cast<xcb_atom_t>(XCB_NONE);
+void await(const std::function<bool()>& condition) {
+    if (!waitUntil(condition)) throw std::runtime_error("the desktop does not come up");
 }
 
 ChildProcess startServer(int width, int height, const std::vector<std::string>& options,
@@ -133,13 +130,11 @@ void PrivateXServer::endCompositingManager() {
 }
 
 void PrivateXServer::startWindowManager() {
-    // The last thing it does before it takes requests is to run this command, which makes the name known.
-    const std::string ready = "KASTO_TEST_READY";
-    windowManager_.emplace_back(
-        std::vector<std::string>{"openbox", "--sm-disable", "--startup",
-                                 "xprop -root -f " + ready + " 8s -set " + ready + " yes"},
-        environment());
-    waitUntil([&](xcb_connection_t* c) { return atomNamed(c, ready, true) != XCB_NONE; });
+    // The last thing it does before it takes requests is to run this command.
+    windowManager_.emplace_back(std::vector<std::string>{"openbox", "--sm-disable", "--startup",
+                                                         "xprop -root -f TEST_READY 8s -set TEST_READY yes"},
+                                environment());
+    await([&] { return run({"sh", "-c", "xprop -root TEST_READY | grep yes"}) == 0; });
 }
 
 int PrivateXServer::run(const std::vector<std::string>& command) const {
@@ -147,23 +142,17 @@ int PrivateXServer::run(const std::vector<std::string>& command) const {
 }
 
 void PrivateXServer::waitForManager(bool running) const {
-    waitUntil([&](xcb_connection_t* c) {
-        const auto selection = atomNamed(c, "_NET_WM_CM_S0", false);
-        const Reply<xcb_get_selection_owner_reply_t> reply(
-            xcb_get_selection_owner_reply(c, xcb_get_selection_owner(c, selection), nullptr), std::free);
-        return reply && (reply->owner != XCB_NONE) == running;
-    });
-}
-
-void PrivateXServer::waitUntil(const std::function<bool(xcb_connection_t*)>& condition) const {
     const std::unique_ptr<xcb_connection_t, decltype(&xcb_disconnect)> c(
         xcb_connect(display_.c_str(), nullptr), xcb_disconnect);
-    const auto until = std::chrono::steady_clock::now() + kPatience;
-    while (!condition(c.get())) {
-        if (std::chrono::steady_clock::now() > until)
-            throw std::runtime_error("the desktop does not come up");
-        std::this_thread::sleep_for(std::chrono::milliseconds(5));
-    }
+    await([&] {
+        const std::string name = "_NET_WM_CM_S0";
+        const auto asked = xcb_intern_atom(c.get(), 0, static_cast<std::uint16_t>(name.size()), name.c_str());
+        const Reply<xcb_intern_atom_reply_t> atom(xcb_intern_atom_reply(c.get(), asked, nullptr), std::free);
+        const Reply<xcb_get_selection_owner_reply_t> reply(
+            xcb_get_selection_owner_reply(c.get(), xcb_get_selection_owner(c.get(), atom->atom), nullptr),
+            std::free);
+        return (reply->owner != XCB_NONE) == running;
+    });
 }
 
 }  // namespace kasto::test

@@ -2,11 +2,8 @@
 
 #include <sys/types.h>
 
-#include <functional>
 #include <string>
 #include <vector>
-
-struct xcb_connection_t;
 
 namespace kasto::test {
 
@@ -50,7 +47,6 @@ public:
 private:
     std::vector<std::string> environment() const;
     void waitForManager(bool running) const;
-    void waitUntil(const std::function<bool(xcb_connection_t*)>& condition) const;
 
     std::string display_;
     ChildProcess server_;
