@@ -37,13 +37,27 @@ ChildProcess DesktopSession::start(const std::vector<std::string>& command,
     return ChildProcess(command, environment);
 }
 
-ChildProcess DesktopSession::showChart() const {
-    auto client = start({DESKTOP_CLIENTS, "chart"});
-    const bool shown = waitUntil([&] {
-        return run({"xdotool", "search", "--onlyvisible", "--name", "^chart$"}) == 0;
-    });
-    if (!shown) throw std::runtime_error("the colour chart did not appear");
+ChildProcess DesktopSession::show(const std::string& what, const std::string& title) const {
+    auto client = start({DESKTOP_CLIENTS, what});
+    if (xdotool({"search", "--sync", "--onlyvisible", "--name", title}) != 0)
+        throw std::runtime_error(what + " did not appear");
     return client;
+}
+
+ChildProcess DesktopSession::showChart() const { return show("chart", "^chart$"); }
+
+ChildProcess DesktopSession::showScene() const { return show("scene", "^notes$"); }
+
+int DesktopSession::xdotool(std::vector<std::string> command) const {
+    command.insert(command.begin(), "xdotool");
+    return run(command);
+}
+
+int DesktopSession::command(const std::string& word) const { return run({KASTO, "kasto:" + word}); }
+
+void DesktopSession::setOptions(const std::string& json) const {
+    std::filesystem::create_directories(home() / ".config/kasto");
+    writeFile(home() / ".config/kasto/preferences.json", json);
 }
 
 ChildProcess DesktopSession::startKasto(const std::vector<std::string>& changes) const {

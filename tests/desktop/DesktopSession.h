@@ -29,11 +29,21 @@ public:
         return start(command, changes).wait();
     }
 
-    // Shows the colour chart; returns when it is on the screen.
+    // Writes the preferences that kasto starts with.
+    void setOptions(const std::string& json) const;
+
+    // Shows the colour chart, or the scene of moving things; returns when it is on the screen.
     ChildProcess showChart() const;
+    ChildProcess showScene() const;
 
     // Starts kasto; returns when it is ready for commands. `changes` as above.
     ChildProcess startKasto(const std::vector<std::string>& changes = {}) const;
+
+    // Runs xdotool: moves, clicks, types.
+    int xdotool(std::vector<std::string> command) const;
+
+    // Has kasto running do what the word of a URL says.
+    int command(const std::string& word) const;
 
     // Ends the X server as a crash does.
     void killXServer() const;
@@ -46,6 +56,8 @@ public:
     std::vector<std::filesystem::path> movies() const;
 
 private:
+    ChildProcess show(const std::string& what, const std::string& title) const;
+
     TestFolder home_;
     // The desktop ends when this end of its input is closed, however this program ends.
     std::unique_ptr<FILE, int (*)(FILE*)> desktop_;

@@ -47,20 +47,5 @@ TEST(LaunchTest, runsAloneWithoutASessionBus) {
     EXPECT_EQ(kasto.wait(), 0);
 }
 
-TEST(LaunchTest, setsADamagedPreferenceFileAside) {
-    const DesktopSession desktop;
-    const auto folder = desktop.home() / ".config/kasto";
-    std::filesystem::create_directories(folder);
-    writeFile(folder / "preferences.json", "{\"fps\": 30,");
-    auto kasto = desktop.startKasto();
-    ASSERT_EQ(desktop.run({KASTO, "kasto:record"}), 0);
-    ASSERT_TRUE(desktop.waitForLog(" recording "));
-    std::string kept;
-    for (const auto& entry : std::filesystem::directory_iterator(folder))
-        if (entry.path().filename().string().starts_with("preferences.json.damaged-"))
-            kept = readFile(entry.path());
-    EXPECT_EQ(kept, "{\"fps\": 30,");
-}
-
 }  // namespace
 }  // namespace kasto::test

@@ -56,19 +56,19 @@ protected:
 
 TEST_P(OverlayTest, isOnTheScreenAndNotInTheMovie) {
     const auto kasto = desktop.startKasto();
-    ASSERT_EQ(desktop.run({"xdotool", "mousemove", "640", "300"}), 0);
-    ASSERT_EQ(desktop.run({KASTO, "kasto:record"}), 0);
+    ASSERT_EQ(desktop.xdotool({"mousemove", "640", "300"}), 0);
+    ASSERT_EQ(desktop.command("record"), 0);
     ASSERT_TRUE(desktop.waitForLog(" recording "));
     // A full-screen window that appears later is beneath it all the same.
     const auto client = desktop.showChart();
     ASSERT_TRUE(waitUntil([&] { return redsIn(screen(), kTop) > chart::kScreenWidth; }));
     // One where the chart is still, one where things move.
     EXPECT_GT(redsIn(screen(), kBottom), chart::kScreenWidth);
-    ASSERT_EQ(desktop.run({"xdotool", "mousedown", "1"}), 0);
+    ASSERT_EQ(desktop.xdotool({"mousedown", "1"}), 0);
     EXPECT_TRUE(waitUntil([&] { return redsIn(screen(), {600, 260, 80, 80}) > 60; }));
-    ASSERT_EQ(desktop.run({"xdotool", "mouseup", "1"}), 0);
+    ASSERT_EQ(desktop.xdotool({"mouseup", "1"}), 0);
     std::this_thread::sleep_for(std::chrono::milliseconds(500));
-    ASSERT_EQ(desktop.run({KASTO, "kasto:stop"}), 0);
+    ASSERT_EQ(desktop.command("stop"), 0);
     ASSERT_TRUE(desktop.waitForLog(" stopped → kasto-"));
     EXPECT_TRUE(waitUntil([&] { return redsIn(screen(), kWhole) == 0; }));
 
@@ -89,13 +89,13 @@ TEST_P(OverlayTest, letsPressesAndScrollsThrough) {
     const auto file = desktop.home() / "events";
     const auto client = desktop.start(
         {"sh", "-c", "exec xev -geometry 1200x680+20+10 -event button > '" + file.string() + "'"});
-    ASSERT_EQ(desktop.run({"xdotool", "search", "--sync", "--onlyvisible", "--name", "Event Tester"}), 0);
+    ASSERT_EQ(desktop.xdotool({"search", "--sync", "--onlyvisible", "--name", "Event Tester"}), 0);
     const auto kasto = desktop.startKasto();
-    ASSERT_EQ(desktop.run({KASTO, "kasto:record"}), 0);
+    ASSERT_EQ(desktop.command("record"), 0);
     ASSERT_TRUE(waitUntil([&] { return redsIn(screen(), kTop) > chart::kScreenWidth; }));
     // On the heads-up display, and where nothing is drawn.
     for (const auto* x : {"1150", "600"})
-        ASSERT_EQ(desktop.run({"xdotool", "mousemove", x, "50", "click", "1", "click", "4"}), 0);
+        ASSERT_EQ(desktop.xdotool({"mousemove", x, "50", "click", "1", "click", "4"}), 0);
     EXPECT_TRUE(waitUntil([&] { return outputOf("grep -c ButtonPress " + file.string()) == "4\n"; }));
 }
 

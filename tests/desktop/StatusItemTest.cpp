@@ -32,10 +32,7 @@ protected:
             0);
     }
 
-    int type(std::vector<std::string> command) const {
-        command.insert(command.begin(), "xdotool");
-        return desktop.run(command);
-    }
+    int type(const std::vector<std::string>& command) const { return desktop.xdotool(command); }
 
     void openQuickMenu() const {
         EXPECT_EQ(type({"mousemove", "300", "200", "keydown", "ISO_Level3_Shift", "mousedown", "3"}), 0);
@@ -47,11 +44,9 @@ protected:
 };
 
 TEST_F(StatusItemTest, mouseAndHotKeyReachTheProgramWhileItsMenusAreOpen) {
-    const auto clients = desktop.start({DESKTOP_CLIENTS, "scene"});
-    ASSERT_EQ(type({"search", "--sync", "--onlyvisible", "--name", "^notes$"}), 0);
+    const auto scene = desktop.showScene();
     // Without the overlay, which has windows of its own.
-    std::filesystem::create_directories(desktop.home() / ".config/kasto");
-    writeFile(desktop.home() / ".config/kasto/preferences.json", R"({"showMarquee": false})");
+    desktop.setOptions(R"({"showMarquee": false})");
     const auto kasto = desktop.startKasto();
     const auto tray = desktop.start({"tint2"});  // later than the program
     ASSERT_TRUE(shows(0, 1));

@@ -29,18 +29,13 @@ protected:
     }
     int action(const std::string& id) const { return desktop.run({KASTO, "--action", id}); }
     int url(const std::string& word) const { return desktop.run({KASTO, "kasto://" + word}); }
-    int hotKey() const { return desktop.run({"xdotool", "key", "ctrl+alt+super+r"}); }
-    int xdotool(std::vector<std::string> command) const {
-        command.insert(command.begin(), "xdotool");
-        return desktop.run(command);
-    }
+    int hotKey() const { return desktop.xdotool({"key", "ctrl+alt+super+r"}); }
 
     DesktopSession desktop;
 };
 
 TEST_F(TriggersTest, eachStartsOrStopsATakeAndTheLogTellsIt) {
-    const auto scene = desktop.start({DESKTOP_CLIENTS, "scene"});
-    ASSERT_EQ(xdotool({"search", "--sync", "--onlyvisible", "--name", "^notes$"}), 0);
+    const auto scene = desktop.showScene();
     auto kasto = desktop.startKasto();
 
     const std::vector<std::pair<std::function<int()>, std::function<int()>>> takes{
@@ -57,11 +52,11 @@ TEST_F(TriggersTest, eachStartsOrStopsATakeAndTheLogTellsIt) {
         ++count;
         ASSERT_TRUE(desktop.waitForLog(" recording ", count)) << count;
         // A press, a zoom and a pan, as somebody who shows something does.
-        EXPECT_EQ(
-            xdotool({"mousemove", "400",   "300",   "click", "1",     "keydown", "ctrl",  "keydown", "alt",
-                     "click",     "4",     "click", "4",     "click", "4",       "keyup", "ctrl",    "sleep",
-                     "0.3",       "click", "5",     "keyup", "alt",   "sleep",   "0.4"}),
-            0);
+        EXPECT_EQ(desktop.xdotool({"mousemove", "400",   "300",   "click", "1",     "keydown", "ctrl",
+                                   "keydown",   "alt",   "click", "4",     "click", "4",       "click",
+                                   "4",         "keyup", "ctrl",  "sleep", "0.3",   "click",   "5",
+                                   "keyup",     "alt",   "sleep", "0.4"}),
+                  0);
         ASSERT_EQ(stop(), 0) << count;
         ASSERT_TRUE(desktop.waitForLog(" stopped → kasto-", count)) << count;
     }
@@ -74,17 +69,16 @@ TEST_F(TriggersTest, eachStartsOrStopsATakeAndTheLogTellsIt) {
 }
 
 TEST_F(TriggersTest, optionsOutliveTheProgram) {
-    const auto scene = desktop.start({DESKTOP_CLIENTS, "scene"});
-    ASSERT_EQ(xdotool({"search", "--sync", "--onlyvisible", "--name", "^notes$"}), 0);
+    const auto scene = desktop.showScene();
     auto kasto = desktop.startKasto();
-    ASSERT_EQ(url("record"), 0);  // the first change is made while a take runs
+    ASSERT_EQ(desktop.command("record"), 0);  // the first change is made while a take runs
     ASSERT_TRUE(desktop.waitForLog(" recording "));
     // The settings' window, its first toggle ("show clicks"), and away with Escape.
     const auto isShown = [&] {
-        return xdotool({"search", "--onlyvisible", "--name", "^kasto settings$"}) == 0;
+        return desktop.xdotool({"search", "--onlyvisible", "--name", "^kasto settings$"}) == 0;
     };
     for (const auto* expected : {"\"showClicks\": false", "\"showClicks\": true", "\"showClicks\": false"}) {
-        ASSERT_EQ(url("settings"), 0);
+        ASSERT_EQ(desktop.command("settings"), 0);
         ASSERT_TRUE(waitUntil(isShown));
         ASSERT_EQ(desktop.run({"sh", "-c",
                                "xdotool mousemove --window $(xdotool search --onlyvisible --name '^kasto "
@@ -95,7 +89,7 @@ TEST_F(TriggersTest, optionsOutliveTheProgram) {
             return readFile(desktop.home() / ".config/kasto/preferences.json").find(expected) !=
                    std::string::npos;
         })) << expected;
-        ASSERT_EQ(xdotool({"key", "Escape"}), 0);
+        ASSERT_EQ(desktop.xdotool({"key", "Escape"}), 0);
         ASSERT_TRUE(waitUntil([&] { return !isShown(); }));
         kasto.end();
         kasto = desktop.startKasto();
