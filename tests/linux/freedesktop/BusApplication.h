@@ -5,6 +5,11 @@
 #include <gtest/gtest.h>
 
 #include <QApplication>
+#include <QDBusConnection>
+#include <QDBusMessage>
+#include <QDBusPendingCall>
+#include <QDBusReply>
+#include <QTest>
 #include <memory>
 
 namespace kasto::test {
@@ -23,6 +28,25 @@ class BusApplication : public testing::Environment {
         QApplication application{argc, nullptr};
     };
     std::unique_ptr<Session> session_;
+};
+
+// An object that another program calls on the bus, while its owner, this thread, goes on.
+struct BusPeer {
+    QDBusConnection bus;
+    QString service, path, interface;
+
+    QDBusMessage call(const QString& method, const QVariantList& arguments = {}) const {
+        auto message = QDBusMessage::createMethodCall(service, path, interface, method);
+        message.setArguments(arguments);
+        auto pending = bus.asyncCall(message);
+        EXPECT_TRUE(QTest::qWaitFor([&] { return pending.isFinished(); }));
+        EXPECT_FALSE(pending.isError()) << pending.error().message().toStdString();
+        return pending.reply();
+    }
+    // The first thing it returns.
+    QVariant ask(const QString& method, const QVariantList& arguments = {}) const {
+        return call(method, arguments).arguments().value(0);
+    }
 };
 
 inline testing::Environment* const kBusApplication = testing::AddGlobalTestEnvironment(new BusApplication);

@@ -4,13 +4,11 @@
 
 #include <gtest/gtest.h>
 
-#include <QDBusConnection>
 #include <QDesktopServices>
 #include <QDialogButtonBox>
 #include <QFileDialog>
 #include <QLabel>
 #include <QPushButton>
-#include <QTest>
 
 namespace kasto::test {
 

@@ -5,12 +5,7 @@
 
 #include <gtest/gtest.h>
 
-#include <QDBusConnection>
 #include <QDBusConnectionInterface>
-#include <QDBusMessage>
-#include <QDBusPendingCallWatcher>
-#include <QDBusReply>
-#include <QTest>
 
 namespace kasto::test {
 
@@ -40,39 +35,20 @@ public slots:
 
 namespace {
 
-// Calls an item while its owner, this thread, goes on.
-class Peer {
-public:
-    Peer(const QDBusConnection& bus, QString service, QString path)
-        : bus_(bus), service_(std::move(service)), path_(std::move(path)) {}
-
-    QList<QVariant> call(const QString& interface, const QString& method,
-                         const QVariantList& arguments = {}) const {
-        auto message = QDBusMessage::createMethodCall(service_, path_, interface, method);
-        message.setArguments(arguments);
-        QDBusPendingCallWatcher watcher(bus_.asyncCall(message));
-        EXPECT_TRUE(QTest::qWaitFor([&] { return watcher.isFinished(); }));
-        EXPECT_NE(watcher.reply().type(), QDBusMessage::ErrorMessage)
-            << watcher.reply().errorMessage().toStdString();
-        return watcher.reply().arguments();
-    }
-
-    QVariantMap properties(const QString& interface) const {
-        return qdbus_cast<QVariantMap>(
-            call("org.freedesktop.DBus.Properties", "GetAll", {interface}).value(0));
-    }
-
-private:
-    const QDBusConnection bus_;
-    const QString service_, path_;
-};
-
-const QString kItem = "org.kde.StatusNotifierItem";
-const QString kMenu = "com.canonical.dbusmenu";
-
 class TrayStatusItemsTest : public testing::Test {
 protected:
     static bool become(const std::function<bool()>& condition) { return QTest::qWaitFor(condition, 20'000); }
+
+    BusPeer peer(int item, const QString& path, const QString& interface) const {
+        return {host.bus, host.items.at(item), path, interface};
+    }
+    void press(int item, const QString& how) const {
+        peer(item, "/StatusNotifierItem", "org.kde.StatusNotifierItem").call(how, {1, 2});
+    }
+    QVariantMap shown(int item) const {
+        const auto properties = peer(item, "/StatusNotifierItem", "org.freedesktop.DBus.Properties");
+        return qdbus_cast<QVariantMap>(properties.ask("GetAll", {"org.kde.StatusNotifierItem"}));
+    }
 
     TrayStatusItems items;
     Host host;
@@ -89,12 +65,11 @@ TEST_F(TrayStatusItemsTest, aHostThatComesLateOrAgainShowsTheItem) {
     host.appear();
     ASSERT_TRUE(become([&] { return host.items.size() == 1; }));
 
-    const Peer peer(host.bus, host.items[0], "/StatusNotifierItem");
-    const auto shown = peer.properties(kItem);
-    EXPECT_EQ(shown["Id"], "kasto");
-    EXPECT_EQ(shown["Title"], "recording 12:34");
-    EXPECT_EQ(shown["XAyatanaLabel"], "12:34");
-    const auto icons = qdbus_cast<QList<IconPixmap>>(shown["IconPixmap"]);
+    auto properties = shown(0);
+    EXPECT_EQ(properties["Id"], "kasto");
+    EXPECT_EQ(properties["Title"], "recording 12:34");
+    EXPECT_EQ(properties["XAyatanaLabel"], "12:34");
+    const auto icons = qdbus_cast<QList<IconPixmap>>(properties["IconPixmap"]);
     ASSERT_EQ(icons.size(), 8);
     for (const auto& icon : icons) {
         ASSERT_EQ(icon.argb.size(), 4 * icon.width * icon.height);
@@ -103,16 +78,15 @@ TEST_F(TrayStatusItemsTest, aHostThatComesLateOrAgainShowsTheItem) {
     }
 
     item->setTitle(" ⚙");
-    EXPECT_EQ(peer.properties(kItem)["Title"], "recording ⚙");
-    peer.call(kItem, "Activate", {1, 2});
-    peer.call(kItem, "ContextMenu", {1, 2});
+    EXPECT_EQ(shown(0)["Title"], "recording ⚙");
+    for (const auto* how : {"Activate", "ContextMenu"}) press(0, how);
     ASSERT_TRUE(become([&] { return clicks.size() == 2; }));
     EXPECT_FALSE(clicks[0].isRight);
     EXPECT_TRUE(clicks[1].isRight);
 
     auto stop = items.make("kasto-stop", {.onClick = [&](const StatusClick&) { item.reset(); }});
     ASSERT_TRUE(become([&] { return host.items.size() == 2; }));
-    Peer(host.bus, host.items[1], "/StatusNotifierItem").call(kItem, "Activate", {1, 2});
+    press(1, "Activate");
     ASSERT_TRUE(become([&] { return !item; }));
     const QDBusReply<bool> isThere = host.bus.interface()->isServiceRegistered(host.items[0]);
     EXPECT_FALSE(isThere.value());
@@ -132,9 +106,9 @@ TEST_F(TrayStatusItemsTest, theHostsOwnMenuSaysAndDoesTheSame) {
     };
     const auto item = items.make("kasto", {.menu = menu});
     ASSERT_TRUE(become([&] { return host.items.size() == 1; }));
-    const Peer peer(host.bus, host.items[0], "/MenuBar");
+    const auto bar = peer(0, "/MenuBar", "com.canonical.dbusmenu");
     const auto layout = [&] {
-        return qdbus_cast<MenuLayout>(peer.call(kMenu, "GetLayout", {0, -1, QStringList()}).value(1));
+        return qdbus_cast<MenuLayout>(bar.call("GetLayout", {0, -1, QStringList()}).arguments().value(1));
     };
     const auto first = layout();
     ASSERT_EQ(first.children.size(), 3);
@@ -148,7 +122,7 @@ TEST_F(TrayStatusItemsTest, theHostsOwnMenuSaysAndDoesTheSame) {
     EXPECT_EQ(row.properties["toggle-state"], 0);
 
     const auto choose = [&](int id) {
-        peer.call(kMenu, "Event", {id, "clicked", QVariant::fromValue(QDBusVariant(0)), 0U});
+        bar.call("Event", {id, "clicked", QVariant::fromValue(QDBusVariant(0)), 0U});
     };
     choose(row.id);
     ASSERT_TRUE(become([&] { return isOn; }));
@@ -156,7 +130,7 @@ TEST_F(TrayStatusItemsTest, theHostsOwnMenuSaysAndDoesTheSame) {
     EXPECT_EQ(layout().children[2].children[0].id, row.id);
 
     titles[0] = "stop";
-    EXPECT_EQ(peer.call(kMenu, "AboutToShow", {0}).value(0), true);
+    EXPECT_EQ(bar.ask("AboutToShow", {0}), true);
     EXPECT_NE(layout().children[0].id, first.children[0].id);
     choose(first.children[0].id);  // a line that is gone
     choose(layout().children[0].id);
