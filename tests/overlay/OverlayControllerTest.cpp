@@ -5,11 +5,9 @@
 #include "overlay/OverlayPanel.h"
 #include "support/FakeDesktop.h"
 #include "support/OffscreenQt.h"
-#include "support/WaitUntil.h"
 
 #include <gtest/gtest.h>
 
-#include <QGuiApplication>
 #include <QScreen>
 #include <algorithm>
 
@@ -31,15 +29,11 @@ protected:
         return nullptr;
     }
 
-    static bool loopUntil(const std::function<bool()>& condition) {
-        return waitUntil([&] { return QCoreApplication::processEvents(), condition(); });
-    }
-
     // True if some window of the program says that it paints there.
     bool isSaid(int x, int y) const {
         return std::ranges::any_of(desktop.ownWindows.windows(), [&](const auto& window) {
             return std::ranges::any_of(*window.paintedPx, [&](const auto& rect) {
-                return !rect.intersection({x, y, 1, 1}).isEmpty();
+                return rect.intersection({x, y, 1, 1}) == PixelRect{x, y, 1, 1};
             });
         });
     }

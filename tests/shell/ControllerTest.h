@@ -4,22 +4,12 @@
 #include "support/FakeDesktop.h"
 #include "support/LogLines.h"
 #include "support/OffscreenQt.h"
-#include "support/WaitUntil.h"
 
 #include <gtest/gtest.h>
 
-#include <QApplication>
 #include <algorithm>
-#include <memory>
-#include <string>
 
 namespace kasto::test {
-
-// Runs the event loop until the condition holds; false if it does not come about.
-template <class Condition>
-bool loopUntil(Condition&& condition) {
-    return waitUntil([&] { return QCoreApplication::processEvents(), condition(); });
-}
 
 // A launched controller on a desktop of fakes.
 class ControllerTest : public testing::Test {

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "support/WaitUntil.h"
+
 #include <gtest/gtest.h>
 
 #include <QApplication>
@@ -20,6 +22,12 @@ class OffscreenQt : public testing::Environment {
     int argc_ = 0;
     std::unique_ptr<QApplication> application_;
 };
+
+// Runs the event loop until the condition holds; false if it does not come about.
+template <class Condition>
+bool loopUntil(Condition&& condition) {
+    return waitUntil([&] { return QCoreApplication::processEvents(), condition(); });
+}
 
 inline testing::Environment* const offscreenQt = testing::AddGlobalTestEnvironment(new OffscreenQt);
 

@@ -5,7 +5,9 @@
 
 #include <climits>
 #include <cmath>
+#include <map>
 #include <random>
+#include <sstream>
 #include <string>
 
 namespace kasto::evdev {
@@ -15,29 +17,26 @@ using Outcome = ContactDecoder::Outcome;
 
 constexpr TouchpadShape kPad{.x = {100, 1100}, .y = {-50, 950}, .slots = 5, .hasPressure = true};
 
-struct Event {
-    int type, code, value;
-};
-constexpr Event slot(int n) { return {EV_ABS, ABS_MT_SLOT, n}; }
-constexpr Event id(int n) { return {EV_ABS, ABS_MT_TRACKING_ID, n}; }
-constexpr Event x(int v) { return {EV_ABS, ABS_MT_POSITION_X, v}; }
-constexpr Event y(int v) { return {EV_ABS, ABS_MT_POSITION_Y, v}; }
-constexpr Event pressure(int v) { return {EV_ABS, ABS_MT_PRESSURE, v}; }
-constexpr Event tool(int v) { return {EV_ABS, ABS_MT_TOOL_TYPE, v}; }
-constexpr Event key(int code, int down) { return {EV_KEY, code, down}; }
-constexpr Event kReport{EV_SYN, SYN_REPORT, 0};
-constexpr Event kContact{EV_SYN, SYN_MT_REPORT, 0};
-constexpr Event kDropped{EV_SYN, SYN_DROPPED, 0};
+const std::map<std::string, std::pair<int, int>> kEvents{
+    {"slot", {EV_ABS, ABS_MT_SLOT}},       {"id", {EV_ABS, ABS_MT_TRACKING_ID}},
+    {"x", {EV_ABS, ABS_MT_POSITION_X}},    {"y", {EV_ABS, ABS_MT_POSITION_Y}},
+    {"force", {EV_ABS, ABS_MT_PRESSURE}},  {"tool", {EV_ABS, ABS_MT_TOOL_TYPE}},
+    {"two", {EV_KEY, BTN_TOOL_DOUBLETAP}}, {"three", {EV_KEY, BTN_TOOL_TRIPLETAP}},
+    {"|", {EV_SYN, SYN_REPORT}},           {"contact", {EV_SYN, SYN_MT_REPORT}},
+    {"dropped", {EV_SYN, SYN_DROPPED}},    {"distance", {EV_ABS, ABS_MT_DISTANCE}},
+    {"five", {EV_KEY, BTN_TOOL_QUINTTAP}}};
 
-// The frames of a stream, one after the other: each contact as "state@x,y" in hundredths of the pad. A "!" is
-// where the state was lost.
-std::string framesOf(ContactDecoder& decoder, const std::vector<Event>& events) {
+// The frames that a stream of events ("x=5 | " and so on) makes, one after the other: each contact as
+// "state@x,y" in hundredths of the pad. A "!" is where the state was lost.
+std::string framesOf(ContactDecoder& decoder, const std::string& events) {
     std::string text;
-    for (const auto& [type, code, value] : events) {
+    std::istringstream words(events);
+    for (std::string word; words >> word;) {
+        const auto [type, code] = kEvents.at(word.substr(0, word.find('=')));
         input_event event{};
         event.type = static_cast<std::uint16_t>(type);
         event.code = static_cast<std::uint16_t>(code);
-        event.value = value;
+        event.value = word.contains('=') ? std::stoi(word.substr(word.find('=') + 1)) : 0;
         const auto outcome = decoder.take(event);
         if (outcome == Outcome::pending) continue;
         text += outcome == Outcome::frame ? "[" : "!";
@@ -51,64 +50,48 @@ std::string framesOf(ContactDecoder& decoder, const std::vector<Event>& events) 
 }
 
 TEST(ContactDecoderTest, TurnsEventsIntoFrames) {
-    struct Row {
-        const char* what;
-        TouchpadShape shape;
-        std::vector<Event> events;
-        std::string frames;
-    };
-    const Event light = pressure(0), firm = pressure(40);
     auto twoSlots = kPad, listing = kPad, flat = kPad, huge = kPad;
     twoSlots.slots = 2;
     listing.slots = 0;
     flat.x = {7, 7};
     huge.x = {INT_MIN, INT_MAX};
-    const Row rows[] = {
-        {"a finger comes, moves and goes; y is upwards",
-         kPad,
-         {slot(0), id(1), x(600), y(-50), firm, kReport, x(1100), kReport, id(-1), kReport, kReport, kReport},
+    const std::tuple<TouchpadShape, const char*, const char*> rows[] = {
+        // A finger comes, moves and goes; y is upwards.
+        {kPad, "slot=0 id=1 x=600 y=-50 force=40 | x=1100 | id=-1 | | |",
          "[3@50,100 ][4@100,100 ][5@100,100 ][]"},
-        {"a place that stays is not sent again",
-         kPad,
-         {id(1), x(600), y(450), firm, kReport, id(-1), kReport, id(2), kReport, id(3), kReport},
+        // A place that stays is not sent again.
+        {kPad, "id=1 x=600 y=450 force=40 | id=-1 | id=2 | id=3 |",
          "[3@50,50 ][5@50,50 ][3@50,50 ][3@50,50 ]"},
-        {"hovering and palms do not touch",
-         kPad,
-         {id(1), x(100), y(950), light, slot(1), id(2), x(1100), y(950), firm, tool(MT_TOOL_PALM), kReport,
-          slot(0), firm, kReport},
+        // Hovering and palms do not touch (a tool of 2 is a palm).
+        {kPad, "id=1 x=100 y=950 force=0 slot=1 id=2 x=1100 y=950 force=40 tool=2 | slot=0 force=40 |",
          "[2@0,0 2@100,0 ][3@0,0 2@100,0 ]"},
-        {"out of range",
-         kPad,
-         {id(1), x(INT_MAX), y(INT_MIN), firm, slot(99), id(3), x(1), slot(-1), id(4), kReport},
-         "[3@100,100 ]"},
-        {"one tracking id twice", kPad, {id(7), firm, slot(1), id(7), firm, kReport}, "[3@0,95 3@0,95 ]"},
-        {"axes without or beyond range", flat, {id(1), x(9), firm, kReport}, "[3@50,95 ]"},
-        {"the widest axis", huge, {id(1), x(0), firm, kReport}, "[3@50,95 ]"},
-        {"more fingers than slots",
-         twoSlots,
-         {id(1), x(100), y(450), firm, slot(1), id(2), x(1100), y(450), firm, key(BTN_TOOL_TRIPLETAP, 1),
-          kReport, key(BTN_TOOL_TRIPLETAP, 0), key(BTN_TOOL_DOUBLETAP, 1), kReport},
+        // Out of range.
+        {kPad, "id=1 x=2147483647 y=-2147483648 force=40 slot=99 id=3 x=1 slot=-1 id=4 |", "[3@100,100 ]"},
+        // One tracking id twice.
+        {kPad, "id=7 force=40 slot=1 id=7 force=40 |", "[3@0,95 3@0,95 ]"},
+        // Axes without range, and with the widest there is.
+        {flat, "id=1 x=9 force=40 |", "[3@50,95 ]"},
+        {huge, "id=1 x=0 force=40 |", "[3@50,95 ]"},
+        // More fingers than slots.
+        {twoSlots, "id=1 x=100 y=450 force=40 slot=1 id=2 x=1100 y=450 force=40 three=1 | three=0 two=1 |",
          "[3@0,50 3@100,50 4@50,50 ][4@0,50 4@100,50 ]"},
-        {"a pad that lists its contacts",
-         listing,
-         {x(100), y(450), firm, kContact, x(600), y(450), firm, kContact, kReport, x(600), y(450), firm,
-          kContact, kReport, kContact, kReport, kReport},
+        // A pad that lists its contacts.
+        {listing,
+         "x=100 y=450 force=40 contact x=600 y=450 force=40 contact | x=600 y=450 force=40 contact | contact "
+         "| |",
          "[3@0,50 3@50,50 ][4@50,50 ][]"},
-        {"events were lost: what is known is void until the next frame",
-         kPad,
-         {id(1), firm, kReport, kDropped, id(-1), x(5), kReport, x(1100), kReport},
-         "[3@0,95 ]![4@100,95 ]"},
+        // Events were lost: what is known is void until the next frame.
+        {kPad, "id=1 force=40 | dropped id=-1 x=5 | x=1100 |", "[3@0,95 ]![4@100,95 ]"},
     };
-    for (const auto& row : rows) {
-        ContactDecoder decoder(row.shape);
-        EXPECT_EQ(framesOf(decoder, row.events), row.frames) << row.what;
+    for (const auto& [shape, events, frames] : rows) {
+        ContactDecoder decoder(shape);
+        EXPECT_EQ(framesOf(decoder, events), frames) << events;
     }
 }
 
 TEST(ContactDecoderTest, RestoresWhatTheKernelKnowsAndRepeatsRestingFingers) {
     ContactDecoder decoder(kPad);
-    framesOf(decoder,
-             {id(1), x(100), y(450), pressure(9), slot(1), id(2), pressure(9), kReport, kDropped, kReport});
+    framesOf(decoder, "id=1 x=100 y=450 force=9 slot=1 id=2 force=9 | dropped |");
     const Slot slots[] = {
         {.trackingId = 1, .x = 600, .y = 450, .pressure = 9}, {}, {.trackingId = 8, .pressure = 9}};
     decoder.restore(slots, 2, 2);
@@ -119,15 +102,12 @@ TEST(ContactDecoderTest, RestoresWhatTheKernelKnowsAndRepeatsRestingFingers) {
     ASSERT_EQ(decoder.contacts().size(), 2u);
     EXPECT_EQ(decoder.contacts()[1].state, 4);
     EXPECT_TRUE(decoder.hasFingers());
-    EXPECT_EQ(framesOf(decoder, {id(-1), kReport, slot(0), id(-1), kReport}), "[4@50,50 5@0,95 ][5@50,50 ]");
+    EXPECT_EQ(framesOf(decoder, "id=-1 | slot=0 id=-1 |"), "[4@50,50 5@0,95 ][5@50,50 ]");
     EXPECT_FALSE(decoder.hasFingers());
 }
 
 TEST(ContactDecoderTest, SurvivesAnyEvents) {
     std::mt19937 random(20261123);
-    const int codes[] = {ABS_MT_SLOT,       ABS_MT_TRACKING_ID, ABS_MT_POSITION_X, ABS_MT_POSITION_Y,
-                         ABS_MT_PRESSURE,   ABS_MT_TOOL_TYPE,   ABS_MT_DISTANCE,   BTN_TOOL_TRIPLETAP,
-                         BTN_TOOL_QUINTTAP, SYN_REPORT,         SYN_MT_REPORT,     SYN_DROPPED};
     int frames = 0;
     for (int round = 0; round < 60; ++round) {
         auto range = [&] { return AxisRange{static_cast<int>(random()), static_cast<int>(random())}; };
@@ -136,8 +116,8 @@ TEST(ContactDecoderTest, SurvivesAnyEvents) {
             const int small = static_cast<int>(random() % 70) - 2, any = static_cast<int>(random());
             input_event event{};
             event.type = static_cast<std::uint16_t>(random() % 2 ? EV_ABS : random() % 4);
-            event.code =
-                static_cast<std::uint16_t>(random() % 8 ? codes[random() % std::size(codes)] : random());
+            const auto known = std::next(kEvents.begin(), static_cast<int>(random() % kEvents.size()));
+            event.code = static_cast<std::uint16_t>(random() % 8 ? known->second.second : random());
             event.value = random() % 2 ? small : any;
             if (i % 10 == 0) event.type = event.code = EV_SYN;
             const auto outcome = decoder.take(event);
