@@ -41,27 +41,22 @@ TEST_F(RegionPickViewTest, dragsDrawMoveAndResize) {
     const Rect box{200, 150, 300, 200};  // its handles at 200, 350, 500 and 150, 250, 350
     const Rect tiny{200, 150, 10, 10};
     const Rect huge{-100, -50, 4000, 3000};
-    struct Case {
-        Selection before;
-        QPointF from, to;
-        Selection after;
+    const std::tuple<Selection, QPointF, QPointF, Selection> rows[] = {
+        {{}, {300, 300}, {241, 200}, {}},
+        {{}, {300, 300}, {240, 240}, Rect{240, 240, 60, 60}},
+        {{}, {700, 500}, {900, 700}, Rect{700, 500, 200, 200}},   // beyond the display
+        {box, {600, 500}, {600, 500}, {}},                        // outside: a new one begins
+        {box, {300, 200}, {310, 190}, Rect{210, 140, 300, 200}},  // inside: moves
+        {box, {300, 200}, {-900, 900}, Rect{0, 400, 300, 200}},   // flush with the edges
+        {huge, {300, 200}, {400, 300}, Rect{-3200, -2400, 4000, 3000}},
+        {box, {212, 162}, {100, 100}, Rect{100, 100, 400, 250}},      // just within reach of a handle
+        {box, {212.5, 162}, {222.5, 162}, Rect{210, 150, 300, 200}},  // just out of reach
+        {box, {200, 250}, {790, 0}, Rect{440, 150, 60, 200}},         // past the opposite edge
+        {box, {500, 250}, {900, 0}, Rect{200, 150, 600, 200}},        // past the display
+        {box, {350, 350}, {0, 100}, Rect{200, 150, 300, 60}},
+        {tiny, {205, 155}, {100, 100}, Rect{100, 100, 110, 60}},  // within reach of all: the first
     };
-    for (const auto& [before, from, to, after] : std::initializer_list<Case>{
-             {{}, {300, 300}, {300, 300}, {}},
-             {{}, {300, 300}, {241, 200}, {}},
-             {{}, {300, 300}, {240, 240}, Rect{240, 240, 60, 60}},
-             {{}, {700, 500}, {900, 700}, Rect{700, 500, 200, 200}},   // beyond the display
-             {box, {600, 500}, {600, 500}, {}},                        // outside: a new one begins
-             {box, {300, 200}, {310, 190}, Rect{210, 140, 300, 200}},  // inside: moves
-             {box, {300, 200}, {-900, 900}, Rect{0, 400, 300, 200}},   // flush with the edges
-             {huge, {300, 200}, {400, 300}, Rect{-3200, -2400, 4000, 3000}},
-             {box, {212, 162}, {100, 100}, Rect{100, 100, 400, 250}},      // just within reach of a handle
-             {box, {212.5, 162}, {222.5, 162}, Rect{210, 150, 300, 200}},  // just out of reach
-             {box, {200, 250}, {790, 0}, Rect{440, 150, 60, 200}},         // past the opposite edge
-             {box, {500, 250}, {900, 0}, Rect{200, 150, 600, 200}},        // past the display
-             {box, {350, 350}, {0, 100}, Rect{200, 150, 300, 60}},
-             {tiny, {205, 155}, {100, 100}, Rect{100, 100, 110, 60}},  // within reach of all: the first
-         }) {
+    for (const auto& [before, from, to, after] : rows) {
         auto& view = open(before);
         drag(view, from, to);
         EXPECT_EQ(view.selection(), after) << testing::PrintToString(before) << " from " << from.x() << ","
@@ -73,36 +68,35 @@ TEST_F(RegionPickViewTest, dragsDrawMoveAndResize) {
 TEST_F(RegionPickViewTest, confirmsWholePointsAndCancelsAtAnyTime) {
     const Rect fractional{120.4, 80.6, 300.2, 200.1};
     const Rect whole{120, 80, 301, 201};
-    const auto press = [](RegionPickView& view, double x, double y, Qt::MouseButton button = Qt::LeftButton) {
-        mouse(view, QEvent::MouseButtonPress, {x, y}, button);
-    };
-    struct Case {
-        Selection before;
-        std::function<void(RegionPickView&)> act;
-        std::optional<Selection> result;
-    };
     const std::optional<Selection> confirmed{whole}, cancelled{Selection()}, nothing;
-    int number = 0;
-    for (const auto& [before, act, result] : std::initializer_list<Case>{
-             {fractional, [](auto& view) { key(view, Qt::Key_Return); }, confirmed},
-             {fractional, [](auto& view) { key(view, Qt::Key_Enter); }, confirmed},
-             {fractional, [](auto& view) { key(view, Qt::Key_Escape); }, cancelled},
-             {fractional, [](auto& view) { key(view, Qt::Key_Space); }, nothing},
-             {fractional, [&](auto& view) { press(view, 400, 300); }, confirmed},
-             {fractional, [&](auto& view) { press(view, 360, 300); }, cancelled},
-             {fractional, [&](auto& view) { press(view, 382, 300); }, nothing},  // between the buttons
-             {fractional, [&](auto& view) { press(view, 10, 10, Qt::RightButton); }, cancelled},
-             {fractional, [&](auto& view) { press(view, 400, 300, Qt::MiddleButton); }, nothing},
-             {Rect{120, 80, 301, 59.9}, [](auto& view) { key(view, Qt::Key_Return); }, nothing},
-             {Rect{120, 80, 0, 0}, [&](auto& view) { press(view, 110, 100); }, nothing},
-             {Rect{400, 300, 200, 251}, [&](auto& view) { press(view, 590, 520); }, Rect{400, 300, 200, 251}},
-             {Rect{-40, 300, 70, 70}, [&](auto& view) { press(view, 8, 400); }, Rect{-40, 300, 70, 70}},
-             {{}, [](auto& view) { key(view, Qt::Key_Return); }, nothing},
-             {{}, [](auto& view) { key(view, Qt::Key_Escape); }, cancelled},
-         }) {
-        auto& view = open(before);
-        act(view);
-        EXPECT_EQ(done, result) << "case " << number++;
+    const std::tuple<Selection, Qt::Key, std::optional<Selection>> keys[] = {
+        {fractional, Qt::Key_Return, confirmed},
+        {fractional, Qt::Key_Enter, confirmed},
+        {fractional, Qt::Key_Escape, cancelled},
+        {fractional, Qt::Key_Space, nothing},
+        {Rect{120, 80, 301, 59.9}, Qt::Key_Return, nothing},
+        {{}, Qt::Key_Return, nothing},
+        {{}, Qt::Key_Escape, cancelled},
+    };
+    for (const auto& [before, pressed, result] : keys) {
+        key(open(before), pressed);
+        EXPECT_EQ(done, result) << testing::PrintToString(before) << " " << pressed;
+    }
+    const Rect low{400, 300, 200, 251};
+    const Rect left{-40, 300, 70, 70};
+    const std::tuple<Selection, QPointF, Qt::MouseButton, std::optional<Selection>> presses[] = {
+        {fractional, {400, 300}, Qt::LeftButton, confirmed},
+        {fractional, {360, 300}, Qt::LeftButton, cancelled},
+        {fractional, {382, 300}, Qt::LeftButton, nothing},  // between the buttons
+        {fractional, {10, 10}, Qt::RightButton, cancelled},
+        {fractional, {400, 300}, Qt::MiddleButton, nothing},
+        {Rect{120, 80, 0, 0}, {110, 100}, Qt::LeftButton, nothing},
+        {low, {590, 520}, Qt::LeftButton, low},
+        {left, {8, 400}, Qt::LeftButton, left},
+    };
+    for (const auto& [before, at, button, result] : presses) {
+        mouse(open(before), QEvent::MouseButtonPress, at, button);
+        EXPECT_EQ(done, result) << testing::PrintToString(before) << " " << at.x() << "," << at.y();
     }
 }
 

@@ -9,11 +9,14 @@
 
 namespace kasto::test {
 
+// The platform and its options.
+inline QByteArray offscreenPlatform = "offscreen";
+
 // Qt's application without a desktop, for all tests of the program that includes this. It goes before main()
 // ends: with typefaces registered, Qt can no longer be taken down where static objects are.
 class OffscreenQt : public testing::Environment {
     void SetUp() override {
-        qputenv("QT_QPA_PLATFORM", "offscreen");
+        qputenv("QT_QPA_PLATFORM", offscreenPlatform);
         application_ = std::make_unique<QApplication>(argc_, nullptr);
         QApplication::setQuitOnLastWindowClosed(false);
     }
