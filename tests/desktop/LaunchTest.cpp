@@ -13,7 +13,10 @@ namespace {
 TEST(LaunchTest, refusesWhatItCannotDoBeforeItStarts) {
     const std::vector<std::tuple<std::string, std::string, std::string>> cases{
         {"", "record", "kasto: not an option or a kasto URL: record\n2\n"},
-        {"DISPLAY=:987 ", "kasto:record", "1\n"},
+        {"", "kasto:record --action", "kasto: not an option or a kasto URL: --action\n2\n"},
+        {"", "https://example.org", "kasto: not an option or a kasto URL: https://example.org\n2\n"},
+        {"DISPLAY=:987 ", "KASTO://Stop", "kasto: no X server at display :987\n1\n"},
+        {"DISPLAY=:987 ", "--action stop-recording", "kasto: no X server at display :987\n1\n"},
         {"DISPLAY= ", "", "1\n"},
         {"DISPLAY= ", "--version", "kasto " KASTO_VERSION "\n0\n"},
     };

