@@ -6,7 +6,6 @@
 #include <gtest/gtest.h>
 
 #include <QImage>
-#include <algorithm>
 
 namespace kasto::test {
 namespace {
@@ -38,17 +37,14 @@ protected:
         view.paint(painter, dirty);
     }
 
-    // At a point of the view, in points.
-    QColor at(double x, double y) const {
-        return picture.pixelColor(static_cast<int>(x * scale), static_cast<int>(y * scale));
-    }
+    // Of a point of the view.
+    QPoint pixel(double x, double y) const { return {int(x * scale), int(y * scale)}; }
+    QColor at(double x, double y) const { return picture.pixelColor(pixel(x, y)); }
 
     void expectNothingOutside(const QRegion& area) const {
         for (int y = 0; y < picture.height(); ++y)
             for (int x = 0; x < picture.width(); ++x)
-                if (!area.contains(QPoint(x, y))) {
-                    ASSERT_EQ(qAlpha(picture.pixel(x, y)), 0) << x << " " << y;
-                }
+                ASSERT_TRUE(area.contains(QPoint(x, y)) || qAlpha(picture.pixel(x, y)) == 0) << x << " " << y;
     }
 
     const double scale = GetParam();
@@ -64,11 +60,10 @@ TEST_P(OverlayViewTest, paintsItsPartsAndNothingElse) {
     snapshot.camRect = Rect{400, 200, 160, 160};
     // Green between blue sides.
     const auto frame = PixelBuffer::make(PixelFormat::bgrx, 8, 4);
-    for (int i = 0; i < 8 * 4; ++i) {
-        auto* pixel = frame->plane(0).data + i / 8 * frame->plane(0).strideBytes + i % 8 * 4;
-        const bool isSide = i % 8 < 2 || i % 8 > 5;
-        std::ranges::copy(std::array<std::uint8_t, 4>{std::uint8_t(isSide ? 255 : 0), 200, 0, 0}, pixel);
-    }
+    const auto& plane = frame->plane(0);
+    QImage pixels(plane.data, 8, 4, plane.strideBytes, QImage::Format_RGB32);
+    pixels.fill(QColor(0, 200, 255));
+    QPainter(&pixels).fillRect(2, 0, 4, 4, QColor(0, 200, 0));
     view.setCameraPreview([&] { return frame; });
     show();
     paint();
@@ -89,17 +84,11 @@ TEST_P(OverlayViewTest, paintsItsPartsAndNothingElse) {
     show();
     paint();
     EXPECT_EQ(at(203, 103).alpha(), 0);
-    EXPECT_EQ(at(240, 140), QColor(0, 200, 0));
-
-    snapshot.camRect.reset();
-    snapshot.ripples = {};
-    show();
-    paint();
     expectNothingOutside(view.paintedPx());
 }
 
 TEST_P(OverlayViewTest, paintsOnlyWhatChanged) {
-    const QPoint hud(int(300 * scale), int(45 * scale));
+    const auto hud = pixel(300, 45);
     paint();
     show();
     EXPECT_TRUE(view.takeDirty().isEmpty());
@@ -119,22 +108,18 @@ TEST_P(OverlayViewTest, isCutOutWhereNothingIsBlended) {
     show(false);
     paint();
     const auto shape = view.shapePx();
-    EXPECT_TRUE(shape.contains(QPoint(int(300 * scale), int(45 * scale))));
+    EXPECT_TRUE(shape.contains(pixel(300, 45)));
     expectNothingOutside(shape);
-    const auto lines = view.linesPx();
     QRegion red;
-    for (const auto& rect : lines) red += QRect(rect.x, rect.y, rect.width, rect.height);
-    const auto isRed = [&](double x, double y) {
-        return red.contains(QPoint(int(x * scale), int(y * scale)));
-    };
+    for (const auto& rect : view.linesPx()) red += QRect(rect.x, rect.y, rect.width, rect.height);
+    const auto isRed = [&](double x, double y) { return red.contains(pixel(x, y)); };
     EXPECT_TRUE(isRed(6, 2.5) && isRed(130, 100) && isRed(100, 70));
     EXPECT_FALSE(isRed(14.5, 3) || isRed(100, 100) || isRed(126, 100) || isRed(300, 45));
     EXPECT_TRUE((red - view.linesAreaPx()).isEmpty());
     EXPECT_TRUE((view.linesAreaPx() & view.paintedPx()).isEmpty());
 }
 
-INSTANTIATE_TEST_SUITE_P(Scales, OverlayViewTest, testing::Values(1.0, 2.0),
-                         [](const auto& info) { return info.param == 1 ? "One" : "Two"; });
+INSTANTIATE_TEST_SUITE_P(Scales, OverlayViewTest, testing::Values(1.0, 2.0));
 
 }  // namespace
 }  // namespace kasto::test
