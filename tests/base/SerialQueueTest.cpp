@@ -6,8 +6,6 @@
 #include <algorithm>
 #include <atomic>
 #include <cmath>
-#include <thread>
-#include <vector>
 
 namespace kasto {
 namespace {
@@ -20,10 +18,7 @@ TEST(SerialQueueTest, RunsJobsInOrderAndTimersOnItsOwnThreadUntilItEnds) {
     int calls = 0;  // unguarded: a race here is what ThreadSanitizer would report
     bool onQueue = true;
     std::atomic<bool> fired = false;
-    auto timer = queue->startTimer(0, 0.001, 0.002, [&] {
-        ++calls;
-        fired = true;
-    });
+    auto timer = queue->startTimer(0, 0.001, 0.002, [&] { fired = ++calls > 0; });
     for (int i = 0; i < 1000; ++i)
         queue->async([&, i] {
             ++calls;
@@ -48,8 +43,7 @@ TEST(SerialQueueTest, RunsJobsInOrderAndTimersOnItsOwnThreadUntilItEnds) {
 
 TEST(SerialQueueTest, TimerKeepsToAbsoluteDueTimesAndSkipsMissedOnes) {
     SerialQueue queue("app.test.timer", QueuePriority::userInteractive);
-    constexpr double kFirst = 0.03;
-    constexpr double kInterval = 0.02;
+    constexpr double kFirst = 0.03, kInterval = 0.02;
     std::vector<double> fired;
     const double start = mediaClockNow();
     auto timer = queue.startTimer(kFirst, kInterval, 0, [&] {
@@ -62,11 +56,9 @@ TEST(SerialQueueTest, TimerKeepsToAbsoluteDueTimesAndSkipsMissedOnes) {
 
     ASSERT_GE(fired.size(), 5u);
     std::size_t prompt = 0;
-    double lastDue = -1;
-    for (const double at : fired) {
+    for (double lastDue = -1; const double at : fired) {
         const double due = std::floor((at - kFirst) / kInterval);
-        EXPECT_GT(due, lastDue) << "called early, or twice for one due time";
-        lastDue = due;
+        EXPECT_GT(due, std::exchange(lastDue, due)) << "called early, or twice for one due time";
         if (at - kFirst - due * kInterval < 0.35 * kInterval) ++prompt;
     }
     EXPECT_GT(2 * prompt, fired.size()) << "due times count from the start, not from the former call's end";

@@ -1,10 +1,9 @@
-#include "base/PreferenceStore.h"
-#include "base/Prefs.h"
 #include "platform/OwnWindows.h"
 #include "settings/SettingsController.h"
 #include "settings/SettingsHost.h"
 #include "settings/SettingsPanel.h"
 #include "settings/SettingsRows.h"
+#include "support/ForgetOptions.h"
 #include "support/OffscreenQt.h"
 #include "support/QtInput.h"
 #include "ui/Brand.h"
@@ -54,9 +53,7 @@ class SettingsTest : public testing::Test {
 protected:
     SettingsTest() {
         Brand::registerFonts();
-        for (const auto* key : {"showClicks", "captureSystemSound", "captureMic", "convertMP4", "cloudKastos",
-                                "invertPan", "fps", "regionRect", "cameraID", "outputDir", "kastoSettings"})
-            Prefs::store().remove(key);
+        forgetOptions();
     }
 
     void open() {
@@ -109,8 +106,8 @@ TEST_F(SettingsTest, rowsFollowPreferencesAndTheTake) {
 
 TEST_F(SettingsTest, everySwitchStoresItsOption) {
     const auto rows = settingsRows(host);
-    for (const auto& shown : rows)
-        if (const auto* toggle = std::get_if<ToggleRow>(&shown)) toggle->set(!toggle->get());
+    for (const auto& each : rows)
+        if (const auto* toggle = std::get_if<ToggleRow>(&each)) toggle->set(!toggle->get());
     EXPECT_EQ(host.calls, (Texts{"no marquee", "no pip", "square"}));
     EXPECT_FALSE(Prefs::showClicks() || Prefs::captureSystemSound() || Prefs::cloudKastos());
     EXPECT_TRUE(Prefs::captureMic() && Prefs::convertMP4() && Prefs::invertPan());

@@ -2,6 +2,7 @@
 
 #include "shell/AppDelegate.h"
 #include "support/FakeDesktop.h"
+#include "support/ForgetOptions.h"
 #include "support/LogLines.h"
 #include "support/OffscreenQt.h"
 
@@ -14,7 +15,10 @@ namespace kasto::test {
 // A launched controller on a desktop of fakes.
 class ControllerTest : public testing::Test {
 protected:
-    ControllerTest() { launch(); }
+    ControllerTest() {
+        forgetOptions();
+        launch();
+    }
 
     // In the place of the controller there is.
     void launch() {

@@ -1,6 +1,4 @@
 #include "base/MediaClock.h"
-#include "base/PreferenceStore.h"
-#include "base/Prefs.h"
 #include "shell/ControllerTest.h"
 
 namespace kasto::test {
@@ -12,7 +10,6 @@ namespace fs = std::filesystem;
 class FinishTakeTest : public ControllerTest {
 protected:
     ~FinishTakeTest() override {
-        for (const auto* key : {"cloudKastos", "convertMP4", "outputDir"}) Prefs::store().remove(key);
         fs::remove_all(cloudDrive);
         fs::remove_all(Prefs::saveDir());
     }
@@ -112,7 +109,6 @@ TEST_F(FinishTakeTest, TheOutputFolderIsChosenShownAndReset) {
     delegate->chooseOutputFolder();
     ASSERT_TRUE(desktop.workspace.question);
     EXPECT_EQ(desktop.workspace.question->startFolder, Prefs::saveDir());
-    EXPECT_EQ(desktop.workspace.question->prompt, "use folder");
     EXPECT_EQ(Prefs::outputDir(), std::nullopt) << "cancelled";
 
     desktop.workspace.answer = clips;

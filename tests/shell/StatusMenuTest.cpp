@@ -1,9 +1,5 @@
-#include "base/PreferenceStore.h"
-#include "base/Prefs.h"
 #include "shell/ControllerTest.h"
 #include "shell/PopupMenu.h"
-
-#include <gtest/gtest.h>
 
 #include <QCheckBox>
 #include <QMenu>
@@ -33,11 +29,6 @@ QWidget* rowTitled(const QMenu& menu, const QString& title) {
 
 class StatusMenuTest : public ControllerTest {
 protected:
-    StatusMenuTest() {
-        for (const auto* key : {"showClicks", "captureMic", "fps", "outputDir", "regionRect", "cameraID"})
-            Prefs::store().remove(key);
-    }
-
     void click(bool isRight = false, bool isControlHeld = false) {
         desktop.statusItems.shown.at("kasto").actions.onClick({isRight, isControlHeld});
     }
