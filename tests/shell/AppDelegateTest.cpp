@@ -1,11 +1,19 @@
 #include "shell/ControllerTest.h"
 
+#include <QPushButton>
 #include <thread>
 
 namespace kasto::test {
 namespace {
 
-class AppDelegateTest : public ControllerTest {};
+class AppDelegateTest : public ControllerTest {
+protected:
+    static void press(const char* text) {
+        for (auto* button : alert()->buttons())
+            if (button->text() == text) return button->click();
+        FAIL() << "no button " << text;
+    }
+};
 
 TEST_F(AppDelegateTest, startsOneTakeForSeveralRequestsAndFinishesItOnce) {
     EXPECT_EQ(desktop.hotKeys.chord,
@@ -132,6 +140,34 @@ TEST_F(AppDelegateTest, runsTheCommandsOfUrlsInOrder) {
     delegate->openUrls({"kasto:stop", "kasto:record"});
     ASSERT_TRUE(loopUntil([&] { return stopsLogged() == 1; }));
     EXPECT_EQ(desktop.screenCapture.streamsMade, 1);
+}
+
+TEST_F(AppDelegateTest, asksExplainsAndRelaunchesOnceWhenGranted) {
+    EXPECT_EQ(log.count("kasto: launched ?, screenAccess=true ax=false"), 1);
+    desktop.screenAccess.granted = false;
+    launch();
+    EXPECT_EQ(log.count("kasto: launched ?, screenAccess=false ax=false"), 1);
+    EXPECT_EQ(desktop.screenAccess.requests, 1);
+
+    delegate->toggleRecording();
+    EXPECT_EQ(desktop.screenAccess.requests, 2);
+    ASSERT_TRUE(alert());
+    EXPECT_EQ(alert()->text(), "kasto needs screen recording access");
+    press("later");
+    EXPECT_EQ(alert(), nullptr);
+    EXPECT_TRUE(desktop.workspace.openedLinks.empty());
+
+    delegate->openUrls({"kasto:record"});
+    ASSERT_TRUE(alert());
+    press("open settings");
+    EXPECT_EQ(desktop.workspace.openedLinks, std::vector<std::string>{"settings:screen-recording"});
+    EXPECT_EQ(desktop.screenCapture.streamsMade + terminations, 0);
+
+    desktop.screenAccess.granted = true;
+    ASSERT_TRUE(loopUntil([&] { return terminations > 0; }));
+    EXPECT_EQ(terminations, 1);
+    EXPECT_EQ(desktop.workspace.relaunches, 1);
+    EXPECT_EQ(log.count("kasto: screen access granted — relaunching"), 1);
 }
 
 }  // namespace

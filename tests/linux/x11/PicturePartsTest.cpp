@@ -17,11 +17,7 @@ TEST(ReadPlanTest, ReadsAllThatIsNeededAndLittleElse) {
     std::vector<PixelRect> manyDots;
     for (int i = 0; i < 20; ++i) dots.push_back({100 + i % 5 * 12, 300 + i / 5 * 12, 4, 4});
     for (int i = 0; i < 300; ++i) manyDots.push_back({i * 3, i * 2, 1, 1});
-    const struct {
-        const char* name;
-        std::vector<PixelRect> needed;
-        std::vector<PixelRect> planned;
-    } rows[] = {
+    const std::tuple<const char*, std::vector<PixelRect>, std::vector<PixelRect>> rows[] = {
         {"nothing", {}, {}},
         {"a cluster becomes its box", dots, {{100, 300, 52, 40}}},
         {"far apart stay apart", {{0, 0, 50, 50}, {900, 900, 50, 50}}, {{0, 0, 50, 50}, {900, 900, 50, 50}}},
@@ -31,9 +27,8 @@ TEST(ReadPlanTest, ReadsAllThatIsNeededAndLittleElse) {
         {"most of it becomes all of it", {{0, 0, 1000, 650}}, {area}},
         {"too many become their box", manyDots, {{0, 0, 898, 599}}},
     };
-    for (const auto& row : rows) {
-        EXPECT_EQ(planReads(Region(row.needed), area), row.planned) << row.name;
-    }
+    for (const auto& [name, needed, planned] : rows)
+        EXPECT_EQ(planReads(Region(needed), area), planned) << name;
 }
 
 class SharedMemoryTest : public testing::TestWithParam<SharingWay> {};

@@ -44,8 +44,8 @@ bool StreamReceiver::waitForPicture(const Pixels& expected) const {
     return waitFor([&](const ScreenFrame& frame) { return toPixels(frame) == expected; });
 }
 
-bool StreamReceiver::waitForEnd() const {
-    return waitUntil([&] { return !ends.copy().empty(); });
+bool StreamReceiver::waitForEnds(std::size_t times) const {
+    return waitUntil([&] { return ends.copy().size() == times; });
 }
 
 }  // namespace kasto::test

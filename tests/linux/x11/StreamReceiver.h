@@ -23,7 +23,7 @@ public:
     // Waits until a picture fulfils the condition; false after a long time without one.
     bool waitFor(const std::function<bool(const ScreenFrame&)>& condition) const;
     bool waitForPicture(const Pixels& expected) const;
-    bool waitForEnd() const;
+    bool waitForEnds(std::size_t times) const;
 
     // Sees every picture, on the queue, before it can be waited for.
     std::function<void(const ScreenFrame&)> inspect;
