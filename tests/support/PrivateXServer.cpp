@@ -40,21 +40,21 @@ void await(const std::function<bool()>& condition) {
     if (!waitUntil(condition)) throw std::runtime_error("the desktop does not come up");
 }
 
-ChildProcess startServer(int width, int height, const std::vector<std::string>& options,
-                         std::string& display) {
+std::vector<std::string> xvfb(int width, int height, const std::vector<std::string>& options) {
+    const auto size = std::to_string(width) + "x" + std::to_string(height) + "x24";
+    std::vector<std::string> command{"Xvfb", "-screen", "0", size, "-dpi", "96"};
+    for (const char* extension : {"Composite", "DAMAGE", "RENDER", "RANDR"})
+        command.insert(command.end(), {"+extension", extension});
+    command.insert(command.end(), options.begin(), options.end());
+    return command;
+}
+
+ChildProcess startServer(std::vector<std::string> command, std::string& display) {
     std::array<int, 2> ends{};
     if (pipe2(ends.data(), O_CLOEXEC) != 0 || dup2(ends[1], kDisplayFd) < 0)
         throw std::runtime_error("no pipe for the X server");
     close(ends[1]);
-    const auto size = std::to_string(width) + "x" + std::to_string(height) + "x24";
-    std::vector<std::string> command{"Xvfb",       "-displayfd", std::to_string(kDisplayFd),
-                                     "-nolisten",  "tcp",        "-noreset",
-                                     "-screen",    "0",          size,
-                                     "+extension", "Composite",  "+extension",
-                                     "DAMAGE",     "+extension", "RENDER",
-                                     "+extension", "RANDR",      "-dpi",
-                                     "96"};
-    command.insert(command.end(), options.begin(), options.end());
+    command.insert(command.end(), {"-displayfd", std::to_string(kDisplayFd), "-nolisten", "tcp", "-noreset"});
     ChildProcess server(command);
     close(kDisplayFd);
     std::string number;
@@ -113,7 +113,10 @@ int ChildProcess::wait() {
 }
 
 PrivateXServer::PrivateXServer(int width, int height, const std::vector<std::string>& options)
-    : server_(startServer(width, height, options, display_)) {}
+    : PrivateXServer(xvfb(width, height, options)) {}
+
+PrivateXServer::PrivateXServer(const std::vector<std::string>& command)
+    : server_(startServer(command, display_)) {}
 
 std::vector<std::string> PrivateXServer::environment() const { return {"DISPLAY=" + display_}; }
 

@@ -30,6 +30,7 @@ private:
 class PrivateXServer {
 public:
     explicit PrivateXServer(int width = 1280, int height = 720, const std::vector<std::string>& options = {});
+    explicit PrivateXServer(const std::vector<std::string>& command);  // another one than Xvfb
 
     const std::string& display() const { return display_; }  // ":7"
 

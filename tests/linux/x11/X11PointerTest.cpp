@@ -66,8 +66,7 @@ TEST_F(X11PointerTest, ModifiersFollowTheServersMapping) {
 TEST_F(X11PointerTest, ScrollingIsSeenAndStillReachesTheProgramUnderThePointer) {
     XClient program(server.display());
     const auto window = program.makeWindow({0, 0, 400, 300}, test::WindowKind::overrideRedirect, 0x336699);
-    const std::uint32_t mask = XCB_EVENT_MASK_BUTTON_PRESS;
-    xcb_change_window_attributes(program.raw(), window, XCB_CW_EVENT_MASK, &mask);
+    program.listenForPresses(window);
     program.show(window);
     program.movePointer(200, 150);
 
@@ -91,14 +90,7 @@ TEST_F(X11PointerTest, ScrollingIsSeenAndStillReachesTheProgramUnderThePointer) 
 
     monitor.reset();
     ASSERT_EQ(server.run({"xdotool", "click", "4"}), 0);
-    // A reply comes after the events before it.
-    const x11::Reply<xcb_get_input_focus_reply_t> reply(
-        xcb_get_input_focus_reply(program.raw(), xcb_get_input_focus(program.raw()), nullptr));
-    std::vector<int> pressed;
-    while (const x11::Reply<xcb_generic_event_t> event{xcb_poll_for_event(program.raw())})
-        if ((event->response_type & 0x7f) == XCB_BUTTON_PRESS)
-            pressed.push_back(reinterpret_cast<const xcb_button_press_event_t*>(event.get())->detail);
-    EXPECT_EQ(pressed, (std::vector{4, 5, 6, 7, 1, 3, 4}));
+    EXPECT_EQ(program.pressed(), (std::vector{4, 5, 6, 7, 1, 3, 4}));
     EXPECT_EQ(count(), 4u) << "nothing is reported after the monitor's end";
 
     monitor = pointer->monitorScroll([](const ScrollEvent&) {});

@@ -36,6 +36,22 @@ void XClient::sync(xcb_void_cookie_t) const {
     while (const Reply<void> event{xcb_poll_for_event(raw())}) continue;
 }
 
+void XClient::listenForPresses(xcb_window_t window) {
+    constexpr std::uint32_t kPresses = XCB_EVENT_MASK_BUTTON_PRESS;
+    sync(xcb_change_window_attributes(raw(), window, XCB_CW_EVENT_MASK, &kPresses));
+}
+
+std::vector<int> XClient::pressed() {
+    using x11::Reply;
+    // A reply comes after the events before it.
+    const Reply<void> answer(xcb_get_input_focus_reply(raw(), xcb_get_input_focus(raw()), nullptr));
+    std::vector<int> buttons;
+    while (const Reply<xcb_generic_event_t> event{xcb_poll_for_event(raw())})
+        if ((event->response_type & 0x7f) == XCB_BUTTON_PRESS)
+            buttons.push_back(reinterpret_cast<const xcb_button_press_event_t*>(event.get())->detail);
+    return buttons;
+}
+
 xcb_window_t XClient::makeWindow(const PixelRect& boundsPx, WindowKind kind, std::uint32_t color) {
     const auto window = xcb_generate_id(raw());
     const auto& screen = connection_.screen();

@@ -41,6 +41,8 @@ public:
     void fill(xcb_window_t window, const PixelRect& rect, std::uint32_t color);
     void shape(xcb_window_t window, const std::vector<PixelRect>& rects);
     void movePointer(int x, int y);
+    void listenForPresses(xcb_window_t window);
+    std::vector<int> pressed();  // the buttons, since it was last in step with the server
     void setRootColor(std::uint32_t color);
 
     // What the server shows, read over the core protocol.
