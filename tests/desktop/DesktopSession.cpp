@@ -28,12 +28,8 @@ DesktopSession::DesktopSession() : desktop_(popen(desktopCommand(home()).c_str()
 
 ChildProcess DesktopSession::start(const std::vector<std::string>& command,
                                    const std::vector<std::string>& changes) const {
-    auto environment = environment_;
-    for (const auto& change : changes) {
-        const auto name = change.substr(0, change.find('=') + 1);
-        std::erase_if(environment, [&](const auto& variable) { return variable.starts_with(name); });
-        environment.push_back(change);
-    }
+    auto environment = changes;
+    environment.insert(environment.end(), environment_.begin(), environment_.end());
     return ChildProcess(command, environment);
 }
 

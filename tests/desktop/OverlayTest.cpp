@@ -1,7 +1,7 @@
 // The live overlay over a private desktop: seen on the screen, never in the movie, never in the way.
 
 #include "base/Geometry.h"
-#include "desktop/ColourChart.h"
+#include "demo/ColourChart.h"
 #include "desktop/DesktopSession.h"
 #include "support/MovieProbe.h"
 #include "support/WaitUntil.h"
@@ -15,6 +15,8 @@
 
 namespace kasto::test {
 namespace {
+
+namespace chart = demo::chart;
 
 using Picture = std::vector<std::uint8_t>;  // red, green, blue
 

@@ -1,6 +1,6 @@
 // Whole takes on a private desktop, and the movies they leave.
 
-#include "desktop/ColourChart.h"
+#include "demo/ColourChart.h"
 #include "desktop/DesktopSession.h"
 #include "support/MovieProbe.h"
 #include "support/WaitUntil.h"
@@ -15,6 +15,8 @@
 
 namespace kasto::test {
 namespace {
+
+namespace chart = demo::chart;
 
 void letItRecordFor(double seconds) { std::this_thread::sleep_for(std::chrono::duration<double>(seconds)); }
 
@@ -42,7 +44,8 @@ protected:
 };
 
 // How far the pixel of a picture is from a colour.
-int errorAt(const std::vector<std::uint8_t>& picture, std::size_t x, std::size_t y, const Colour& wanted) {
+int errorAt(const std::vector<std::uint8_t>& picture, std::size_t x, std::size_t y,
+            const demo::Colour& wanted) {
     const auto* shown = &picture.at(3 * (y * chart::kScreenWidth + x));
     return std::max({std::abs(shown[0] - wanted.red), std::abs(shown[1] - wanted.green),
                      std::abs(shown[2] - wanted.blue)});

@@ -8,12 +8,15 @@
 #include <unistd.h>
 #include <xcb/xcb.h>
 
+#include <algorithm>
 #include <array>
 #include <csignal>
 #include <cstdlib>
-#include <cstring>
 #include <functional>
+#include <iterator>
+#include <map>
 #include <memory>
+#include <ranges>
 #include <stdexcept>
 #include <utility>
 
@@ -70,13 +73,14 @@ ChildProcess startServer(std::vector<std::string> command, std::string& display)
 ChildProcess::ChildProcess(const std::vector<std::string>& command,
                            const std::vector<std::string>& environment) {
     auto arguments = command;
-    auto variables = environment;
-    for (char** variable = environ; *variable; ++variable) {
-        const std::string name(*variable, std::strcspn(*variable, "=") + 1);
-        bool replaced = false;
-        for (const auto& given : environment) replaced |= given.starts_with(name);
-        if (!replaced) variables.emplace_back(*variable);
-    }
+    std::map<std::string, std::string> values;
+    const auto take = [&](const std::string& variable) {
+        values.emplace(variable.substr(0, variable.find('=')), variable);
+    };
+    std::ranges::for_each(environment, take);
+    for (char** variable = environ; *variable; ++variable) take(*variable);
+    std::vector<std::string> variables;
+    std::ranges::copy(std::views::values(values), std::back_inserter(variables));
     posix_spawn_file_actions_t actions;
     posix_spawn_file_actions_init(&actions);
     posix_spawn_file_actions_addopen(&actions, STDOUT_FILENO, "/dev/null", O_WRONLY, 0);
@@ -95,10 +99,6 @@ ChildProcess& ChildProcess::operator=(ChildProcess&& other) noexcept {
 }
 
 ChildProcess::~ChildProcess() { end(); }
-
-void ChildProcess::end() { endWith(SIGTERM); }
-
-void ChildProcess::kill() { endWith(SIGKILL); }
 
 void ChildProcess::endWith(int signal) {
     if (pid_ <= 0) return;

@@ -2,6 +2,7 @@
 
 #include <sys/types.h>
 
+#include <csignal>
 #include <string>
 #include <vector>
 
@@ -10,15 +11,16 @@ namespace kasto::test {
 // A program started for a test, ended by its process id. Throws where it cannot be started.
 class ChildProcess {
 public:
+    // Of two values for a variable the first one counts, and any before the test program's own.
     explicit ChildProcess(const std::vector<std::string>& command,
                           const std::vector<std::string>& environment = {});
     ChildProcess(ChildProcess&& other) noexcept;
     ChildProcess& operator=(ChildProcess&& other) noexcept;
     ~ChildProcess();
 
-    void end();   // asks it to end and waits for it
-    void kill();  // ends it at once and waits for it
-    int wait();   // the status it ended with, as a shell tells it
+    void end() { endWith(SIGTERM); }   // asks it to end and waits for it
+    void kill() { endWith(SIGKILL); }  // ends it at once and waits for it
+    int wait();                        // the status it ended with, as a shell tells it
     pid_t pid() const { return pid_; }
 
 private:

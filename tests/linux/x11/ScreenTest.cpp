@@ -1,4 +1,4 @@
-#include "StreamReceiver.h"
+#include "ScreenTest.h"
 
 #include "support/WaitUntil.h"
 
