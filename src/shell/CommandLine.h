@@ -28,8 +28,6 @@ struct CommandLine {
     Task task = Task::run;
     std::vector<std::string> urls;
     std::vector<std::string> actions;  // identifiers, as given
-
-    bool operator==(const CommandLine&) const = default;
 };
 
 // Reads the arguments, without the program's name. Fails on anything but an option or a kasto URL, and on an
