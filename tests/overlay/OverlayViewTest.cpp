@@ -84,6 +84,11 @@ TEST_P(OverlayViewTest, paintsItsPartsAndNothingElse) {
     show();
     paint();
     EXPECT_EQ(at(203, 103).alpha(), 0);
+
+    snapshot.camRect.reset();
+    snapshot.ripples = {};
+    show();
+    paint();
     expectNothingOutside(view.paintedPx());
 }
 
