@@ -68,6 +68,7 @@ TEST_F(PreferenceStoreTest, ValuesHoldWhileTheyCannotBeSaved) {
     EXPECT_EQ(log.all().size(), 1u) << "one line per cause";
     fs::remove(file.parent_path());
     store.set("fps", 30);  // unchanged, yet not saved before
+    EXPECT_TRUE(fs::exists(file));
     store.set("outputDir", "/home/\xff");
     EXPECT_EQ(store.string("outputDir"), "/home/\xff");
     EXPECT_EQ(readFile(file), "{\n    \"fps\": 30\n}\n") << "what JSON cannot hold does not harm the rest";
