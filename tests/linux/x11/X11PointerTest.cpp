@@ -97,28 +97,15 @@ TEST_F(X11PointerTest, ScrollingIsSeenAndStillReachesTheProgramUnderThePointer) 
     server.kill();  // which the monitor survives
 }
 
-// By reports of the server, or where it gives none, by asking.
-class PointerFollowerTest : public testing::TestWithParam<bool> {
-protected:
-    // True when the follower comes to know it.
-    bool knows(const PointerState& expected) {
+TEST_F(X11PointerTest, AFollowerKnowsEveryChangeWhoeverGrabs) {
+    const auto follower = pointer->follow();
+    const auto knows = [&](const PointerState& expected) {
         return waitUntil([&] { return follower->state() == expected; });
-    }
-    void run(const std::vector<std::string>& xdotool) {
-        auto command = xdotool;
+    };
+    const auto xdotool = [&](std::vector<std::string> command) {
         command.insert(command.begin(), "xdotool");
-        ASSERT_EQ(server.run(command), 0);
-    }
-
-    PrivateXServer server{
-        1280, 720,
-        GetParam() ? std::vector<std::string>{} : std::vector<std::string>{"-extension", "RECORD"}};
-    std::unique_ptr<X11Displays> displays = *X11Displays::open(server.display());
-    std::unique_ptr<X11Pointer> pointer = *X11Pointer::open(server.display(), *displays);
-    std::unique_ptr<PointerFollower> follower = pointer->follow();
-};
-
-TEST_P(PointerFollowerTest, KnowsEveryChangeWhoeverGrabs) {
+        EXPECT_EQ(server.run(command), 0);
+    };
     XClient program(server.display());
     for (const bool isGrabbed : {false, true}) {
         SCOPED_TRACE(isGrabbed ? "grabbed" : "free");
@@ -131,23 +118,31 @@ TEST_P(PointerFollowerTest, KnowsEveryChangeWhoeverGrabs) {
         }
         program.movePointer(300, 200);
         EXPECT_TRUE(knows({.globalPts = {300, 200}}));
-        run({"mousemove", "310", "220"});
+        xdotool({"mousemove", "310", "220"});
         EXPECT_TRUE(knows({.globalPts = {310, 220}}));
-        run({"mousemove_relative", "5", "6", "mousedown", "1"});
+        xdotool({"mousemove_relative", "5", "6", "mousedown", "1"});
         EXPECT_TRUE(knows({.globalPts = {315, 226}, .left = true}));
-        run({"mousemove_relative", "5", "6", "keydown", "Super_L", "mousedown", "3"});
+        xdotool({"mousemove_relative", "5", "6", "keydown", "Super_L", "mousedown", "3"});
         EXPECT_TRUE(knows({.globalPts = {320, 232}, .left = true, .right = true, .command = true}));
-        run({"mouseup", "1", "mouseup", "3", "keyup", "Super_L", "keydown", "Control_L"});
+        xdotool({"mouseup", "1", "mouseup", "3", "keyup", "Super_L", "keydown", "Control_L"});
         EXPECT_TRUE(knows({.globalPts = {320, 232}, .control = true}));
-        run({"keyup", "Control_L"});
+        xdotool({"keyup", "Control_L"});
         EXPECT_TRUE(knows({.globalPts = {320, 232}}));
     }
     server.kill();
     EXPECT_TRUE(waitUntil([&] { return !follower->state(); }));
 }
 
-INSTANTIATE_TEST_SUITE_P(Servers, PointerFollowerTest, testing::Bool(),
-                         [](const auto& test) { return test.param ? "Reporting" : "Silent"; });
+TEST_F(X11PointerTest, AFollowerAsksAServerThatReportsNothing) {
+    // Without RECORD; XTEST goes with it.
+    const PrivateXServer silent(640, 480, {"-extension", "RECORD"});
+    const auto asked = X11Pointer::open(silent.display(), *displays).value();
+    const auto follower = asked->follow();
+    for (const int x : {100, 200, 300}) {
+        XClient(silent.display()).movePointer(x, 50);
+        EXPECT_TRUE(follower->state() == (PointerState{.globalPts = {static_cast<double>(x), 50}}));
+    }
+}
 
 TEST_F(X11PointerTest, AFollowerAsksNothingWhileNothingHappens) {
     const auto follower = pointer->follow();
