@@ -6,30 +6,25 @@
 
 #include <gtest/gtest.h>
 
-#include <functional>
-#include <thread>
-
 namespace kasto::test {
 namespace {
 
 class TriggersTest : public testing::Test {
 protected:
-    int callSearch(const std::string& path, const std::vector<std::string>& call) const {
-        std::vector<std::string> command{"dbus-send", "--session", "--print-reply",
-                                         "--dest=app.tolvane.kasto.search", path};
+    using Command = std::vector<std::string>;
+
+    static Command searchCall(const std::string& path, const Command& call) {
+        Command command{"dbus-send", "--session", "--print-reply", "--dest=app.tolvane.kasto.search", path};
         command.insert(command.end(), call.begin(), call.end());
-        return desktop.run(command);
+        return command;
     }
-    int runnerRuns(const std::string& action) const {
-        return callSearch("/runner", {"org.kde.krunner1.Run", "string:" + action, "string:"});
+    static Command runnerRuns(const std::string& action) {
+        return searchCall("/runner", {"org.kde.krunner1.Run", "string:" + action, "string:"});
     }
-    int shellActivates(const std::string& action) const {
-        return callSearch("/search", {"org.gnome.Shell.SearchProvider2.ActivateResult", "string:" + action,
+    static Command shellActivates(const std::string& action) {
+        return searchCall("/search", {"org.gnome.Shell.SearchProvider2.ActivateResult", "string:" + action,
                                       "array:string:start", "uint32:0"});
     }
-    int action(const std::string& id) const { return desktop.run({KASTO, "--action", id}); }
-    int url(const std::string& word) const { return desktop.run({KASTO, "kasto://" + word}); }
-    int hotKey() const { return desktop.xdotool({"key", "ctrl+alt+super+r"}); }
 
     DesktopSession desktop;
 };
@@ -38,17 +33,18 @@ TEST_F(TriggersTest, eachStartsOrStopsATakeAndTheLogTellsIt) {
     const auto scene = desktop.showScene();
     auto kasto = desktop.startKasto();
 
-    const std::vector<std::pair<std::function<int()>, std::function<int()>>> takes{
-        {[&] { return hotKey(); }, [&] { return url("toggle"); }},
-        {[&] { return url("START"); }, [&] { return runnerRuns("stop-recording"); }},
-        {[&] { return runnerRuns("start-recording"); }, [&] { return action("stop-recording"); }},
-        {[&] { return action("toggle-recording"); }, [&] { return shellActivates("stop-recording"); }},
-        {[&] { return shellActivates("start-recording"); }, [&] { return hotKey(); }},
+    const Command hotKey{"xdotool", "key", "ctrl+alt+super+r"};
+    const std::pair<Command, Command> takes[] = {
+        {hotKey, {KASTO, "kasto://toggle"}},
+        {{KASTO, "kasto://START"}, runnerRuns("stop-recording")},
+        {runnerRuns("start-recording"), {KASTO, "--action", "stop-recording"}},
+        {{KASTO, "--action", "toggle-recording"}, shellActivates("stop-recording")},
+        {shellActivates("start-recording"), hotKey},
     };
     std::size_t count = 0;
     for (const auto& [start, stop] : takes) {
-        EXPECT_EQ(action("stop-recording"), 0);  // nothing to stop yet
-        ASSERT_EQ(start(), 0) << count;
+        EXPECT_EQ(desktop.run({KASTO, "--action", "stop-recording"}), 0);  // nothing to stop yet
+        ASSERT_EQ(desktop.run(start), 0) << count;
         ++count;
         ASSERT_TRUE(desktop.waitForLog(" recording ", count)) << count;
         // A press, a zoom and a pan, as somebody who shows something does.
@@ -57,7 +53,7 @@ TEST_F(TriggersTest, eachStartsOrStopsATakeAndTheLogTellsIt) {
                                    "4",         "keyup", "ctrl",  "sleep", "0.3",   "click",   "5",
                                    "keyup",     "alt",   "sleep", "0.4"}),
                   0);
-        ASSERT_EQ(stop(), 0) << count;
+        ASSERT_EQ(desktop.run(stop), 0) << count;
         ASSERT_TRUE(desktop.waitForLog(" stopped → kasto-", count)) << count;
     }
     for (const auto* line : {" audio(sys) flowing", " ctrl-opt scroll zoom applied",

@@ -6,8 +6,6 @@
 #include "support/FakeDesktop.h"
 #include "support/OffscreenQt.h"
 
-#include <gtest/gtest.h>
-
 #include <QScreen>
 #include <algorithm>
 

@@ -3,8 +3,6 @@
 #include "overlay/OverlayView.h"
 #include "support/OffscreenQt.h"
 
-#include <gtest/gtest.h>
-
 #include <QImage>
 
 namespace kasto::test {

@@ -8,8 +8,6 @@
 #include "support/QtInput.h"
 #include "ui/Brand.h"
 
-#include <gtest/gtest.h>
-
 #include <QFontInfo>
 #include <QImage>
 #include <QPointingDevice>

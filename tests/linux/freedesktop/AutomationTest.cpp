@@ -4,8 +4,6 @@
 #include "linux/freedesktop/SearchAdaptors.h"
 #include "linux/freedesktop/ShortcutSearch.h"
 
-#include <gtest/gtest.h>
-
 namespace kasto::test {
 namespace {
 

@@ -2,8 +2,6 @@
 #include "linux/freedesktop/DesktopWorkspace.h"
 #include "support/TestFolder.h"
 
-#include <gtest/gtest.h>
-
 #include <QDesktopServices>
 #include <QDialogButtonBox>
 #include <QFileDialog>

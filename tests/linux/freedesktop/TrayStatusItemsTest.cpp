@@ -3,8 +3,6 @@
 #include "linux/freedesktop/StatusNotifier.h"
 #include "linux/freedesktop/TrayStatusItems.h"
 
-#include <gtest/gtest.h>
-
 #include <QDBusConnectionInterface>
 
 namespace kasto::test {

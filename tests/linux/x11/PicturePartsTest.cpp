@@ -31,31 +31,23 @@ TEST(ReadPlanTest, ReadsAllThatIsNeededAndLittleElse) {
         EXPECT_EQ(planReads(Region(needed), area), planned) << name;
 }
 
-class SharedMemoryTest : public testing::TestWithParam<SharingWay> {};
-
-TEST_P(SharedMemoryTest, TheServerWritesAndTheMemoryOutlivesIt) {
-    test::PrivateXServer server(64, 64);
-    test::XClient client(server.display());
-    client.setRootColor(0x123456);
-    std::optional<SharedMemory> memory;
-    {
-        const auto connection = Connection::open(server.display());
+TEST(SharedMemoryTest, TheServerWritesAndTheMemoryOutlivesIt) {
+    for (const auto way : {SharingWay::descriptor, SharingWay::systemV}) {
+        test::PrivateXServer server(64, 64);
+        test::XClient client(server.display());
+        client.setRootColor(0x123456);
+        auto connection = Connection::open(server.display());
         ASSERT_TRUE(connection.has_value());
-        auto* c = connection->raw();
-        memory.emplace(SharedMemory::make(*connection, 64 * 64 * 4, GetParam()).value());
-        const Reply<void> reply(
-            xcb_shm_get_image_reply(c,
-                                    xcb_shm_get_image(c, connection->root(), 0, 0, 64, 64, ~0u,
-                                                      XCB_IMAGE_FORMAT_Z_PIXMAP, memory->segment(), 0),
-                                    nullptr));
-        ASSERT_TRUE(reply);
+        const auto memory = SharedMemory::make(*connection, 64 * 64 * 4, way);
+        ASSERT_TRUE(memory.has_value()) << memory.error().description;
+        const auto asked = xcb_shm_get_image(connection->raw(), connection->root(), 0, 0, 64, 64, ~0u,
+                                             XCB_IMAGE_FORMAT_Z_PIXMAP, memory->segment(), 0);
+        ASSERT_TRUE(Reply<void>(xcb_shm_get_image_reply(connection->raw(), asked, nullptr)));
+        connection = failure("closed");
+        server.kill();
+        for (const auto rgb : test::Pixels(64, 64, memory->data(), 64 * 4).rgb) ASSERT_EQ(rgb, 0x123456u);
     }
-    server.kill();
-    for (const auto rgb : test::Pixels(64, 64, memory->data(), 64 * 4).rgb) ASSERT_EQ(rgb, 0x123456u);
 }
-
-INSTANTIATE_TEST_SUITE_P(Ways, SharedMemoryTest,
-                         testing::Values(SharingWay::descriptor, SharingWay::systemV));
 
 }  // namespace
 }  // namespace kasto::x11
