@@ -112,7 +112,9 @@ std::optional<PointerState> X11PointerFollower::state() {
     if (waits[1].revents != 0) isStale_ |= query_.takeEvents() || query_.connection().isLost();
     // While the pointer moves fast, a report that is a moment old will do; its last one will not.
     const auto lagMs = static_cast<std::int32_t>(movedMs_ - reportedMs_);
-    isStale_ |= lagMs > (hasNews ? kMostLagMs : 0);
+    isStale_ |= lagMs > (hasNews ? kMostLagMs : 0) || !isTold_;
+    // Window managers freeze clicks while they think about the focus, and reports with them.
+    isStale_ |= known_ && (known_->left || known_->right);
     if (isStale_ || mediaClockNow() - askedS_ >= kAsksAgainS) ask();
     return known_;
 }
@@ -132,12 +134,14 @@ void X11PointerFollower::takeReports() {
         const Reply<xcb_generic_error_t> refused(error);
         const Reply<xcb_record_enable_context_reply_t> report(
             static_cast<xcb_record_enable_context_reply_t*>(reply));
-        if (!report) break;
+        if (!report) {
+            isTold_ = false;
+            break;
+        }
         takeReport(*report);
         reply = error = nullptr;
     }
-    // Without reports each answer is asked for.
-    if (reports_.isLost()) isStale_ = true;
+    isTold_ &= !reports_.isLost();
 }
 
 void X11PointerFollower::takeEvents() {
@@ -159,12 +163,14 @@ void X11PointerFollower::takeReport(const xcb_record_enable_context_reply_t& rep
         xcb_motion_notify_event_t event;
         std::memcpy(&event, bytes + at, sizeof event);
         // Other events carry the buttons as they were before.
-        if ((event.response_type & 0x7f) != XCB_MOTION_NOTIFY || event.root != query_.connection().root()) {
-            isStale_ = true;
-        } else if (!isStale_) {
-            known_ = query_.stateOf(event.root_x, event.root_y, event.state);
-            reportedMs_ = event.time;
-        }
+        isStale_ |= (event.response_type & 0x7f) != XCB_MOTION_NOTIFY ||
+                    event.root != query_.connection().root() || !known_;
+        if (isStale_) continue;
+        const auto told = query_.stateOf(event.root_x, event.root_y, event.state);
+        known_->globalPts = told.globalPts;
+        reportedMs_ = event.time;
+        // Motion that was held back tells of buttons and modifiers of another time.
+        isStale_ = told != *known_;
     }
 }
 

@@ -40,6 +40,7 @@ private:
     x11::ServerObject<xcb_record_free_context> context_;
     unsigned reportsSequence_ = 0;
     std::optional<PointerState> known_;
+    bool isTold_ = true;  // without reports each answer is asked for
     bool isStale_ = true;
     xcb_timestamp_t movedMs_ = 0;     // by a device, at last
     xcb_timestamp_t reportedMs_ = 0;  // as is known

@@ -133,6 +133,26 @@ TEST_F(X11PointerTest, AFollowerKnowsEveryChangeWhoeverGrabs) {
     EXPECT_TRUE(waitUntil([&] { return !follower->state(); }));
 }
 
+// A window manager that decides at each click who gets the focus holds back what follows meanwhile.
+TEST_F(X11PointerTest, AFollowerKnowsAButtonThatIsHeldBack) {
+    const auto follower = pointer->follow();
+    const auto isDown = [&] { return follower->state().value_or(PointerState{}).left; };
+    XClient manager(server.display());
+    xcb_grab_button(manager.raw(), 1, manager.root(), XCB_EVENT_MASK_BUTTON_PRESS, XCB_GRAB_MODE_SYNC,
+                    XCB_GRAB_MODE_ASYNC, XCB_NONE, XCB_NONE, XCB_BUTTON_INDEX_1, XCB_MOD_MASK_ANY);
+    manager.sync();
+    ASSERT_EQ(server.run({"xdotool", "mousemove", "100", "100", "mousedown", "1"}), 0);
+    EXPECT_TRUE(waitUntil(isDown));
+    ASSERT_EQ(server.run({"xdotool", "mousemove_relative", "10", "0", "mousemove_relative", "10", "0"}), 0);
+    for (int i = 0; i < 50; ++i) EXPECT_TRUE(isDown());
+    xcb_allow_events(manager.raw(), XCB_ALLOW_REPLAY_POINTER, XCB_CURRENT_TIME);
+    manager.sync();
+    for (int i = 0; i < 50; ++i) EXPECT_TRUE(isDown());
+    ASSERT_EQ(server.run({"xdotool", "mouseup", "1"}), 0);
+    EXPECT_TRUE(waitUntil([&] { return !isDown(); }));
+    EXPECT_EQ(follower->state()->globalPts, (Point{120, 100}));
+}
+
 TEST_F(X11PointerTest, AFollowerAsksAServerThatReportsNothing) {
     // Without RECORD; XTEST goes with it.
     const PrivateXServer silent(640, 480, {"-extension", "RECORD"});
