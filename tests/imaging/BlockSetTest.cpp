@@ -2,59 +2,52 @@
 
 #include <gtest/gtest.h>
 
-#include <utility>
+#include <algorithm>
+#include <random>
 #include <vector>
 
 namespace kasto {
 namespace {
 
-using Runs = std::vector<std::pair<int, int>>;
-
-Runs runsOf(const BlockSet& blocks, int row) {
-    Runs runs;
-    blocks.forEachRun(row, [&](int begin, int end) { runs.emplace_back(begin, end); });
-    return runs;
-}
-
 // 130 blocks across, the last of them 8 pixels wide: more than two words.
 constexpr int kWidth = 129 * 16 + 8;
 constexpr int kHeight = 40;
 
-TEST(BlockSetTest, HoldsTheBlocksARectangleTouches) {
-    struct Row {
-        PixelRect added;
-        Runs runs;  // of the blocks' second row
-    };
-    for (const auto& [added, runs] : {Row{{0, 16, 1, 1}, {{0, 1}}},
-                                      {{15, 0, 2, 17}, {{0, 2}}},
-                                      {{63 * 16, 31, 32, 9}, {{63, 65}}},
-                                      {{-50, -50, 9999, 9999}, {{0, 130}}},
-                                      {{kWidth - 1, 20, 50, 1}, {{129, 130}}},
-                                      {{0, 32, kWidth, 8}, {}},
-                                      {{40, 20, 0, 5}, {}},
-                                      {{-9, 20, 9, 5}, {}}}) {
-        BlockSet blocks(kWidth, kHeight);
-        blocks.add(added);
-        EXPECT_EQ(runsOf(blocks, 1), runs) << added.x << ", " << added.y;
+TEST(BlockSetTest, HoldsTheBlocksThatRectanglesTouch) {
+    std::minstd_rand random(5);
+    const auto upTo = [&](int limit) { return static_cast<int>(random() % static_cast<unsigned>(limit)); };
+    for (int round = 0; round < 500; ++round) {
+        BlockSet blocks(kWidth, kHeight), more = blocks;
+        std::vector<PixelRect> rects;
+        for (int i = upTo(6); i >= 0; --i) {
+            rects.push_back(
+                {upTo(2200) - 60, upTo(70) - 15, upTo(upTo(2) ? 40 : 2000), upTo(upTo(2) ? 3 : 20)});
+            (upTo(2) ? blocks : more).add(rects.back());
+        }
+        blocks.add(more);
+        int count = 0;
+        for (int row = 0; row < 3; ++row) {
+            std::vector<bool> expected, told(130);
+            for (int column = 0; column < 130; ++column) {
+                expected.push_back(std::ranges::any_of(rects, [&](const PixelRect& rect) {
+                    return !rect.intersection({column * 16, row * 16, 16, 16}).isEmpty();
+                }));
+                count += expected.back() ? 1 : 0;
+                EXPECT_EQ(blocks.contains(column, row), expected.back());
+            }
+            blocks.forEachRun(row, [&](int begin, int end) {
+                EXPECT_FALSE(begin > 0 && told.at(static_cast<std::size_t>(begin) - 1)) << "one run";
+                std::fill(told.begin() + begin, told.begin() + end, true);
+            });
+            EXPECT_EQ(told, expected);
+        }
+        EXPECT_EQ(blocks.count(), count);
+        EXPECT_EQ(blocks.isEmpty(), count == 0);
+        blocks.fill();
+        EXPECT_EQ(blocks.count(), 130 * 3);
+        blocks.clear();
+        EXPECT_EQ(blocks, BlockSet(kWidth, kHeight));
     }
-}
-
-TEST(BlockSetTest, RunsAreCountedAndJoined) {
-    BlockSet blocks(kWidth, kHeight);
-    EXPECT_TRUE(blocks.isEmpty());
-    BlockSet more = blocks;
-    for (const int column : {0, 2, 62, 63, 127, 129}) more.add({column * 16 + 3, 33, 1, 1});
-    blocks.add({16, 32, 1, 1});
-    blocks.add(more);
-    EXPECT_EQ(runsOf(blocks, 2), (Runs{{0, 3}, {62, 64}, {127, 128}, {129, 130}}));
-    EXPECT_EQ(runsOf(blocks, 0), Runs{});
-    EXPECT_EQ(blocks.count(), 7);
-    EXPECT_TRUE(blocks.contains(63, 2) && !blocks.contains(64, 2) && !blocks.contains(63, 1));
-    blocks.fill();
-    EXPECT_EQ(blocks, BlockSet::all(kWidth, kHeight));
-    EXPECT_EQ(blocks.count(), 130 * 3);
-    blocks.clear();
-    EXPECT_EQ(blocks, BlockSet(kWidth, kHeight));
 }
 
 }  // namespace

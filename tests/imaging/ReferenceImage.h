@@ -1,5 +1,6 @@
 #pragma once
 
+#include "imaging/BlockSet.h"
 #include "imaging/Image.h"
 
 #include <array>
@@ -41,11 +42,10 @@ PixelBufferRef noise(PixelFormat format, int width, int height, unsigned seed);
 PixelBufferRef drawn(PixelFormat format, int width, int height,
                      const std::function<std::uint32_t(int column, int row)>& pixel);
 
-std::uint32_t pixelAt(const PixelBuffer& buffer, int column, int row);
-
-// Renders and compares every sample of the target, whose size `bounds` gives. No more than `tolerance` levels
-// may be between them; by default, what the image's operations may lose by rounding.
+// Renders with several threads and compares every sample of the target, whose size `bounds` gives. No more
+// than `tolerance` levels may be between them; by default, what the image's operations may lose by rounding.
+// Where `only` some blocks are drawn, the others must stay as they were.
 void expectLooksAs(const ReferenceImage& expected, PixelFormat format, const Rect& bounds,
-                   std::optional<double> tolerance = {});
+                   std::optional<double> tolerance = {}, const BlockSet* only = nullptr);
 
 }  // namespace kasto::test
