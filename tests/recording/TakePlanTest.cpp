@@ -1,8 +1,7 @@
-#include "base/PreferenceStore.h"
-#include "base/Prefs.h"
 #include "recording/KastoError.h"
 #include "recording/TakePlan.h"
 #include "support/FakeDesktop.h"
+#include "support/ForgetOptions.h"
 #include "support/LogLines.h"
 
 #include <gtest/gtest.h>
@@ -12,11 +11,7 @@ namespace {
 
 class TakePlanTest : public testing::Test {
 protected:
-    ~TakePlanTest() override {
-        for (const auto* key : {"fps", "captureSystemSound", "captureMic", "regionDisplayID"})
-            store.remove(key);
-        Prefs::setRegionRect({});
-    }
+    ~TakePlanTest() override { test::forgetOptions(); }
     void setRegion(DisplayId display, Rect rect) {
         store.remove("regionDisplayID");
         if (display != 0) store.set("regionDisplayID", std::int64_t{display});
