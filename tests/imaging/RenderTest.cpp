@@ -180,9 +180,9 @@ TEST(RenderTest, oddSizesTouchNothingElse) {
             std::vector<std::uint32_t> memory(static_cast<std::size_t>(width) * 3, 0x80402010);
             std::vector<std::uint32_t> drawnTo(memory.size() + 1, 7);
             const Image source = Image::pixels(rows(PixelFormat::bgrx, memory));
-            for (const Image& image : {source, source.scaled(1.5, 1.5),
-                                       source.scaled(1.5, 1).translated(-0.5 * width, 0),
-                                       source.translated(-3, 0).scaled(0.5, 0.5).over(source)}) {
+            for (const Image& image :
+                 {source, source.scaled(1.5, 1.5), source.scaled(1.5, 1).translated(-0.5 * width, 0),
+                  source.translated(-3, 0).scaled(0.5, 0.5).over(source)}) {
                 ImageContext(1).render(image, *rows(PixelFormat::bgra, drawnTo),
                                        {0, 0, static_cast<double>(width), 3});
                 EXPECT_EQ(drawnTo[0], 0xFF402010) << width;

@@ -15,7 +15,6 @@ namespace {
 class InputPollerTest : public testing::Test {
 protected:
     InputPollerTest() {
-        model.configure({0, 0, 100, 100}, 100, 100);
         pointer.at = Point{40, 30};
         poller.onQuickMenu = [this] { ++menus; };
     }
@@ -29,7 +28,6 @@ protected:
         const int seen = pointer.asked;
         ASSERT_TRUE(waitUntil([&] { return pointer.asked >= seen + 3; }));
     }
-    RenderSnapshot shown() { return model.step(mediaClockNow()); }
 
     CaptureModel model;
     FakePointer pointer;
@@ -37,52 +35,39 @@ protected:
     InputPoller poller{model, pointer};
 };
 
-TEST_F(InputPollerTest, PressesBecomePulsesAndHeldButtonsADisc) {
-    pointer.held.set({.left = true});
-    poller.start();
-    hold({.left = true});
-    EXPECT_EQ(shown().ripples.size(), 0u) << "held since before the start";
-    ASSERT_TRUE(shown().heldDisc);
-    EXPECT_EQ(shown().heldDisc->center, (Point{40, 30}));
-    hold({});
-    EXPECT_FALSE(shown().heldDisc);
-    hold({.left = true, .right = true});
-    EXPECT_EQ(shown().ripples.size(), 2u);
-}
-
-TEST_F(InputPollerTest, OnlyFnWithARightPressAsksForTheMenu) {
+TEST_F(InputPollerTest, PressesBecomePulsesADiscOrTheMenu) {
     struct Row {
-        PointerState state;
+        PointerState pressed;
         int menus;
         std::size_t pulses;
+        bool disc = true, showsClicks = true;
     };
-    const Row rows[] = {{{.right = true, .fn = true}, 1, 0},
+    const Row rows[] = {{{.left = true}, 0, 1},
+                        {{.left = true, .right = true}, 0, 2},
+                        {{.right = true, .fn = true}, 1, 0},
                         {{.right = true, .command = true, .fn = true}, 1, 0},
                         {{.right = true, .option = true, .fn = true}, 0, 1},
                         {{.right = true, .control = true, .fn = true}, 0, 1},
                         {{.left = true, .fn = true}, 0, 1},
-                        {{.right = true}, 0, 1}};
+                        {{.left = true}, 0, 0, false, false},
+                        {{.right = true, .fn = true}, 1, 0, false, false}};
     for (const auto& row : rows) {
-        model.configure({0, 0, 100, 100}, 100, 100);
-        menus = 0;
-        pointer.held.set({});
-        poller.start();
-        hold(row.state);
-        poller.stop();
-        EXPECT_EQ(menus, row.menus);
-        EXPECT_EQ(shown().ripples.size(), row.pulses);
+        SCOPED_TRACE(&row - rows);
+        Prefs::store().set("showClicks", row.showsClicks);
+        for (const bool heldBefore : {true, false}) {
+            model.configure({0, 0, 100, 100}, 100, 100);
+            menus = 0;
+            pointer.held.set(heldBefore ? row.pressed : PointerState{});
+            poller.start();
+            hold(row.pressed);
+            poller.stop();
+            EXPECT_EQ(menus, heldBefore ? 0 : row.menus);
+            const auto shown = model.step(mediaClockNow());
+            EXPECT_EQ(shown.ripples.size(), heldBefore ? 0 : row.pulses);
+            const auto disc = shown.heldDisc.value_or(RippleDisc{});
+            EXPECT_EQ(disc.center, (row.disc ? Point{40, 30} : Point{}));
+        }
     }
-}
-
-TEST_F(InputPollerTest, WithoutClicksShownOnlyThePointerIsFollowed) {
-    Prefs::store().set("showClicks", false);
-    poller.start();
-    hold({.left = true});
-    EXPECT_EQ(shown().ripples.size(), 0u);
-    EXPECT_FALSE(shown().heldDisc);
-    hold({});
-    hold({.right = true, .fn = true});
-    EXPECT_EQ(menus, 1);
 }
 
 }  // namespace

@@ -134,34 +134,27 @@ TEST_F(TouchPadZoomPanTest, FingersZoomAndPanTheModel) {
     }
     Prefs::store().remove("invertPan");
 
-    const auto lines = log.all();
-    EXPECT_EQ(lines.at(0), "kasto: touchpad: devices=2 ax=false");
-    EXPECT_EQ(lines.at(1), "kasto: mt frame n=4 states=[4, 3, 4, 2]");
-    EXPECT_EQ(std::ranges::count_if(lines, [](auto& line) { return line.starts_with("kasto: mt frame"); }),
-              3);
-    for (const auto* line :
-         {"3-finger gesture engaged", "3f zoom flowing (d=0.179)", "3f pan flowing", "2f opt zoom flowing"})
-        EXPECT_EQ(log.count(std::string("kasto: ") + line), 1) << line;
+    const std::string frame = "kasto: mt frame n=4 states=[4, 3, 4, 2]";
+    EXPECT_EQ(log.all(),
+              (std::vector<std::string>{
+                  "kasto: touchpad: devices=2 ax=false", frame, frame, "kasto: 3-finger gesture engaged",
+                  frame, "kasto: 3f zoom flowing (d=0.179)", "kasto: model zoom visible (1.15x)",
+                  "kasto: 2f opt zoom flowing", "kasto: 3f pan flowing"}));
 }
 
 TEST_F(TouchPadZoomPanTest, DoesWithoutTouchpadsAndWithoutContacts) {
     desktop.multitouch.unavailable = true;
-    touchPad->start();
-    touchPad->start();
-    EXPECT_EQ(
-        log.all(),
-        (std::vector<std::string>{"kasto: MultitouchSupport unavailable — 3-finger zoom/pan disabled"}));
-    EXPECT_EQ(kastoMTCallback(nullptr, nullptr, 3, 0, 0), 0) << "nobody listens";
+    for (int start = 0; start < 2; ++start) touchPad->start();
+    EXPECT_EQ(log.all(),
+              std::vector<std::string>{"kasto: MultitouchSupport unavailable — 3-finger zoom/pan disabled"});
+    kastoMTCallback(nullptr, nullptr, 3, 0, 0);  // nobody listens
 
     desktop.multitouch.unavailable = false;
     touchPad->start();
     touch(3, 0.5, 0.5, 0.1);
     touch(3, 0.55, 0.5, 0.1);
-    const MTContact contact{};
-    for (const auto& [records, count] : {std::pair<const MTContact*, int>{nullptr, 3}, {&contact, -1}}) {
-        EXPECT_EQ(kastoMTCallback(nullptr, records, count, t += 0.2, 0), 0);
-        touch(3, 0.7, 0.5, 0.3);  // arms afresh
-    }
+    kastoMTCallback(nullptr, nullptr, 3, t += 0.2, 0);
+    touch(3, 0.7, 0.5, 0.3);  // arms afresh
     EXPECT_EQ(crop(), (Rect{0, 0, 1000, 500}));
 }
 
