@@ -189,8 +189,9 @@ void expectLooksAs(const ReferenceImage& expected, PixelFormat format, const Rec
         }
     }
     // Half a level for each rounding to bytes: two along the axes of a picture that is resampled, one for
-    // every mix; a little more for the weights. Conversion takes less than nine tenths of it and rounds once.
-    const double packed = 1.05 + 0.55 * expected.mixes;
+    // every mix, whose alpha was rounded too; a little more for the weights. Conversion takes less than nine
+    // tenths of it and rounds once.
+    const double packed = 1.05 + 0.9 * expected.mixes;
     EXPECT_LE(worst, tolerance.value_or(isPlanar ? 0.9 * packed + 0.55 : packed)) << where;
 }
 
