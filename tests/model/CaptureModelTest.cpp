@@ -3,10 +3,8 @@
 
 #include <gtest/gtest.h>
 
-#include <atomic>
 #include <cmath>
 #include <numbers>
-#include <thread>
 
 namespace kasto {
 namespace {
@@ -137,25 +135,6 @@ TEST_F(CaptureModelTest, ClicksInsideTheAreaGrowAndFade) {
     for (int i = 0; i < 30; ++i) model.spawnRipple({100.0 + i, 50}, now);
     EXPECT_EQ(model.step(now).ripples.size(), 24u);
     EXPECT_EQ(model.step(now).ripples[0].center.x, 2 * 6) << "the latest ones";
-}
-
-TEST_F(CaptureModelTest, AnotherThreadWritesWhileFramesAreMade) {
-    std::atomic<bool> running = true;
-    std::jthread writer([&] {
-        for (int i = 0; running; ++i) {
-            model.setMouse({100.0 + i % 1920, 60}, i % 2);
-            model.spawnRipple({100.0 + i % 1920, 60}, now + i * 0.001);
-            model.zoom(i % 3 ? 0.1 : -0.15);
-            model.pan({1.0 * (i % 100), -3});
-            model.setPip(i % 2, i % 3);
-            (void)model.snapshot();
-        }
-    });
-    for (int frame = 0; frame < 500; ++frame) {
-        const auto shown = model.step(now + frame / 60.0);
-        EXPECT_NEAR(shown.cropPx.width * shown.zoom, 3840, 1e-6);
-    }
-    running = false;
 }
 
 }  // namespace

@@ -204,6 +204,9 @@ TEST_F(RecorderTest, SurvivesEverythingAtOnce) {
             desktop.screenCapture.feed(test::sound(2, mediaClockNow()), StreamOutputType::audio);
             if (generation % 97 == 0) desktop.screenCapture.die({"gone"});
             model.zoom(0.01);
+            model.pan({1, -3});
+            model.setMouse({1, 1}, generation % 2 == 0);
+            model.spawnRipple({1, 1}, mediaClockNow());
             camera.captureOutput(picture(64, 36));
             std::this_thread::sleep_for(std::chrono::microseconds(500));
         }

@@ -94,15 +94,31 @@ TEST_F(FinishTakeTest, AMoveThatFailsKeepsTheTake) {
     EXPECT_TRUE(desktop.workspace.revealed.empty()) << "there is no take";
 }
 
-TEST_F(FinishTakeTest, Mp4IsMovedInPlaceOfTheMovie) {
+TEST_F(FinishTakeTest, OneFileIsLeftAndMovedWhateverTheConversionDoes) {
     Prefs::store().set("convertMP4", true);
     Prefs::setOutputDir(clips);
-    auto movie = takeAndStop();
-    expectAt(clips / movie.stem().concat(".mp4"), movie, "rewrapped");
-
-    desktop.movieExports.result = failure("no");
-    movie = takeAndStop();
-    expectAt(clips / movie.filename(), movie);
+    struct Row {
+        bool refused;
+        Result<void> result;
+        std::string log;
+    };
+    const Row rows[] = {{false, {}, "converted → "},
+                        {false, failure("disk is full"), "mp4 convert failed: disk is full — kept mov"},
+                        {false, failure(""), "mp4 convert failed: unknown — kept mov"},
+                        {true, {}, "mp4 convert: no export session — kept mov"}};
+    for (const Row& row : rows) {
+        fs::remove_all(clips);
+        desktop.movieExports.refused = row.refused;
+        desktop.movieExports.result = row.result;
+        const auto movie = recordPicture();
+        auto mp4 = fs::path(movie).replace_extension("mp4");
+        writeFile(mp4, "another take");
+        stop();
+        const bool isConverted = &row == rows;
+        expectAt(clips / (isConverted ? mp4 : movie).filename(), movie, isConverted ? "rewrapped" : "movie");
+        EXPECT_EQ(fs::exists(mp4), row.refused);
+        EXPECT_EQ(countOf("kasto: " + row.log), 1);
+    }
 }
 
 TEST_F(FinishTakeTest, TheOutputFolderIsChosenShownAndReset) {

@@ -29,10 +29,6 @@ QWidget* rowTitled(const QMenu& menu, const QString& title) {
 
 class StatusMenuTest : public ControllerTest {
 protected:
-    void click(bool isRight = false, bool isControlHeld = false) {
-        desktop.statusItems.shown.at("kasto").actions.onClick({isRight, isControlHeld});
-    }
-
     std::vector<std::string> lines() {
         std::vector<std::string> all;
         for (const auto& entry : desktop.statusItems.shown.at("kasto").actions.menu())
@@ -46,14 +42,12 @@ protected:
 TEST_F(StatusMenuTest, saysWhatTheProgramWouldDoNow) {
     auto before = lines();
     ASSERT_EQ(before.size(), 31U);
-    EXPECT_EQ(before[2], "start recording ^~@r");
     EXPECT_EQ(before[17], "camera > x system default");
     const auto newLines = [&] {
-        auto now = lines();
-        before.swap(now);
-        std::vector<std::string> added;
-        for (const auto& line : before)
-            if (std::ranges::count(now, line) == 0) added.push_back(line);
+        auto added = lines();
+        const auto now = added;
+        std::erase_if(added, [&](const auto& line) { return std::ranges::count(before, line) > 0; });
+        before = now;
         return added;
     };
     desktop.screenAccess.granted = false;
@@ -77,18 +71,14 @@ TEST_F(StatusMenuTest, saysWhatTheProgramWouldDoNow) {
     QTest::keyClick(openMenu(), Qt::Key_Return);
     EXPECT_FALSE(delegate->isRecording());
     EXPECT_FALSE(openMenu());
-    delegate->showQuickMenu();
-    EXPECT_FALSE(openMenu());
 }
 
 TEST_F(StatusMenuTest, checkRowsToggleInPlace) {
-    click();
+    desktop.statusItems.shown.at("kasto").actions.onClick({});
     auto* menu = openMenu();
     ASSERT_TRUE(menu);
     auto* row = rowTitled(*menu, "show clicks");
     ASSERT_TRUE(row);
-    EXPECT_EQ(row->internalWinId(), 0U);  // drawn in the menu's window
-    const auto on = row->grab().toImage();
     const auto isHighlighted = [&] {
         return row->grab().toImage().pixelColor(8, 13) == row->palette().color(QPalette::Highlight);
     };
@@ -104,7 +94,6 @@ TEST_F(StatusMenuTest, checkRowsToggleInPlace) {
     EXPECT_FALSE(Prefs::showClicks());
     menu->setActiveAction(menu->actions().front());
     EXPECT_FALSE(isHighlighted());
-    EXPECT_NE(row->grab().toImage(), on);
 
     QTest::keyClick(menu, Qt::Key_Down);  // "start recording"
     QTest::keyClick(menu, Qt::Key_Down);
