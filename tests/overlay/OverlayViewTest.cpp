@@ -122,7 +122,7 @@ TEST_P(OverlayViewTest, isCutOutWhereNothingIsBlended) {
     EXPECT_TRUE((view.linesAreaPx() & view.paintedPx()).isEmpty());
 }
 
-INSTANTIATE_TEST_SUITE_P(Scales, OverlayViewTest, testing::Values(1.0, 2.0));
+INSTANTIATE_TEST_SUITE_P(Scales, OverlayViewTest, testing::Values(1.0, 1.25, 2.0));
 
 }  // namespace
 }  // namespace kasto::test
