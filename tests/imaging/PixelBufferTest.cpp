@@ -8,21 +8,6 @@
 namespace kasto {
 namespace {
 
-TEST(PixelBufferPoolTest, handsOutItsLimitAndTakesBack) {
-    PixelBufferPool pool(PixelFormat::i420, 4, 2, 2);
-    auto first = pool.take();
-    const auto second = pool.take();
-    ASSERT_TRUE(first && second);
-    EXPECT_NE(first, second);
-
-    const PixelBuffer* const address = first.get();
-    auto copy = first;
-    first = {};
-    EXPECT_FALSE(pool.take());
-    copy = {};
-    EXPECT_EQ(pool.take().get(), address);
-}
-
 TEST(PixelBufferPoolTest, buffersAreNobodyElsesAndOutliveTheirPool) {
     auto pool = std::make_unique<PixelBufferPool>(PixelFormat::bgra, 4, 4, 3);
     const auto fill = [](const PixelBufferRef& buffer, std::uint8_t value) {

@@ -1,10 +1,7 @@
-#include "imaging/ImageContext.h"
 #include "imaging/ReferenceImage.h"
-#include "imaging/VectorTargets.h"
 
-#include <gtest/gtest.h>
+#include <hwy/highway.h>
 
-#include <algorithm>
 #include <random>
 #include <string>
 #include <vector>
@@ -14,6 +11,18 @@ namespace {
 
 constexpr double kExact = 1e-9;
 constexpr PixelFormat kFormats[] = {PixelFormat::i420, PixelFormat::bgra, PixelFormat::bgrx};
+
+// Runs `check` with each width of vectors the processor has, from the oldest on.
+template <class Check>
+void forEachVectorTarget(Check check) {
+    for (const auto target : {HWY_SSSE3, HWY_SSE4, HWY_AVX2, HWY_AVX3, HWY_AVX3_DL}) {
+        if ((hwy::SupportedTargets() & target) == 0) continue;
+        SCOPED_TRACE(hwy::TargetName(target));
+        hwy::GetChosenTarget().Update(target);
+        check();
+    }
+    hwy::GetChosenTarget().Update(hwy::SupportedTargets());
+}
 
 // Recipes of random shape; every kind of node within a few levels.
 class RandomRecipes {
