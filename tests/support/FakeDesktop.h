@@ -4,6 +4,7 @@
 #include "platform/Displays.h"
 #include "platform/ExportSession.h"
 #include "platform/HotKeyService.h"
+#include "platform/Multitouch.h"
 #include "platform/OverlaySupport.h"
 #include "platform/OwnWindows.h"
 #include "platform/RunningInstance.h"
@@ -12,7 +13,6 @@
 #include "platform/Workspace.h"
 #include "support/FakeCameraSession.h"
 #include "support/FakeMovieWriter.h"
-#include "support/FakeMultitouch.h"
 #include "support/FakePointer.h"
 #include "support/FakeScreenCapture.h"
 
@@ -42,6 +42,33 @@ struct FakeScreenAccess : ScreenAccess {
     void request() override { ++requests; }
     std::optional<std::string> settingsLink() const override { return "settings:screen-recording"; }
     bool accessibilityTrusted() const override { return false; }
+};
+
+// Touchpads that a test touches.
+struct FakeMultitouch : Multitouch {
+    struct List : MTDeviceList {
+        explicit List(std::vector<void*> listed) : pads(std::move(listed)) {}
+        const std::vector<void*>& devices() const override { return pads; }
+        std::vector<void*> pads;
+    };
+
+    bool unavailable = false;
+    std::vector<void*> pads;
+    std::vector<void*> started;
+    MTContactCallback callback = nullptr;
+
+    // A frame of fingers in the state given.
+    void touch(const std::vector<MTContact>& contacts, double t) const {
+        if (callback) callback(pads.at(0), contacts.data(), static_cast<std::int32_t>(contacts.size()), t, 0);
+    }
+
+    std::unique_ptr<MTDeviceList> createList() override {
+        return unavailable ? nullptr : std::make_unique<List>(pads);
+    }
+    void registerCB(void*, MTContactCallback registered) override { callback = registered; }
+    void unregisterCB(void*, MTContactCallback) override { callback = nullptr; }
+    void start(void* device, std::int32_t) override { started.push_back(device); }
+    void stop(void* device) override { std::erase(started, device); }
 };
 
 // The only one that runs.

@@ -53,8 +53,8 @@ public:
 
 private:
     struct Audio : AudioWriterInput {
-        Audio(FakeMovieWriters& writers, WrittenMovie& to, WrittenTimes& soundTimes)
-            : owner(writers), movie(to), times(soundTimes) {}
+        Audio(FakeMovieWriters& writers, WrittenMovie& to)
+            : owner(writers), movie(to), times(to.sounds[to.audio.size() - 1]) {}
 
         bool isReadyForMoreMediaData() const override { return owner.ready; }
         void markAsFinished() override { ++movie.tracksFinished; }
@@ -81,8 +81,7 @@ private:
         }
         AudioWriterInput* addAudioInput(const AudioInputSettings& settings) override {
             movie->audio.push_back(settings);
-            audio.push_back(std::make_unique<Audio>(owner, *movie, movie->sounds[audio.size()]));
-            return audio.back().get();
+            return audio.emplace_back(std::make_unique<Audio>(owner, *movie)).get();
         }
         PixelBufferAdaptor* adaptor(WriterInput&) override { return this; }
         bool startWriting() override {

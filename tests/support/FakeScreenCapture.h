@@ -52,7 +52,7 @@ public:
 private:
     struct Stream : ScreenStream {
         Stream(FakeScreenCapture& screen, StreamDelegate& toTell) : owner(screen), delegate(toTell) {}
-        ~Stream() override { leave(); }
+        ~Stream() override { (void)stopCapture(); }
 
         Result<void> addStreamOutput(StreamOutput& output, StreamOutputType type,
                                      SerialQueue& queue) override {
@@ -68,13 +68,10 @@ private:
             return {};
         }
         Result<void> stopCapture() override {
-            leave();
-            return {};
-        }
-        void leave() {
             owner.running_.with([this](Stream*& stream) {
                 if (stream == this) stream = nullptr;
             });
+            return {};
         }
 
         FakeScreenCapture& owner;
