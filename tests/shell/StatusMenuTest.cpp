@@ -1,5 +1,4 @@
 #include "shell/ControllerTest.h"
-#include "shell/PopupMenu.h"
 
 #include <QCheckBox>
 #include <QMenu>
@@ -110,43 +109,31 @@ TEST_F(StatusMenuTest, checkRowsToggleInPlace) {
 
 TEST_F(StatusMenuTest, choicesExcludeEachOtherWhateverTheyAreCalled) {
     const std::string longName(300, 'w');
-    std::optional<std::string> chosen;
-    int commands = 0;
-    MenuEntry cameras{.title = "camera"};
-    for (const auto& [name, id] : {std::pair{longName, "a"}, {"R&D_cam", "b"}, {" ", "c"}})
-        cameras.submenu.push_back({.title = name,
-                                   .isOn = *id == 'a',
-                                   .onToggle = [&chosen, rep = std::string(id)](bool) { chosen = rep; },
-                                   .isChoice = true,
-                                   .rep = id});
-    PopupMenu menu(desktop.ownWindows, desktop.pointer);
-    menu.setEntries({cameras, {.title = "R&D " + longName, .action = [&] { ++commands; }}});
-    menu.popUpAtPointer();
-    EXPECT_LT(menu.width(), 700);
-    EXPECT_TRUE(menu.actions()[1]->text().startsWith("R&&D "));
-    menu.setActiveAction(menu.actions()[0]);
-    QTest::keyClick(&menu, Qt::Key_Return);
+    desktop.cameraSession.cameras = {{"a", longName}, {"b", "R&D_cam"}, {"c", " "}};
+    Prefs::setOutputDir("/tmp/R&D " + longName);
+    desktop.statusItems.shown.at("kasto").actions.onClick({});
+    auto* menu = openMenu();
+    ASSERT_TRUE(menu);
+    EXPECT_LT(menu->width(), 700);
+    EXPECT_TRUE(menu->actions()[25]->text().startsWith("output: R&&D w"));
+    menu->setActiveAction(menu->actions()[17]);
+    QTest::keyClick(menu, Qt::Key_Return);
     auto* submenu = openMenu();
-    ASSERT_NE(submenu, &menu);
+    ASSERT_NE(submenu, menu);
     EXPECT_LT(submenu->width(), 300);
     EXPECT_EQ(desktop.ownWindows.windows().size(), 2u);
 
-    const auto marks = [&] {
-        std::string all;
-        for (auto* row : submenu->findChildren<QCheckBox*>()) all += row->isChecked() ? 'x' : 'o';
-        return all;
-    };
-    EXPECT_EQ(marks(), "xoo");
     for (int clicks = 0; clicks < 2; ++clicks) {
         QTest::mouseClick(rowTitled(*submenu, "R&D_cam"), Qt::LeftButton);
-        EXPECT_EQ(marks(), "oxo");
+        std::string marks;
+        for (auto* row : submenu->findChildren<QCheckBox*>()) marks += row->isChecked() ? 'x' : 'o';
+        EXPECT_EQ(marks, "ooxo");
     }
-    EXPECT_EQ(chosen, "b");
+    EXPECT_EQ(Prefs::cameraID(), "b");
 
-    menu.setActiveAction(menu.actions()[1]);
-    QTest::keyClick(&menu, Qt::Key_Return);
-    EXPECT_EQ(commands, 1);
-    EXPECT_TRUE(loopUntil([&] { return desktop.ownWindows.windows().empty(); }));
+    menu->setActiveAction(menu->actions()[0]);
+    QTest::keyClick(menu, Qt::Key_Return);
+    ASSERT_TRUE(loopUntil([&] { return desktop.ownWindows.windows().size() == 1; })) << "the settings";
 }
 
 TEST_F(StatusMenuTest, theItemFollowsTheTakeAndItsClicksDependOnIt) {
