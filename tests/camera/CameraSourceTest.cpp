@@ -34,29 +34,23 @@ protected:
 };
 
 TEST_F(CameraSourceTest, takesTheChosenElseTheDefaultElseNoCamera) {
-    struct Case {
-        std::optional<std::string> wanted;
-        std::vector<CameraDevice> there;
-        std::string line;
-    };
-    const auto both = session.cameras;
-    for (const auto& [wanted, there, line] : std::vector<Case>{{"back", both, kBack},
-                                                               {"gone", both, kFront},
-                                                               {std::nullopt, both, kFront},
-                                                               {"back", {}, kNone}}) {
-        session.cameras = there;
+    const std::pair<std::optional<std::string>, std::string> rows[] = {
+        {"back", kBack}, {"gone", kFront}, {std::nullopt, kFront}};
+    for (const auto& [wanted, line] : rows) {
         log.clear();
         source.start(wanted);
         EXPECT_EQ(logged(1), std::vector{line});
         source.stop();
         ASSERT_TRUE(waitUntil([&] { return session.running().empty(); }));
     }
-    session.cameras = both;
     session.unusable = {"front"};
-    log.clear();
     source.start(std::nullopt);
     source.start("back");
-    EXPECT_EQ(logged(2), (std::vector<std::string>{kNone, kBack}));
+    EXPECT_EQ(logged(3), (std::vector<std::string>{kFront, kNone, kBack}));
+    source.stop();
+    session.cameras.clear();
+    source.start("back");
+    EXPECT_EQ(logged(4).back(), kNone);
 }
 
 TEST_F(CameraSourceTest, keepsTheNewestFrameOfTheCameraThatRuns) {

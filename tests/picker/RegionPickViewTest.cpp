@@ -107,10 +107,9 @@ TEST_F(RegionPickViewTest, shadesAllButTheSelection) {
     open(Rect{200, 150, 300, 200});
     EXPECT_EQ(colourAt(600, 500), QColor(0, 0, 0, 71));
     EXPECT_EQ(colourAt(300, 300), QColor(0, 0, 0, 0));
-    EXPECT_EQ(colourAt(200, 150), QColor(Qt::white));  // a handle
-    // The outline: two points wide, eight drawn and six left out.
-    for (const double x : {215.0, 221.0, 229.0}) EXPECT_EQ(colourAt(x, 150), accent) << x;
-    EXPECT_EQ(colourAt(224, 149), QColor(0, 0, 0, 71));
+    EXPECT_EQ(colourAt(200, 150), QColor(Qt::white));     // a handle
+    EXPECT_EQ(colourAt(221, 150), accent);                // the outline: eight points drawn
+    EXPECT_EQ(colourAt(224, 149), QColor(0, 0, 0, 71));   // and six left out
     EXPECT_EQ(colourAt(470, 364), accent);                // the confirm button
     EXPECT_EQ(colourAt(428, 364), QColor(0, 0, 0, 215));  // the cancel button, over the shade
     open(Rect{200, 150, 300, 200}, picture);

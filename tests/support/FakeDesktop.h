@@ -98,12 +98,10 @@ struct FakeOverlaySupport : OverlaySupport {
 struct FakeHotKeys : HotKeyService {
     bool taken = false;
     std::function<void()> onPress;
-    std::optional<KeyChord> chord;
 
-    std::unique_ptr<HotKeyRegistration> registerChord(const KeyChord& wanted,
+    std::unique_ptr<HotKeyRegistration> registerChord(const KeyChord&,
                                                       std::function<void()> callback) override {
         if (taken) return nullptr;
-        chord = wanted;
         onPress = std::move(callback);
         return std::make_unique<HotKeyRegistration>();
     }

@@ -18,7 +18,6 @@ using WrittenTimes = Guarded<std::vector<MediaTime>>;
 // What has been written to one movie. It outlives its writer.
 struct WrittenMovie {
     std::filesystem::path file;
-    MediaTime fragmentInterval;
     std::vector<AudioInputSettings> audio;
     Guarded<WrittenFrames> frames;
     std::vector<WrittenTimes> sounds{2};  // in the order the tracks were added
@@ -42,12 +41,10 @@ public:
     std::vector<std::shared_ptr<WrittenMovie>> movies;
     WrittenMovie& newest() { return *movies.back(); }
 
-    Result<std::unique_ptr<MovieWriter>> makeWriter(const std::filesystem::path& file,
-                                                    MediaTime fragmentInterval) override {
+    Result<std::unique_ptr<MovieWriter>> makeWriter(const std::filesystem::path& file, MediaTime) override {
         if (makeError) return std::unexpected(*makeError);
         movies.push_back(std::make_shared<WrittenMovie>());
         newest().file = file;
-        newest().fragmentInterval = fragmentInterval;
         return std::make_unique<Writer>(*this, movies.back());
     }
 

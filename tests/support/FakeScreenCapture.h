@@ -17,7 +17,6 @@ public:
     std::optional<Error> contentError, streamError, startError;
     std::optional<Error> diesAtStart;  // reports its end before the start returns
 
-    ContentFilter filter;
     int streamsMade = 0;
 
     // Puts a buffer on the queue of the output of this type, while a capture runs.
@@ -40,10 +39,9 @@ public:
         if (contentError) return std::unexpected(*contentError);
         return content;
     }
-    Result<std::unique_ptr<ScreenStream>> makeStream(const ContentFilter& wanted, const StreamConfiguration&,
+    Result<std::unique_ptr<ScreenStream>> makeStream(const ContentFilter&, const StreamConfiguration&,
                                                      StreamDelegate& delegate) override {
         if (streamError) return std::unexpected(*streamError);
-        filter = wanted;
         ++streamsMade;
         return std::make_unique<Stream>(*this, delegate);
     }
