@@ -12,7 +12,9 @@
 #include <functional>
 #include <optional>
 #include <random>
+#include <span>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace kasto::test {
@@ -127,10 +129,24 @@ struct ReferenceImage {
     int mixes = 0;  // overs and blends one above the other, each of which rounds once
 };
 
+constexpr std::uint8_t kBefore = 77;
+
+// A buffer without a byte to spare, full of that, so that reading or writing beyond its rows is found.
+inline PixelBufferRef tightBuffer(PixelFormat format, int width, int height) {
+    const bool isPlanar = format == PixelFormat::i420;
+    const int samples = width * height;
+    std::vector memory(static_cast<std::size_t>(isPlanar ? samples * 3 / 2 : samples * 4), kBefore);
+    const Plane planes[] = {{memory.data(), isPlanar ? width : width * 4, width, height},
+                            {memory.data() + samples, width / 2, width / 2, height / 2},
+                            {memory.data() + samples / 4 * 5, width / 2, width / 2, height / 2}};
+    return PixelBuffer::wrap(format, width, height, std::span(planes, isPlanar ? 3 : 1),
+                             [kept = std::move(memory)] {});
+}
+
 // A buffer whose pixels are given as words 0xAARRGGBB by column and row.
 inline PixelBufferRef drawn(PixelFormat format, int width, int height,
                             const std::function<std::uint32_t(int, int)>& pixel) {
-    auto buffer = PixelBuffer::make(format, width, height);
+    auto buffer = tightBuffer(format, width, height);
     const Plane& plane = buffer->plane(0);
     for (int row = 0; row < height; ++row) {
         auto* line = reinterpret_cast<std::uint32_t*>(plane.data + row * plane.strideBytes);
@@ -162,13 +178,10 @@ inline std::array<double, 3> yuvOf(const Rgba& color) {
 // Where `only` some blocks are drawn, the others must stay as they were.
 inline void expectLooksAs(const ReferenceImage& expected, PixelFormat format, const Rect& bounds,
                           std::optional<double> tolerance = {}, const BlockSet* only = nullptr) {
-    constexpr std::uint8_t kBefore = 77;
     static ImageContext context(3);
     const int width = static_cast<int>(bounds.width);
     const int height = static_cast<int>(bounds.height);
-    const auto target = PixelBuffer::make(format, width, height);
-    for (int i = 0; i < target->planeCount(); ++i)
-        std::fill_n(target->plane(i).data, target->plane(i).strideBytes * target->plane(i).height, kBefore);
+    const auto target = tightBuffer(format, width, height);
     only ? context.render(expected.image, *target, bounds, *only)
          : context.render(expected.image, *target, bounds);
 

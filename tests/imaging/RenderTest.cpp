@@ -139,29 +139,5 @@ TEST(RenderTest, nothingAndEvenAreasAndWholePlacesAreExact) {
     });
 }
 
-// Rows and columns of all lengths, so that every part of a vector is left over once; and rows that fill their
-// memory to the last byte.
-TEST(RenderTest, oddSizesTouchNothingElse) {
-    forEachVectorTarget([] {
-        for (int width = 1; width <= 70; ++width) {
-            const auto rows = [width](PixelFormat format, std::vector<std::uint32_t>& memory) {
-                const Plane plane{reinterpret_cast<std::uint8_t*>(memory.data()), width * 4, width, 3};
-                return PixelBuffer::wrap(format, width, 3, std::span(&plane, 1), [] {});
-            };
-            std::vector<std::uint32_t> memory(static_cast<std::size_t>(width) * 3, 0x80402010);
-            std::vector<std::uint32_t> drawnTo(memory.size() + 1, 7);
-            const Image source = Image::pixels(rows(PixelFormat::bgrx, memory));
-            for (const Image& image :
-                 {source, source.scaled(1.5, 1.5), source.scaled(1.5, 1).translated(-0.5 * width, 0),
-                  source.translated(-3, 0).scaled(0.5, 0.5).over(source)}) {
-                ImageContext(1).render(image, *rows(PixelFormat::bgra, drawnTo),
-                                       {0, 0, static_cast<double>(width), 3});
-                EXPECT_EQ(drawnTo[0], 0xFF402010) << width;
-                EXPECT_EQ(drawnTo.back(), 7U) << width;
-            }
-        }
-    });
-}
-
 }  // namespace
 }  // namespace kasto::test
