@@ -12,28 +12,6 @@ namespace {
 
 namespace fs = std::filesystem;
 
-TEST(PrefsTest, EachOptionReadsItsOwnKeyElseItsDefault) {
-    const std::tuple<const char*, bool (*)(), bool> flags[] = {
-        {"showClicks", Prefs::showClicks, true},   {"showMarquee", Prefs::showMarquee, true},
-        {"pipEnabled", Prefs::pipEnabled, true},   {"roundCamera", Prefs::roundCamera, true},
-        {"cloudKastos", Prefs::cloudKastos, true}, {"captureSystemSound", Prefs::captureSystemSound, true},
-        {"captureMic", Prefs::captureMic, false},  {"convertMP4", Prefs::convertMP4, false},
-        {"invertPan", Prefs::invertPan, false},
-    };
-    PreferenceStore& store = Prefs::store();
-    for (const auto& [key, read, byDefault] : flags) {
-        EXPECT_EQ(read(), byDefault) << key;
-        store.set(key, !byDefault);
-        EXPECT_EQ(read(), !byDefault) << key;
-    }
-    EXPECT_FALSE(Prefs::outputDir() || Prefs::cameraID() || Prefs::regionRect() || Prefs::regionDisplayID());
-    EXPECT_EQ(Prefs::fps(), 60);
-    store.set("fps", 30);
-    EXPECT_EQ(Prefs::fps(), 30);
-    store.set("cameraID", "usb-1");
-    EXPECT_EQ(Prefs::cameraID(), "usb-1");
-}
-
 TEST(PrefsTest, WritesTheRegionSoThatItReadsBack) {
     PreferenceStore& store = Prefs::store();
     const Rect rect{-0.1, 1.0 / 3, 1e21, 5e-324};
