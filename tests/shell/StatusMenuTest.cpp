@@ -106,8 +106,6 @@ TEST_F(StatusMenuTest, checkRowsToggleInPlace) {
     EXPECT_TRUE(isHighlighted());
     QTest::keyClick(menu, Qt::Key_Space);
     EXPECT_TRUE(Prefs::showClicks());
-    QTest::mouseClick(rowTitled(*menu, "60 fps"), Qt::LeftButton);
-    EXPECT_EQ(Prefs::store().integer("fps"), 30);
 
     QTest::keyClick(menu, Qt::Key_R, Qt::ControlModifier | Qt::AltModifier | Qt::MetaModifier);
     EXPECT_FALSE(menu->isVisible());
