@@ -120,7 +120,7 @@ HWY_INLINE hn::Vec<Bytes> packed(Sums sums0, Sums sums1, Sums sums2, Sums sums3)
                                                      hn::SetTableIndices(words, kQuarterOrder.lanes)));
 }
 
-struct Planes {
+struct PairOfRows {
     std::uint8_t* upperLuma;
     std::uint8_t* lowerLuma;
     std::uint8_t* blueChroma;
@@ -150,7 +150,7 @@ HWY_INLINE void storeLuma(const BlockRow& row, std::uint8_t* to) {
 }
 
 // Four vectors of each row. Chroma is the mean of 2 x 2 pixels, hence the two bits more.
-HWY_INLINE void convertBlock(const Pixel* upper, const Pixel* lower, const Planes& to) {
+HWY_INLINE void convertBlock(const Pixel* upper, const Pixel* lower, const PairOfRows& to) {
     const BlockRow upperRow = loadRow(upper);
     const BlockRow lowerRow = loadRow(lower);
     storeLuma(upperRow, to.upperLuma);
@@ -168,13 +168,12 @@ HWY_INLINE void convertBlock(const Pixel* upper, const Pixel* lower, const Plane
     hn::StoreU(hn::UpperHalf(half, chroma), half, to.redChroma);
 }
 
-void convertRowPair(const Pixel* upper, const Pixel* lower, int count, std::uint8_t* upperLuma,
-                    std::uint8_t* lowerLuma, std::uint8_t* blueChroma, std::uint8_t* redChroma) {
+HWY_INLINE void convertPair(const Pixel* upper, const Pixel* lower, int count, const PairOfRows& to) {
     const int block = kBlockVectors * pixelsPerVector();
     int i = 0;
     for (; i + block <= count; i += block) {
         convertBlock(upper + i, lower + i,
-                     {upperLuma + i, lowerLuma + i, blueChroma + i / 2, redChroma + i / 2});
+                     {to.upperLuma + i, to.lowerLuma + i, to.blueChroma + i / 2, to.redChroma + i / 2});
     }
     if (i == count) return;
     const auto rest = static_cast<std::size_t>(count - i);
@@ -185,10 +184,17 @@ void convertRowPair(const Pixel* upper, const Pixel* lower, int count, std::uint
     std::copy_n(upper + i, rest, upperRest);
     std::copy_n(lower + i, rest, lowerRest);
     convertBlock(upperRest, lowerRest, {results[0], results[1], results[2], results[3]});
-    std::copy_n(results[0], rest, upperLuma + i);
-    std::copy_n(results[1], rest, lowerLuma + i);
-    std::copy_n(results[2], rest / 2, blueChroma + i / 2);
-    std::copy_n(results[3], rest / 2, redChroma + i / 2);
+    std::copy_n(results[0], rest, to.upperLuma + i);
+    std::copy_n(results[1], rest, to.lowerLuma + i);
+    std::copy_n(results[2], rest / 2, to.blueChroma + i / 2);
+    std::copy_n(results[3], rest / 2, to.redChroma + i / 2);
+}
+
+void convertRows(const SourceRows& source, int count, int rows, const PlanarRows& to) {
+    for (int row = 0; row < rows; row += 2)
+        convertPair(
+            source.row(row), source.row(row + 1), count,
+            {to.luma.row(row), to.luma.row(row + 1), to.blueChroma.row(row / 2), to.redChroma.row(row / 2)});
 }
 
 }  // namespace kasto::HWY_NAMESPACE
@@ -197,12 +203,10 @@ HWY_AFTER_NAMESPACE();
 #if HWY_ONCE
 namespace kasto {
 
-HWY_EXPORT(convertRowPair);
+HWY_EXPORT(convertRows);
 
-void kernels::convertRowPair(const Pixel* upper, const Pixel* lower, int count, std::uint8_t* upperLuma,
-                             std::uint8_t* lowerLuma, std::uint8_t* blueChroma, std::uint8_t* redChroma) {
-    HWY_DYNAMIC_DISPATCH(convertRowPair)
-    (upper, lower, count, upperLuma, lowerLuma, blueChroma, redChroma);
+void kernels::convertRows(const SourceRows& source, int count, int rows, const PlanarRows& to) {
+    HWY_DYNAMIC_DISPATCH(convertRows)(source, count, rows, to);
 }
 
 }  // namespace kasto

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 
 // The loops over rows of pixels, each compiled for every vector width of the processor family and chosen at
@@ -20,11 +21,30 @@ struct FineColor {
     std::uint32_t greenAlpha = 0;  // green in the low half
 };
 
-// A run of pixels of one row through a radial gradient, in the gradient's own units.
+// Rows one below the other, `stride` entries from one to the next.
+template <class T>
+struct RowsOf {
+    T* first = nullptr;
+    std::ptrdiff_t stride = 0;
+
+    T* row(int index) const { return first + index * stride; }
+};
+using PixelRows = RowsOf<Pixel>;
+using SourceRows = RowsOf<const Pixel>;
+
+// A place in the planes of a picture: luma, and chroma of half as many rows and columns.
+struct PlanarRows {
+    RowsOf<std::uint8_t> luma;
+    RowsOf<std::uint8_t> blueChroma;
+    RowsOf<std::uint8_t> redChroma;
+};
+
+// Rows of pixels on their way through a radial gradient, in the gradient's own units.
 struct GradientRun {
-    float firstX = 0;    // of the first pixel's centre, from the gradient's centre
-    float stepX = 0;     // from one pixel to the next
-    float squaredY = 0;  // of the row's distance from the gradient's centre
+    float firstX = 0;  // of the first pixel's centre, from the gradient's centre
+    float firstY = 0;
+    float stepX = 0;  // from one pixel to the next
+    float stepY = 0;  // from one row to the next
     float radius0 = 0;
     float perRadius = 0;  // 1 / (radius1 - radius0)
     FineColor inner;
@@ -33,17 +53,16 @@ struct GradientRun {
 
 namespace kernels {
 
-// Converts two rows of `count` pixels (even) to BT.709 limited range: two rows of luma, one of chroma.
-void convertRowPair(const Pixel* upper, const Pixel* lower, int count, std::uint8_t* upperLuma,
-                    std::uint8_t* lowerLuma, std::uint8_t* blueChroma, std::uint8_t* redChroma);
+// Converts an even number of rows of `count` pixels (even) to BT.709 limited range.
+void convertRows(const SourceRows& source, int count, int rows, const PlanarRows& to);
 
-// row = source | alpha
-void copyRow(const Pixel* source, Pixel alpha, int count, Pixel* row);
+// to = source | alpha
+void copyRows(const SourceRows& source, Pixel alpha, int count, int rows, const PixelRows& to);
 
-// row = source over row
-void overRow(const Pixel* source, int count, Pixel* row);
+// to = source over to
+void overRows(const SourceRows& source, int count, int rows, const PixelRows& to);
 void colorOverRow(const FineColor& color, int count, Pixel* row);
-void gradientOverRow(const GradientRun& run, int count, Pixel* row);
+void gradientOverRows(const GradientRun& run, int count, int rows, const PixelRows& to);
 
 // row = foreground up to the gradient's inner radius, background from the outer one on, mixed between.
 void mixRowByGradient(const GradientRun& run, const Pixel* foreground, const Pixel* background, int count,

@@ -7,22 +7,20 @@
 HWY_BEFORE_NAMESPACE();
 namespace kasto::HWY_NAMESPACE {
 
-void copyRow(const Pixel* source, Pixel alpha, int count, Pixel* row) {
+void copyRows(const SourceRows& source, Pixel alpha, int count, int rows, const PixelRows& to) {
     const auto added = hn::Set(Words(), alpha);
-    mapRow(
-        count, row, [&](int, Pixels pixels) HWY_ATTR { return hn::Or(pixels, added); }, source);
+    const auto copied = [&](int, Pixels pixels) HWY_ATTR { return hn::Or(pixels, added); };
+    for (int row = 0; row < rows; ++row) mapRow(count, to.row(row), copied, source.row(row));
 }
 
 HWY_INLINE Pixels over(FinePixels source, Channels16 alpha, Pixels background) {
     return join(sum(source, scaledBy(split(background), hn::Not(alpha))));
 }
 
-void overRow(const Pixel* source, int count, Pixel* row) {
-    mapRow(
-        count, row,
-        [](int, Pixels foreground, Pixels background)
-            HWY_ATTR { return over(split(foreground), alphaWeights(foreground), background); },
-        source, row);
+void overRows(const SourceRows& source, int count, int rows, const PixelRows& to) {
+    const auto mixed = [](int, Pixels foreground, Pixels background)
+                           HWY_ATTR { return over(split(foreground), alphaWeights(foreground), background); };
+    for (int row = 0; row < rows; ++row) mapRow(count, to.row(row), mixed, source.row(row), to.row(row));
 }
 
 void colorOverRow(const FineColor& color, int count, Pixel* row) {
@@ -32,61 +30,92 @@ void colorOverRow(const FineColor& color, int count, Pixel* row) {
         count, row, [&](int, Pixels background) HWY_ATTR { return over(fine, alpha, background); }, row);
 }
 
-// How far the pixels of a run are from the inner radius (0) to the outer one (65535).
+// How far the pixels of a run are from one radius (0) to the other one (65535).
 class GradientPlaces {
 public:
-    HWY_INLINE explicit GradientPlaces(const GradientRun& run)
+    // From the inner radius to the outer one, or the other way.
+    HWY_INLINE GradientPlaces(const GradientRun& run, bool isOutward)
         : run_(run),
-          lanesX_(hn::MulAdd(hn::Iota(floats_, 0.0F), hn::Set(floats_, run.stepX),
-                             hn::Set(floats_, run.firstX))) {}
+          perUnit_((isOutward ? kFull : -kFull) * run.perRadius),
+          atCentre_(kWhole + (isOutward ? 0 : kFull) - run.radius0 * perUnit_),
+          columns_(hn::Iota(floats_, 0.0F)) {}
 
-    HWY_INLINE Channels16 at(int i) const {
-        const auto x = hn::Add(lanesX_, hn::Set(floats_, run_.stepX * static_cast<float>(i)));
-        const auto distance = hn::Sqrt(hn::MulAdd(x, x, hn::Set(floats_, run_.squaredY)));
-        const auto place = hn::Mul(hn::Sub(distance, hn::Set(floats_, run_.radius0)),
-                                   hn::Set(floats_, run_.perRadius * kFull));
-        const auto clamped = hn::Min(hn::Max(place, hn::Zero(floats_)), hn::Set(floats_, kFull));
-        const auto word = hn::BitCast(Words(), hn::NearestInt(clamped));
-        return halves(hn::Or(word, hn::ShiftLeft<16>(word)));
+    // Of the next vector of pixels: the squared distances from the centre's column.
+    HWY_INLINE hn::Vec<hn::RebindToFloat<Words>> nextSquaredX() {
+        const auto x = hn::MulAdd(columns_, hn::Set(floats_, run_.stepX), hn::Set(floats_, run_.firstX));
+        columns_ = hn::Add(columns_, hn::Set(floats_, static_cast<float>(pixelsPerVector())));
+        return hn::Mul(x, x);
+    }
+
+    HWY_INLINE Channels16 at(hn::Vec<hn::RebindToFloat<Words>> squaredX, float squaredY) const {
+        const auto distance = hn::Sqrt(hn::Add(squaredX, hn::Set(floats_, squaredY)));
+        const auto place = hn::MulAdd(distance, hn::Set(floats_, perUnit_), hn::Set(floats_, atCentre_));
+        const auto clamped =
+            hn::Min(hn::Max(place, hn::Set(floats_, kWhole)), hn::Set(floats_, kWhole + kFull));
+        return lowHalves(hn::BitCast(Words(), clamped));
     }
 
 private:
     static constexpr float kFull = 65535.0F;
+    // Numbers from here on are whole, and their last bits are those of the whole number.
+    static constexpr float kWhole = 0x1p23F;
     hn::RebindToFloat<Words> floats_;
     const GradientRun& run_;
-    hn::Vec<hn::RebindToFloat<Words>> lanesX_;
+    float perUnit_;
+    float atCentre_;
+    hn::Vec<hn::RebindToFloat<Words>> columns_;
 };
 
-void gradientOverRow(const GradientRun& run, int count, Pixel* row) {
-    const GradientPlaces places(run);
+// pixels = over(places, pixels)
+template <class F>
+HWY_INLINE void mapGradient(const GradientRun& run, GradientPlaces places, int count, int rows,
+                            const PixelRows& to, F over) {
+    const Words words;
+    const int lanes = pixelsPerVector();
+    for (int i = 0; i < count; i += lanes) {
+        const auto squaredX = places.nextSquaredX();
+        for (int row = 0; row < rows; ++row) {
+            const float y = run.firstY + run.stepY * static_cast<float>(row);
+            const auto at = places.at(squaredX, y * y);
+            Pixel* const pixels = to.row(row) + i;
+            if (i + lanes <= count) {
+                hn::StoreU(over(at, hn::LoadU(words, pixels)), words, pixels);
+            } else {
+                storeFirst(over(at, loadFirst(pixels, count - i)), pixels, count - i);
+            }
+        }
+    }
+}
+
+void gradientOverRows(const GradientRun& run, int count, int rows, const PixelRows& to) {
     const auto inner = fineColor(run.inner);
     const auto innerAlpha = alphaWeights(run.inner);
     if ((run.outer.blueRed | run.outer.greenAlpha) == 0) {
-        const auto fading = [&](int i, Pixels background) HWY_ATTR {
-            const auto nearness = hn::Not(places.at(i));
+        const auto fading = [&](Channels16 nearness, Pixels background) HWY_ATTR {
             return over(scaledBy(inner, nearness), hn::MulHigh(innerAlpha, nearness), background);
         };
-        mapRow(count, row, fading, row);
+        mapGradient(run, GradientPlaces(run, false), count, rows, to, fading);
         return;
     }
     const auto outer = fineColor(run.outer);
     const auto outerAlpha = alphaWeights(run.outer);
-    const auto blending = [&](int i, Pixels background) HWY_ATTR {
-        const auto place = places.at(i);
+    const auto blending = [&](Channels16 place, Pixels background) HWY_ATTR {
         const auto alpha =
             hn::SaturatedAdd(hn::MulHigh(innerAlpha, hn::Not(place)), hn::MulHigh(outerAlpha, place));
         return over(between(inner, outer, place), alpha, background);
     };
-    mapRow(count, row, blending, row);
+    mapGradient(run, GradientPlaces(run, true), count, rows, to, blending);
 }
 
 void mixRowByGradient(const GradientRun& run, const Pixel* foreground, const Pixel* background, int count,
                       Pixel* row) {
-    const GradientPlaces places(run);
+    GradientPlaces places(run, true);
+    const float squaredY = run.firstY * run.firstY;
     mapRow(
         count, row,
-        [&](int i, Pixels front, Pixels back)
-            HWY_ATTR { return join(between(split(front), split(back), places.at(i))); },
+        [&](int, Pixels front, Pixels back) HWY_ATTR {
+            return join(between(split(front), split(back), places.at(places.nextSquaredX(), squaredY)));
+        },
         foreground, background);
 }
 
@@ -104,27 +133,27 @@ HWY_AFTER_NAMESPACE();
 #if HWY_ONCE
 namespace kasto {
 
-HWY_EXPORT(copyRow);
-HWY_EXPORT(overRow);
+HWY_EXPORT(copyRows);
+HWY_EXPORT(overRows);
 HWY_EXPORT(colorOverRow);
-HWY_EXPORT(gradientOverRow);
+HWY_EXPORT(gradientOverRows);
 HWY_EXPORT(mixRowByGradient);
 HWY_EXPORT(mixRow);
 
-void kernels::copyRow(const Pixel* source, Pixel alpha, int count, Pixel* row) {
-    HWY_DYNAMIC_DISPATCH(copyRow)(source, alpha, count, row);
+void kernels::copyRows(const SourceRows& source, Pixel alpha, int count, int rows, const PixelRows& to) {
+    HWY_DYNAMIC_DISPATCH(copyRows)(source, alpha, count, rows, to);
 }
 
-void kernels::overRow(const Pixel* source, int count, Pixel* row) {
-    HWY_DYNAMIC_DISPATCH(overRow)(source, count, row);
+void kernels::overRows(const SourceRows& source, int count, int rows, const PixelRows& to) {
+    HWY_DYNAMIC_DISPATCH(overRows)(source, count, rows, to);
 }
 
 void kernels::colorOverRow(const FineColor& color, int count, Pixel* row) {
     HWY_DYNAMIC_DISPATCH(colorOverRow)(color, count, row);
 }
 
-void kernels::gradientOverRow(const GradientRun& run, int count, Pixel* row) {
-    HWY_DYNAMIC_DISPATCH(gradientOverRow)(run, count, row);
+void kernels::gradientOverRows(const GradientRun& run, int count, int rows, const PixelRows& to) {
+    HWY_DYNAMIC_DISPATCH(gradientOverRows)(run, count, rows, to);
 }
 
 void kernels::mixRowByGradient(const GradientRun& run, const Pixel* foreground, const Pixel* background,

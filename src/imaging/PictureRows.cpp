@@ -22,20 +22,20 @@ void PictureRows::prepare(std::size_t index, const Resampling& resampling) {
     }
 }
 
-void PictureRows::draw(std::size_t index, int row, ColumnRun columns, Pixel* target) {
+void PictureRows::draw(std::size_t index, int top, int bottom, ColumnRun columns, const PixelRows& target) {
     Picture& picture = pictures_[index];
     const Resampling& resampling = *picture.resampling;
-    switch (resampling.way()) {
-        case Resampling::Way::copy:
-            kernels::copyRow(resampling.copiedFrom(row, columns.begin), resampling.addedAlpha(),
-                             columns.count(), target + columns.begin);
-            break;
-        case Resampling::Way::interpolate:
-            drawInterpolated(picture, row, columns, target);
-            break;
-        case Resampling::Way::average:
-            drawAveraged(resampling, row, columns, target);
-            break;
+    if (resampling.way() == Resampling::Way::copy) {
+        kernels::copyRows(resampling.copiedFrom(top, columns.begin), resampling.addedAlpha(), columns.count(),
+                          bottom - top, {target.first + columns.begin, target.stride});
+        return;
+    }
+    for (int row = top; row < bottom; ++row) {
+        if (resampling.way() == Resampling::Way::interpolate) {
+            drawInterpolated(picture, row, columns, target.row(row - top));
+        } else {
+            drawAveraged(resampling, row, columns, target.row(row - top));
+        }
     }
 }
 
@@ -51,8 +51,8 @@ void PictureRows::drawInterpolated(Picture& picture, int row, ColumnRun columns,
         fraction = rows.fraction[static_cast<std::size_t>(line)] & 0xFFFF;
     }
     if (fraction == 0) {
-        kernels::copyRow(stretchedRow(picture, upper, upper) + column, resampling.addedAlpha(),
-                         columns.count(), target + columns.begin);
+        kernels::copyRows({stretchedRow(picture, upper, upper) + column}, resampling.addedAlpha(),
+                          columns.count(), 1, {target + columns.begin});
         return;
     }
     const Pixel* const above = stretchedRow(picture, upper, upper + 1);

@@ -19,9 +19,9 @@ public:
     // Gets ready for another picture; `index` counts from 0 in each render.
     void prepare(std::size_t index, const Resampling& picture);
 
-    // Fills target[columns.begin, columns.end) with the part of a target row that lies there, inside the
-    // picture's box. `target` points to column 0 of the target.
-    void draw(std::size_t index, int row, ColumnRun columns, Pixel* target);
+    // Fills these columns of the target's rows [top, bottom), inside the picture's box. `target` begins at
+    // column 0 of the first of them.
+    void draw(std::size_t index, int top, int bottom, ColumnRun columns, const PixelRows& target);
 
 private:
     struct Picture {

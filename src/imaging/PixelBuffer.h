@@ -22,9 +22,9 @@ enum class PixelFormat {
 
 struct Plane {
     std::uint8_t* data = nullptr;
-    std::ptrdiff_t strideBytes = 0;
-    int width = 0;   // in samples
-    int height = 0;  // in rows
+    std::ptrdiff_t strideBytes = 0;  // of bgra and bgrx a whole number of pixels
+    int width = 0;                   // in samples
+    int height = 0;                  // in rows
 };
 
 class PixelBuffer;

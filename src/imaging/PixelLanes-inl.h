@@ -65,6 +65,13 @@ HWY_INLINE FinePixels fineColor(const FineColor& color) {
     return {halves(hn::Set(Words(), color.blueRed)), halves(hn::Set(Words(), color.greenAlpha))};
 }
 
+// The low half of every word, twice.
+HWY_INLINE Channels16 lowHalves(Pixels words) {
+    alignas(16) static constexpr std::uint8_t kLow[16] = {0, 1, 0, 1, 4, 5, 4, 5, 8, 9, 8, 9, 12, 13, 12, 13};
+    const auto bytes = hn::BitCast(Bytes(), words);
+    return hn::BitCast(Halves(), hn::TableLookupBytes(bytes, hn::LoadDup128(Bytes(), kLow)));
+}
+
 // Alpha as weights of 65536 parts.
 HWY_INLINE Channels16 alphaWeights(Pixels pixels) {
     alignas(16) static constexpr std::uint8_t kAlphas[16] = {3,  3,  3,  3,  7,  7,  7,  7,

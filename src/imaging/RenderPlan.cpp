@@ -51,10 +51,9 @@ ColumnRun Gradient::columnsInside(double radius, int row, ColumnRun within) cons
 }
 
 GradientRun Gradient::run(int row, int column) const {
-    const double y = (row + 0.5 - centerY) * unitsPerRow;
     GradientRun run = constant;
-    run.firstX = static_cast<float>(column + 0.5 - centerX) * run.stepX;
-    run.squaredY = static_cast<float>(y * y);
+    run.firstX = static_cast<float>((column + 0.5 - centerX) * run.stepX);
+    run.firstY = static_cast<float>((row + 0.5 - centerY) * run.stepY);
     return run;
 }
 
@@ -166,6 +165,7 @@ private:
                 .isOpaqueInside = gradient.inner.alpha >= 1,
                 .vanishesOutside = gradient.outer.alpha <= 0,
                 .constant = {.stepX = static_cast<float>(1 / at.sx),
+                             .stepY = static_cast<float>(1 / at.sy),
                              .radius0 = static_cast<float>(gradient.radius0),
                              .perRadius = static_cast<float>(1 / (gradient.radius1 - gradient.radius0)),
                              .inner = fineColor(gradient.inner),
@@ -280,15 +280,18 @@ ColumnRun RenderPlan::touchedColumns(const Step& step, int top, int bottom) cons
     return gradient.columns(gradient.radius1, widest, whole);
 }
 
-ColumnRun RenderPlan::coveredColumns(const Step& step, int row) const {
+ColumnRun RenderPlan::coveredColumns(const Step& step, int top, int bottom) const {
     const bool isDisc = step.kind == Step::Kind::drawDisc;
     const bool isDrawing = isDisc || step.kind == Step::Kind::draw;
-    if (!isDrawing || step.layer != 0 || !step.drawing.replaces || !holdsRow(step.drawing.box, row))
+    const PixelRect& box = step.drawing.box;
+    if (!isDrawing || step.layer != 0 || !step.drawing.replaces || top < box.y || bottom > box.maxY())
         return {};
-    const ColumnRun columns = columnsOf(step.drawing.box);
+    const ColumnRun columns = columnsOf(box);
     if (!isDisc) return columns;
+    // A disc is narrowest at one of its ends.
     const Gradient& disc = gradients_[step.disc];
-    return disc.columnsInside(disc.radius0, row, columns);
+    return disc.columnsInside(disc.radius0, top, columns)
+        .intersection(disc.columnsInside(disc.radius0, bottom - 1, columns));
 }
 
 }  // namespace kasto

@@ -29,7 +29,7 @@ struct Gradient {
     double radius1 = 0;
     bool isOpaqueInside = false;
     bool vanishesOutside = false;
-    GradientRun constant;  // what is the same in all rows
+    GradientRun constant;  // without its place
 
     // The columns inside `within` that hold every centre nearer than a radius on a row, and at most one more
     // at each end.
@@ -39,7 +39,7 @@ struct Gradient {
     // each end.
     ColumnRun columnsInside(double radius, int row, ColumnRun within) const;
 
-    // What the kernels need to know of a row from one column on.
+    // What the kernels need to know from a row and a column on.
     GradientRun run(int row, int column) const;
 };
 
@@ -90,8 +90,9 @@ public:
     // The columns of a step that its rows [top, bottom) may change.
     ColumnRun touchedColumns(const Step& step, int top, int bottom) const;
 
-    // The columns of a row of the target where a step leaves nothing to be seen of what was there before.
-    ColumnRun coveredColumns(const Step& step, int row) const;
+    // The columns where a step leaves nothing to be seen of what was there before in the target's rows
+    // [top, bottom).
+    ColumnRun coveredColumns(const Step& step, int top, int bottom) const;
 
 private:
     struct View {

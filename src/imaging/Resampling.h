@@ -47,9 +47,10 @@ public:
         return reinterpret_cast<const Pixel*>(plane.data + row * plane.strideBytes);
     }
 
-    // Way::copy: the source pixel below a target pixel.
-    const Pixel* copiedFrom(int row, int column) const {
-        return sourceRow(row - box_.y + rows_.offset) + column - box_.x + columns_.offset;
+    // Way::copy: the source pixels below the target's from a row and a column on.
+    SourceRows copiedFrom(int row, int column) const {
+        return {sourceRow(row - box_.y + rows_.offset) + column - box_.x + columns_.offset,
+                source_->plane(0).strideBytes / static_cast<std::ptrdiff_t>(sizeof(Pixel))};
     }
 
     // Along one axis, in the order of the box.

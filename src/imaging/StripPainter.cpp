@@ -6,12 +6,20 @@ namespace kasto {
 
 namespace {
 
-// Rows that are composed and converted together: as many as share their chroma.
-constexpr int kBandRows = 2;
-
 // Rows for which it is found out together what has to be done: about the size of a pulse's parts.
 constexpr int kLookRows = 8;
 static_assert(BlockSet::kSidePx % kLookRows == 0);
+
+// Rows that are composed together: as many as stay in the first level cache, and at least as many as share
+// their chroma.
+constexpr int kBandPixels = 4096;
+constexpr int kFewestBandRows = 2;
+
+int bandRows(int columns) {
+    int rows = kLookRows;
+    while (rows > kFewestBandRows && rows * columns > kBandPixels) rows /= 2;
+    return rows;
+}
 
 // Columns are converted by groups of this many, and composed by groups of that many, where the picture does
 // not tell otherwise: vectors are whole then and lie where those before them lay.
@@ -32,9 +40,10 @@ void StripPainter::begin(const RenderPlan& plan, PixelBuffer& target) {
                             [](const Step& step) { return step.kind == Step::Kind::copy; });
 
     const auto width = static_cast<std::size_t>(target.width());
-    stride_ = ColumnRun{0, target.width()}.alignedOut(kConvertedGroup).end;
+    // One group more: rows a power of two apart would share their place in the cache.
+    stride_ = ColumnRun{0, target.width()}.alignedOut(kConvertedGroup).end + kConvertedGroup;
     const int ownLayers = plan.layerCount() - (isPlanar_ ? 0 : 1);
-    layers_.reserve(static_cast<std::size_t>(stride_ * kBandRows * ownLayers));
+    layers_.reserve(static_cast<std::size_t>(stride_ * kLookRows * ownLayers));
     drawn_.reserve(width);
     saved_.reserve(width);
     active_.reserve(plan.steps().size());
@@ -43,13 +52,16 @@ void StripPainter::begin(const RenderPlan& plan, PixelBuffer& target) {
     for (std::size_t i = 0; i < plan.resamplingCount(); ++i) pictures_.prepare(i, plan.resampling(i));
 }
 
-Pixel* StripPainter::layerRow(int layer, int row) const {
+PixelRows StripPainter::layerRows(int layer, int row) const {
     if (!isPlanar_) {
         const Plane& plane = target_->plane(0);
-        if (layer == 0) return reinterpret_cast<Pixel*>(plane.data + row * plane.strideBytes);
+        if (layer == 0) {
+            return {reinterpret_cast<Pixel*>(plane.data + row * plane.strideBytes),
+                    plane.strideBytes / static_cast<std::ptrdiff_t>(sizeof(Pixel))};
+        }
         --layer;
     }
-    return layers_.data() + (layer * kBandRows + row - top_) * stride_;
+    return {layers_.data() + (layer * kLookRows + row - top_) * stride_, stride_};
 }
 
 void StripPainter::paint(int top, int bottom, const BlockSet* only) {
@@ -58,8 +70,14 @@ void StripPainter::paint(int top, int bottom, const BlockSet* only) {
         findWanted(look, only);
         if (wanted_.empty()) continue;
         findActive(look, lookEnd);
-        for (int row = look; row < lookEnd; row += kBandRows)
-            paintBand(row, std::min(row + kBandRows, lookEnd));
+        if (convertsBase_) {
+            for (const ColumnRun wanted : wanted_) paintOverBase(wanted, look, lookEnd);
+            continue;
+        }
+        // Row by row all along: what enlarging keeps of a picture's rows serves all columns then.
+        for (int row = look; row < lookEnd; row += kFewestBandRows)
+            for (const ColumnRun wanted : wanted_)
+                composeBand(wanted, row, std::min(row + kFewestBandRows, lookEnd));
     }
 }
 
@@ -80,17 +98,13 @@ void StripPainter::findActive(int top, int bottom) {
         const int first = std::max(top, step.box.y);
         const int last = std::min(bottom, step.box.maxY());
         if (first >= last) continue;
-        active_.push_back(&step);
-        if (!convertsBase_ || active_.size() == 1) continue;
         const ColumnRun columns = plan_->touchedColumns(step, first, last);
         if (columns.isEmpty()) continue;
+        active_.push_back({&step, columns});
+        if (!convertsBase_ || active_.size() == 1) continue;
         touched_.push_back(columns.alignedOut(kConvertedGroup).intersection({0, target_->width()}));
     }
-    if (convertsBase_) {
-        uniteTouched();
-    } else {
-        touched_.push_back({0, target_->width()});
-    }
+    uniteTouched();
 }
 
 void StripPainter::uniteTouched() {
@@ -107,122 +121,120 @@ void StripPainter::uniteTouched() {
     touched_.erase(last + 1, touched_.end());
 }
 
-void StripPainter::paintBand(int top, int bottom) {
-    top_ = top;
-    for (const ColumnRun wanted : wanted_) paintBandOf(wanted, top, bottom);
-}
-
-void StripPainter::paintBandOf(ColumnRun wanted, int top, int bottom) {
+void StripPainter::paintOverBase(ColumnRun wanted, int top, int bottom) {
+    const Resampling& base = plan_->resampling(plan_->steps().front().drawing.index);
+    const auto convertBase = [&](ColumnRun columns) {
+        if (!columns.isEmpty()) convert(base.copiedFrom(top, columns.begin), columns, top, bottom);
+    };
     int done = wanted.begin;
     for (const ColumnRun touched : touched_) {
         const ColumnRun columns = touched.intersection(wanted);
         if (columns.isEmpty()) continue;
-        convertUntouched({done, columns.begin});
-        for (int row = top; row < bottom; ++row) paintRow(row, columns);
-        if (isPlanar_) {
-            convert(columns, layerRow(0, top) + columns.begin, layerRow(0, top + 1) + columns.begin);
-        }
+        convertBase({done, columns.begin});
+        compose(columns, top, bottom);
         done = columns.end;
     }
-    convertUntouched({done, wanted.end});
+    convertBase({done, wanted.end});
+}
+
+void StripPainter::compose(ColumnRun columns, int top, int bottom) {
+    const int rows = bandRows(columns.count());
+    for (int row = top; row < bottom; row += rows) composeBand(columns, row, std::min(row + rows, bottom));
 }
 
 // What a picture on top hides is not drawn at all.
-void StripPainter::paintRow(int row, ColumnRun columns) {
+void StripPainter::composeBand(ColumnRun columns, int top, int bottom) {
+    top_ = top;
     std::size_t cover = 0;
     ColumnRun hidden;
     for (std::size_t i = mayHide_ ? active_.size() : 0; hidden.isEmpty() && i-- > 1;) {
         cover = i;
-        hidden = plan_->coveredColumns(*active_[i], row).intersection(columns).alignedIn(kComposedGroup);
+        hidden = plan_->coveredColumns(*active_[i].step, top, bottom)
+                     .intersection(columns)
+                     .alignedIn(kComposedGroup);
     }
     for (std::size_t i = 0; i < active_.size(); ++i) {
-        const Step& step = *active_[i];
-        if (!holdsRow(step.box, row)) continue;
-        const ColumnRun inStep = columns.intersection(columnsOf(step.box));
+        const Step& step = *active_[i].step;
+        const ColumnRun inStep = columns.intersection(active_[i].columns);
         if (i < cover && !hidden.isEmpty()) {
-            carryOut(step, row, inStep.intersection({columns.begin, hidden.begin}));
-            carryOut(step, row, inStep.intersection({hidden.end, columns.end}));
+            carryOut(step, top, bottom, inStep.intersection({columns.begin, hidden.begin}));
+            carryOut(step, top, bottom, inStep.intersection({hidden.end, columns.end}));
         } else {
-            carryOut(step, row, inStep);
+            carryOut(step, top, bottom, inStep);
         }
     }
+    if (!isPlanar_) return;
+    const PixelRows composed = layerRows(0, top);
+    convert({composed.first + columns.begin, composed.stride}, columns, top, bottom);
 }
 
-void StripPainter::carryOut(const Step& step, int row, ColumnRun columns) {
-    if (columns.isEmpty()) return;
-    Pixel* const target = layerRow(step.layer, row);
-    switch (step.kind) {
-        case Step::Kind::clear:
-            std::fill_n(target + columns.begin, columns.count(), 0);
-            break;
-        case Step::Kind::draw:
-            draw(step.drawing, row, columns, target);
-            break;
-        case Step::Kind::copy:
-            std::copy_n(layerRow(step.other, row) + columns.begin, columns.count(), target + columns.begin);
-            break;
-        case Step::Kind::mix:
-            kernels::mixRow(layerRow(step.other, row) + columns.begin, target + columns.begin,
-                            layerRow(step.mask, row) + columns.begin, columns.count(),
-                            target + columns.begin);
-            break;
-        case Step::Kind::drawDisc:
-            drawDisc(step, row, columns);
-            break;
-    }
-}
-
-// Straight from the lowest picture.
-void StripPainter::convertUntouched(ColumnRun columns) {
-    if (!convertsBase_ || columns.isEmpty()) return;
-    const Resampling& base = plan_->resampling(plan_->steps().front().drawing.index);
-    convert(columns, base.copiedFrom(top_, columns.begin), base.copiedFrom(top_ + 1, columns.begin));
-}
-
-void StripPainter::convert(ColumnRun columns, const Pixel* upper, const Pixel* lower) {
-    const Plane& luma = target_->plane(0);
-    const Plane& blue = target_->plane(1);
-    const Plane& red = target_->plane(2);
-    std::uint8_t* const upperLuma = luma.data + top_ * luma.strideBytes + columns.begin;
-    kernels::convertRowPair(upper, lower, columns.count(), upperLuma, upperLuma + luma.strideBytes,
-                            blue.data + top_ / 2 * blue.strideBytes + columns.begin / 2,
-                            red.data + top_ / 2 * red.strideBytes + columns.begin / 2);
-}
-
-void StripPainter::draw(const Draw& drawing, int row, ColumnRun columns, Pixel* target) {
-    columns = columns.intersection(columnsOf(drawing.box));
-    if (columns.isEmpty() || !holdsRow(drawing.box, row)) return;
-    if (drawing.leaf == Draw::Leaf::gradient) {
-        drawGradient(drawing, row, columns, target);
-    } else if (drawing.leaf == Draw::Leaf::solid) {
-        const Solid& solid = plan_->solid(drawing.index);
-        if (drawing.replaces) {
-            std::fill_n(target + columns.begin, columns.count(), solid.pixel);
+void StripPainter::carryOut(const Step& step, int top, int bottom, ColumnRun columns) {
+    top = std::max(top, step.box.y);
+    bottom = std::min(bottom, step.box.maxY());
+    if (columns.isEmpty() || top >= bottom) return;
+    const PixelRows target = layerRows(step.layer, top);
+    if (step.kind == Step::Kind::draw) return draw(step.drawing, top, bottom, columns, target);
+    for (int row = top; row < bottom; ++row) {
+        Pixel* const pixels = target.row(row - top);
+        if (step.kind == Step::Kind::drawDisc) {
+            drawDisc(step, row, columns, pixels);
+        } else if (step.kind == Step::Kind::clear) {
+            std::fill_n(pixels + columns.begin, columns.count(), 0);
+        } else if (step.kind == Step::Kind::copy) {
+            std::copy_n(layerRows(step.other, row).first + columns.begin, columns.count(),
+                        pixels + columns.begin);
         } else {
-            kernels::colorOverRow(solid.fine, columns.count(), target + columns.begin);
+            kernels::mixRow(layerRows(step.other, row).first + columns.begin, pixels + columns.begin,
+                            layerRows(step.mask, row).first + columns.begin, columns.count(),
+                            pixels + columns.begin);
         }
-    } else if (drawing.replaces) {
-        pictures_.draw(drawing.index, row, columns, target);
-    } else {
-        pictures_.draw(drawing.index, row, columns, drawn_.data());
-        kernels::overRow(drawn_.data() + columns.begin, columns.count(), target + columns.begin);
     }
 }
 
-void StripPainter::drawGradient(const Draw& drawing, int row, ColumnRun columns, Pixel* target) {
-    const Gradient& gradient = plan_->gradient(drawing.index);
-    if (gradient.vanishesOutside) {
-        columns = gradient.columns(gradient.radius1, row, columns);
-        if (columns.isEmpty()) return;
-        if (drawing.endsInside) {
-            columns = columns.alignedOut(kComposedGroup).intersection({0, target_->width()});
+void StripPainter::convert(const SourceRows& source, ColumnRun columns, int top, int bottom) {
+    const auto at = [&](int plane, int shift) {
+        const Plane& to = target_->plane(plane);
+        return RowsOf<std::uint8_t>{to.data + (top >> shift) * to.strideBytes + (columns.begin >> shift),
+                                    to.strideBytes};
+    };
+    kernels::convertRows(source, columns.count(), bottom - top, {at(0, 0), at(1, 1), at(2, 1)});
+}
+
+void StripPainter::draw(const Draw& drawing, int top, int bottom, ColumnRun columns,
+                        const PixelRows& target) {
+    if (drawing.leaf == Draw::Leaf::gradient) return drawGradient(drawing, top, bottom, columns, target);
+    if (drawing.leaf == Draw::Leaf::pixels && drawing.replaces)
+        return pictures_.draw(drawing.index, top, bottom, columns, target);
+    if (drawing.leaf == Draw::Leaf::pixels &&
+        plan_->resampling(drawing.index).way() == Resampling::Way::copy) {
+        return kernels::overRows(plan_->resampling(drawing.index).copiedFrom(top, columns.begin),
+                                 columns.count(), bottom - top,
+                                 {target.first + columns.begin, target.stride});
+    }
+    for (int row = top; row < bottom; ++row) {
+        Pixel* const pixels = target.row(row - top) + columns.begin;
+        if (drawing.leaf == Draw::Leaf::pixels) {
+            pictures_.draw(drawing.index, row, row + 1, columns, {drawn_.data()});
+            kernels::overRows({drawn_.data() + columns.begin}, columns.count(), 1, {pixels});
+        } else if (drawing.replaces) {
+            std::fill_n(pixels, columns.count(), plan_->solid(drawing.index).pixel);
+        } else {
+            kernels::colorOverRow(plan_->solid(drawing.index).fine, columns.count(), pixels);
         }
     }
-    kernels::gradientOverRow(gradient.run(row, columns.begin), columns.count(), target + columns.begin);
+}
+
+void StripPainter::drawGradient(const Draw& drawing, int top, int bottom, ColumnRun columns,
+                                const PixelRows& target) {
+    if (drawing.endsInside) {
+        columns = columns.alignedOut(kComposedGroup).intersection({0, target_->width()});
+    }
+    kernels::gradientOverRows(plan_->gradient(drawing.index).run(top, columns.begin), columns.count(),
+                              bottom - top, {target.first + columns.begin, target.stride});
 }
 
 // The layer's pixels are kept where the disc has its soft edge, replaced all along, and mixed there.
-void StripPainter::drawDisc(const Step& step, int row, ColumnRun columns) {
+void StripPainter::drawDisc(const Step& step, int row, ColumnRun columns, Pixel* target) {
     const Gradient& disc = plan_->gradient(step.disc);
     const ColumnRun whole = columns;
     columns = disc.columns(disc.radius1, row, whole);
@@ -232,15 +244,13 @@ void StripPainter::drawDisc(const Step& step, int row, ColumnRun columns) {
     if (inside.isEmpty()) inside = {columns.end, columns.end};
     const ColumnRun edges[2] = {{columns.begin, inside.begin}, {inside.end, columns.end}};
 
-    Pixel* const target = layerRow(step.layer, row);
     for (const ColumnRun edge : edges) {
         std::copy_n(target + edge.begin, edge.count(), saved_.data() + edge.begin);
     }
-    const ColumnRun drawn = columns.intersection(columnsOf(step.drawing.box));
-    if (drawn.count() < columns.count() || !holdsRow(step.drawing.box, row)) {
-        std::fill_n(target + columns.begin, columns.count(), 0);
-    }
-    draw(step.drawing, row, columns, target);
+    const ColumnRun drawn =
+        holdsRow(step.drawing.box, row) ? columns.intersection(columnsOf(step.drawing.box)) : ColumnRun{};
+    if (drawn.count() < columns.count()) std::fill_n(target + columns.begin, columns.count(), 0);
+    if (!drawn.isEmpty()) draw(step.drawing, row, row + 1, drawn, {target});
     for (const ColumnRun edge : edges) {
         if (edge.isEmpty()) continue;
         kernels::mixRowByGradient(disc.run(row, edge.begin), target + edge.begin, saved_.data() + edge.begin,

@@ -13,9 +13,9 @@
 
 namespace kasto {
 
-// Carries out a plan for strips of the target, one thread's share at a time. A strip is worked through in
-// bands of two rows, from left to right: the lowest picture is read as it lies in memory, and the layers,
-// which hold one band each, stay in the first level cache.
+// Carries out a plan for strips of the target, one thread's share at a time. Few rows are worked through at
+// once, from left to right, so that the layers, which hold just these, stay in the first level cache. Where
+// nothing lies over the lowest picture, it is converted as it lies in memory.
 class StripPainter {
 public:
     // Gets ready for the strips of one render. The plan and the target have to stay until the last one.
@@ -29,33 +29,38 @@ private:
     void findWanted(int row, const BlockSet* only);
     void findActive(int top, int bottom);
     void uniteTouched();
-    void paintBand(int top, int bottom);
-    void paintBandOf(ColumnRun wanted, int top, int bottom);
-    void paintRow(int row, ColumnRun columns);
-    void carryOut(const Step& step, int row, ColumnRun columns);
-    void convertUntouched(ColumnRun columns);
-    void convert(ColumnRun columns, const Pixel* upper, const Pixel* lower);
+    void paintOverBase(ColumnRun wanted, int top, int bottom);
+    void compose(ColumnRun columns, int top, int bottom);
+    void composeBand(ColumnRun columns, int top, int bottom);
+    void carryOut(const Step& step, int top, int bottom, ColumnRun columns);
+    void convert(const SourceRows& source, ColumnRun columns, int top, int bottom);
 
-    void draw(const Draw& drawing, int row, ColumnRun columns, Pixel* target);
-    void drawGradient(const Draw& drawing, int row, ColumnRun columns, Pixel* target);
-    void drawDisc(const Step& step, int row, ColumnRun columns);
-    Pixel* layerRow(int layer, int row) const;
+    void draw(const Draw& drawing, int top, int bottom, ColumnRun columns, const PixelRows& target);
+    void drawGradient(const Draw& drawing, int top, int bottom, ColumnRun columns, const PixelRows& target);
+    void drawDisc(const Step& step, int row, ColumnRun columns, Pixel* target);
+    PixelRows layerRows(int layer, int row) const;
 
     const RenderPlan* plan_ = nullptr;
     PixelBuffer* target_ = nullptr;
     bool isPlanar_ = false;
     bool convertsBase_ = false;  // the lowest picture may be converted as it is
     bool mayHide_ = false;       // no step takes back what another one covered
-    int top_ = 0;                // of the band at hand
+    int top_ = 0;                // of the rows in the layers
     std::ptrdiff_t stride_ = 0;  // of the layers
     PixelMemory layers_;
     PixelMemory drawn_;  // a row that goes over a layer
     PixelMemory saved_;  // a row of a layer
     PictureRows pictures_;
+    // A step and the columns it may change.
+    struct Active {
+        const Step* step;
+        ColumnRun columns;
+    };
+
     // Of the few rows at hand: the columns to be drawn, the steps that change them, and the columns where
     // more than the lowest picture is to be seen, in ascending order.
     std::vector<ColumnRun> wanted_;
-    std::vector<const Step*> active_;
+    std::vector<Active> active_;
     std::vector<ColumnRun> touched_;
 };
 
