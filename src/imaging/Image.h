@@ -9,6 +9,12 @@ namespace kasto {
 
 struct ImageNode;
 
+// A rectangle, or the ellipse that fills it.
+struct Shape {
+    Rect rect;
+    bool isRound = false;
+};
+
 // A colour in sRGB, not premultiplied; every component 0 to 1.
 struct Color {
     double red = 0;
@@ -46,6 +52,10 @@ public:
     // The picture in a buffer (bgra or bgrx); the extent is (0, 0, width, height). The buffer is kept until
     // the last image over it goes.
     static Image pixels(PixelBufferRef buffer);
+
+    // The same, of which the caller knows that all pixels with their centre inside a shape are opaque: what
+    // lies below them need not be drawn then.
+    static Image pixels(PixelBufferRef buffer, const Shape& opaque);
 
     // This image, seen inside the rectangle only. A pixel is inside when its centre is (half-open).
     Image cropped(const Rect& rect) const;

@@ -20,6 +20,10 @@ struct ImageNode {
         Color inner;
         Color outer;
     };
+    struct Pixels {
+        PixelBufferRef buffer;
+        Shape opaque;  // has no pixel that is not opaque
+    };
     struct Crop {
         Image source;
         Rect rect;
@@ -40,7 +44,7 @@ struct ImageNode {
         Image background;
         Image mask;
     };
-    using Operation = std::variant<Color, RadialGradient, PixelBufferRef, Crop, Transform, Over, Blend>;
+    using Operation = std::variant<Color, RadialGradient, Pixels, Crop, Transform, Over, Blend>;
 
     ImageNode(Operation what, std::optional<Rect> where) : operation(std::move(what)), extent(where) {}
 

@@ -15,6 +15,9 @@ constexpr Pixel kOpaqueAlpha = 0xFF000000u;
 // The pixels of the widest vector: what enlarging may read beyond its tables and write beyond its row.
 constexpr int kRowPadding = 16;
 
+// As many rows of a gradient are drawn at once at most.
+constexpr int kMostGradientRows = 8;
+
 // A premultiplied colour with 8 fractional bits a channel: 0 to 0xFF00.
 struct FineColor {
     std::uint32_t blueRed = 0;     // blue in the low half

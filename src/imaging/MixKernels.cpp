@@ -72,13 +72,18 @@ HWY_INLINE void mapGradient(const GradientRun& run, GradientPlaces places, int c
                             const PixelRows& to, F over) {
     const Words words;
     const int lanes = pixelsPerVector();
+    float squaredY[kMostGradientRows];
+    for (int row = 0; row < rows; ++row) {
+        const float y = run.firstY + run.stepY * static_cast<float>(row);
+        squaredY[row] = y * y;
+    }
     for (int i = 0; i < count; i += lanes) {
         const auto squaredX = places.nextSquaredX();
-        for (int row = 0; row < rows; ++row) {
-            const float y = run.firstY + run.stepY * static_cast<float>(row);
-            const auto at = places.at(squaredX, y * y);
-            Pixel* const pixels = to.row(row) + i;
-            if (i + lanes <= count) {
+        const bool isWhole = i + lanes <= count;
+        Pixel* pixels = to.first + i;
+        for (int row = 0; row < rows; ++row, pixels += to.stride) {
+            const auto at = places.at(squaredX, squaredY[row]);
+            if (isWhole) {
                 hn::StoreU(over(at, hn::LoadU(words, pixels)), words, pixels);
             } else {
                 storeFirst(over(at, loadFirst(pixels, count - i)), pixels, count - i);

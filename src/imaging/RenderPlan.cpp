@@ -118,8 +118,8 @@ private:
 
     std::optional<Draw> prepared(const Leaf& leaf, bool onFreshLayer) {
         if (const auto* color = as<Color>(leaf.node)) return preparedSolid(*color, leaf.view, onFreshLayer);
-        if (const auto* pixels = as<PixelBufferRef>(leaf.node)) {
-            return preparedPixels(**pixels, leaf.view, onFreshLayer);
+        if (const auto* pixels = as<ImageNode::Pixels>(leaf.node)) {
+            return preparedPixels(*pixels, leaf.view, onFreshLayer);
         }
         const Gradient gradient = placed(*as<ImageNode::RadialGradient>(leaf.node), leaf.view.placement);
         const PixelRect box = reach(gradient, leaf.view.clip);
@@ -142,17 +142,33 @@ private:
                     .replaces = isOpaque || onFreshLayer};
     }
 
-    std::optional<Draw> preparedPixels(const PixelBuffer& buffer, const View& view, bool onFreshLayer) {
+    std::optional<Draw> preparedPixels(const ImageNode::Pixels& pixels, const View& view, bool onFreshLayer) {
+        const PixelBuffer& buffer = *pixels.buffer;
         const Rect extent{0, 0, static_cast<double>(buffer.width()), static_cast<double>(buffer.height())};
         const PixelRect box = coveredPixels(extent, view.placement, view.clip);
         if (box.isEmpty()) return std::nullopt;
         if (plan_.resamplingCount_ == plan_.resamplings_.size()) plan_.resamplings_.emplace_back();
         Resampling& resampling = plan_.resamplings_[plan_.resamplingCount_];
         resampling.prepare(buffer, view.placement, box);
-        return Draw{.leaf = Draw::Leaf::pixels,
-                    .index = plan_.resamplingCount_++,
-                    .box = box,
-                    .replaces = resampling.isOpaque() || onFreshLayer};
+        Draw drawing{.leaf = Draw::Leaf::pixels,
+                     .index = plan_.resamplingCount_++,
+                     .box = box,
+                     .replaces = resampling.isOpaque() || onFreshLayer};
+        // Where pixels are mixed, those beyond the shape would count.
+        if (resampling.way() == Resampling::Way::copy) addOpaqueShape(pixels.opaque, view.placement, drawing);
+        return drawing;
+    }
+
+    void addOpaqueShape(const Shape& shape, const Placement& at, Draw& drawing) {
+        if (shape.rect.isEmpty()) return;
+        drawing.opaque = coveredPixels(shape.rect, at, drawing.box);
+        if (!shape.isRound) return;
+        const Rect& rect = shape.rect;
+        plan_.gradients_.push_back({.centerX = at.tx + at.sx * rect.midX(),
+                                    .centerY = at.ty - at.sy * rect.midY(),
+                                    .scaleX = at.sx * rect.width / 2,
+                                    .unitsPerRow = 2 / (at.sy * rect.height)});
+        drawing.opaqueEllipse = plan_.gradients_.size() - 1;
     }
 
     static Gradient placed(const ImageNode::RadialGradient& gradient, const Placement& at) {
@@ -221,9 +237,13 @@ private:
         isFresh(layer) = false;
     }
 
-    // The common round mask over a simple picture needs no layers.
+    // The common round mask over a simple picture, or one over a colour, needs no layers.
     bool drawDisc(const ImageNode::Blend& blend, const View& maskView, int layer) {
         const ImageNode* front = ImageNode::of(blend.foreground);
+        const auto* over = front ? as<ImageNode::Over>(front) : nullptr;
+        const ImageNode* back = over ? ImageNode::of(over->background) : nullptr;
+        const auto* backColor = back ? as<Color>(back) : nullptr;
+        if (backColor && backColor->alpha >= 1) front = ImageNode::of(over->foreground);
         const auto frontLeaf = front ? leafOf(front, maskView) : std::nullopt;
         const auto maskLeaf = leafOf(ImageNode::of(blend.mask), maskView);
         if (!frontLeaf || as<ImageNode::RadialGradient>(frontLeaf->node) || !maskLeaf) return false;
@@ -231,14 +251,15 @@ private:
         if (!gradient) return false;
         const Gradient disc = placed(*gradient, maskLeaf->view.placement);
         if (!disc.isOpaqueInside || !disc.vanishesOutside) return false;
-        const auto drawing = prepared(*frontLeaf, true);
+        const auto drawing = prepared(*frontLeaf, !backColor);
         if (!drawing) return false;
         plan_.gradients_.push_back(disc);
         plan_.steps_.push_back({.kind = Step::Kind::drawDisc,
                                 .layer = layer,
                                 .box = maskView.clip,
                                 .drawing = *drawing,
-                                .disc = plan_.gradients_.size() - 1});
+                                .disc = plan_.gradients_.size() - 1,
+                                .backdrop = backColor ? wholeColor(fineColor(*backColor)) : 0});
         isFresh(layer) = false;
         return true;
     }
@@ -282,16 +303,19 @@ ColumnRun RenderPlan::touchedColumns(const Step& step, int top, int bottom) cons
 
 ColumnRun RenderPlan::coveredColumns(const Step& step, int top, int bottom) const {
     const bool isDisc = step.kind == Step::Kind::drawDisc;
-    const bool isDrawing = isDisc || step.kind == Step::Kind::draw;
-    const PixelRect& box = step.drawing.box;
-    if (!isDrawing || step.layer != 0 || !step.drawing.replaces || top < box.y || bottom > box.maxY())
-        return {};
-    const ColumnRun columns = columnsOf(box);
-    if (!isDisc) return columns;
+    if (!isDisc && step.kind != Step::Kind::draw) return {};
+    const PixelRect& covered = step.drawing.replaces ? step.drawing.box : step.drawing.opaque;
+    if (step.layer != 0 || top < covered.y || bottom > covered.maxY()) return {};
+    const ColumnRun columns = columnsOf(covered);
     // A disc is narrowest at one of its ends.
-    const Gradient& disc = gradients_[step.disc];
-    return disc.columnsInside(disc.radius0, top, columns)
-        .intersection(disc.columnsInside(disc.radius0, bottom - 1, columns));
+    const auto inside = [&](std::size_t disc, double radius) {
+        const Gradient& gradient = gradients_[disc];
+        return gradient.columnsInside(radius, top, columns)
+            .intersection(gradient.columnsInside(radius, bottom - 1, columns));
+    };
+    if (isDisc) return inside(step.disc, gradients_[step.disc].radius0);
+    if (!step.drawing.replaces && step.drawing.opaqueEllipse) return inside(*step.drawing.opaqueEllipse, 1);
+    return columns;
 }
 
 }  // namespace kasto

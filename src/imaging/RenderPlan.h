@@ -29,7 +29,7 @@ struct Gradient {
     double radius1 = 0;
     bool isOpaqueInside = false;
     bool vanishesOutside = false;
-    GradientRun constant;  // without its place
+    GradientRun constant{};  // without its place
 
     // The columns inside `within` that hold every centre nearer than a radius on a row, and at most one more
     // at each end.
@@ -49,7 +49,9 @@ struct Draw {
     Leaf leaf = Leaf::solid;
     std::size_t index = 0;  // in the plan's list of such leaves
     PixelRect box;
-    bool replaces = false;    // what was there before does not shine through
+    bool replaces = false;                       // what was there before does not shine through
+    PixelRect opaque{};                          // nor in this part, of which only the ellipse counts
+    std::optional<std::size_t> opaqueEllipse{};  // that is the unit circle of this gradient
     bool endsInside = false;  // a gradient that is transparent before it reaches the box's edges
 };
 
@@ -61,7 +63,7 @@ struct Step {
         copy,      // `other` to the layer
         mix,       // `other` over the layer's pixels, by the alpha of `mask`
         drawDisc,  // `drawing` instead of the layer's pixels, by the alpha of gradient `disc`, which is full
-                   // inside its inner radius and none outside the other
+                   // inside its inner radius and none outside the other; `backdrop` lies below the drawing
     };
     Kind kind = Kind::clear;
     int layer = 0;
@@ -70,6 +72,7 @@ struct Step {
     int other = 0;
     int mask = 0;
     std::size_t disc = 0;
+    Pixel backdrop = 0;
 };
 
 // A recipe turned into a list of steps for one target, in the order they are to be done for each pixel.

@@ -8,7 +8,7 @@ namespace {
 
 // Rows for which it is found out together what has to be done: about the size of a pulse's parts.
 constexpr int kLookRows = 8;
-static_assert(BlockSet::kSidePx % kLookRows == 0);
+static_assert(BlockSet::kSidePx % kLookRows == 0 && kLookRows <= kMostGradientRows);
 
 // Rows that are composed together: as many as stay in the first level cache, and at least as many as share
 // their chroma.
@@ -46,6 +46,7 @@ void StripPainter::begin(const RenderPlan& plan, PixelBuffer& target) {
     layers_.reserve(static_cast<std::size_t>(stride_ * kLookRows * ownLayers));
     drawn_.reserve(width);
     saved_.reserve(width);
+    near_.reserve(plan.steps().size());
     active_.reserve(plan.steps().size());
     touched_.reserve(plan.steps().size() + 1);
     wanted_.reserve(width / BlockSet::kSidePx + 1);
@@ -65,6 +66,7 @@ PixelRows StripPainter::layerRows(int layer, int row) const {
 }
 
 void StripPainter::paint(int top, int bottom, const BlockSet* only) {
+    findNear(top, bottom);
     for (int look = top; look < bottom; look += kLookRows) {
         const int lookEnd = std::min(look + kLookRows, bottom);
         findWanted(look, only);
@@ -91,16 +93,22 @@ void StripPainter::findWanted(int row, const BlockSet* only) {
     });
 }
 
+void StripPainter::findNear(int top, int bottom) {
+    near_.clear();
+    for (const Step& step : plan_->steps())
+        if (step.box.y < bottom && step.box.maxY() > top) near_.push_back(&step);
+}
+
 void StripPainter::findActive(int top, int bottom) {
     active_.clear();
     touched_.clear();
-    for (const Step& step : plan_->steps()) {
-        const int first = std::max(top, step.box.y);
-        const int last = std::min(bottom, step.box.maxY());
+    for (const Step* step : near_) {
+        const int first = std::max(top, step->box.y);
+        const int last = std::min(bottom, step->box.maxY());
         if (first >= last) continue;
-        const ColumnRun columns = plan_->touchedColumns(step, first, last);
+        const ColumnRun columns = plan_->touchedColumns(*step, first, last);
         if (columns.isEmpty()) continue;
-        active_.push_back({&step, columns});
+        active_.push_back({step, columns});
         if (!convertsBase_ || active_.size() == 1) continue;
         touched_.push_back(columns.alignedOut(kConvertedGroup).intersection({0, target_->width()}));
     }
@@ -131,13 +139,38 @@ void StripPainter::paintOverBase(ColumnRun wanted, int top, int bottom) {
         const ColumnRun columns = touched.intersection(wanted);
         if (columns.isEmpty()) continue;
         convertBase({done, columns.begin});
-        compose(columns, top, bottom);
+        paintTouched(columns, top, bottom);
         done = columns.end;
     }
     convertBase({done, wanted.end});
 }
 
+void StripPainter::paintTouched(ColumnRun columns, int top, int bottom) {
+    const Plain plain = findPlain(columns, top, bottom);
+    if (plain.columns.isEmpty()) return compose(columns, top, bottom);
+    compose({columns.begin, plain.columns.begin}, top, bottom);
+    convert(plain.pixels, plain.columns, top, bottom);
+    compose({plain.columns.end, columns.end}, top, bottom);
+}
+
+// Looks at what lies on top only.
+StripPainter::Plain StripPainter::findPlain(ColumnRun columns, int top, int bottom) const {
+    const auto onTop = std::find_if(active_.rbegin(), active_.rend(), [&](const Active& active) {
+        return !active.columns.intersection(columns).isEmpty();
+    });
+    if (onTop == active_.rend()) return {};
+    const Draw& drawing = onTop->step->drawing;
+    if (onTop->step->kind != Step::Kind::draw || drawing.leaf != Draw::Leaf::pixels) return {};
+    const Resampling& picture = plan_->resampling(drawing.index);
+    if (picture.way() != Resampling::Way::copy) return {};
+    const ColumnRun covered =
+        plan_->coveredColumns(*onTop->step, top, bottom).intersection(columns).alignedIn(kConvertedGroup);
+    if (covered.isEmpty()) return {};
+    return {covered, picture.copiedFrom(top, covered.begin)};
+}
+
 void StripPainter::compose(ColumnRun columns, int top, int bottom) {
+    if (columns.isEmpty()) return;
     const int rows = bandRows(columns.count());
     for (int row = top; row < bottom; row += rows) composeBand(columns, row, std::min(row + rows, bottom));
 }
@@ -156,12 +189,14 @@ void StripPainter::composeBand(ColumnRun columns, int top, int bottom) {
     for (std::size_t i = 0; i < active_.size(); ++i) {
         const Step& step = *active_[i].step;
         const ColumnRun inStep = columns.intersection(active_[i].columns);
-        if (i < cover && !hidden.isEmpty()) {
-            carryOut(step, top, bottom, inStep.intersection({columns.begin, hidden.begin}));
-            carryOut(step, top, bottom, inStep.intersection({hidden.end, columns.end}));
-        } else {
+        const bool isMixed = step.kind == Step::Kind::draw && !step.drawing.replaces;
+        if (hidden.isEmpty() || i > cover || (i == cover && !isMixed)) {
             carryOut(step, top, bottom, inStep);
+            continue;
         }
+        carryOut(step, top, bottom, inStep.intersection({columns.begin, hidden.begin}));
+        if (i == cover) pictures_.draw(step.drawing.index, top, bottom, hidden, layerRows(0, top));
+        carryOut(step, top, bottom, inStep.intersection({hidden.end, columns.end}));
     }
     if (!isPlanar_) return;
     const PixelRows composed = layerRows(0, top);
@@ -249,7 +284,8 @@ void StripPainter::drawDisc(const Step& step, int row, ColumnRun columns, Pixel*
     }
     const ColumnRun drawn =
         holdsRow(step.drawing.box, row) ? columns.intersection(columnsOf(step.drawing.box)) : ColumnRun{};
-    if (drawn.count() < columns.count()) std::fill_n(target + columns.begin, columns.count(), 0);
+    if (drawn.count() < columns.count() || !step.drawing.replaces)
+        std::fill_n(target + columns.begin, columns.count(), step.backdrop);
     if (!drawn.isEmpty()) draw(step.drawing, row, row + 1, drawn, {target});
     for (const ColumnRun edge : edges) {
         if (edge.isEmpty()) continue;

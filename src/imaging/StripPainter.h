@@ -27,9 +27,11 @@ public:
 
 private:
     void findWanted(int row, const BlockSet* only);
+    void findNear(int top, int bottom);
     void findActive(int top, int bottom);
     void uniteTouched();
     void paintOverBase(ColumnRun wanted, int top, int bottom);
+    void paintTouched(ColumnRun columns, int top, int bottom);
     void compose(ColumnRun columns, int top, int bottom);
     void composeBand(ColumnRun columns, int top, int bottom);
     void carryOut(const Step& step, int top, int bottom, ColumnRun columns);
@@ -51,12 +53,20 @@ private:
     PixelMemory drawn_;  // a row that goes over a layer
     PixelMemory saved_;  // a row of a layer
     PictureRows pictures_;
+    // Columns where nothing is to be seen but a picture as it lies in memory.
+    struct Plain {
+        ColumnRun columns;
+        SourceRows pixels{};  // from the first of them on
+    };
+    Plain findPlain(ColumnRun columns, int top, int bottom) const;
+
     // A step and the columns it may change.
     struct Active {
         const Step* step;
         ColumnRun columns;
     };
 
+    std::vector<const Step*> near_;  // those that have to do with the strip
     // Of the few rows at hand: the columns to be drawn, the steps that change them, and the columns where
     // more than the lowest picture is to be seen, in ascending order.
     std::vector<ColumnRun> wanted_;

@@ -64,16 +64,58 @@ public:
         }
     }
 
-    // With a picture in a disc of soft edge before it.
+    // Behind one of the things that lie over the picture of a movie.
+    ReferenceImage behindSomething(const ReferenceImage& back, int width) {
+        const int kind = pick(4);
+        return kind == 0   ? behindAPulse(back, width)
+               : kind == 1 ? behindATile(back)
+                           : behindADisc(back, width);
+    }
+
+private:
+    ReferenceImage behindAPulse(const ReferenceImage& back, int width) {
+        const double radius = real(3, 40);
+        const Point at{real(0, width), real(0, 60)};
+        return ReferenceImage::radialGradient(at, 0.55 * radius, {0.9, 0.3, 0.3, 0.7}, radius,
+                                              {0.9, 0.3, 0.3, 0})
+            .cropped(Rect{at.x, at.y, 0, 0}.grown(radius + 2))
+            .over(back);
+    }
+
+    // A picture that is known to be opaque in some part of it.
+    ReferenceImage behindATile(const ReferenceImage& back) {
+        const Shape opaque{{real(0, 30), real(0, 10), real(10, 170), real(10, 50)}, pick(2) == 1};
+        const Rect& rect = opaque.rect;
+        const auto pixels = noise(PixelFormat::bgra, 200, 60, random_());
+        const Plane& plane = pixels->plane(0);
+        for (int row = 0; row < 60; ++row)
+            for (int column = 0; column < 200; ++column) {
+                const Point at{column + 0.5, 59.5 - row};
+                const bool isInside = opaque.isRound ? std::hypot((at.x - rect.midX()) / rect.width,
+                                                                  (at.y - rect.midY()) / rect.height) < 0.5
+                                                     : rect.contains(at);
+                if (isInside) plane.data[row * plane.strideBytes + column * 4 + 3] = 255;
+            }
+        // Off the grid or of another size now and then.
+        const double step = pick(3) ? 1 : 0.5;
+        const double scale = pick(3) ? 1 : real(0.5, 1.5);
+        return (pick(3) ? ReferenceImage::pixels(pixels, opaque)
+                        : ReferenceImage::pixels(noise(PixelFormat::bgrx, 200, 60, random_())))
+            .scaled(scale, scale)
+            .translated(step * pick(60), step * pick(10) - 5)
+            .over(back);
+    }
+
+    // A picture in a disc of soft edge.
     ReferenceImage behindADisc(const ReferenceImage& back, int width) {
         const double radius = real(2, 30);
         const auto disc =
             ReferenceImage::radialGradient({real(0, width), real(0, 60)}, radius - 1,
                                            {1, 1, 1, pick(4) ? 1 : 0.6}, radius + 1, {1, 1, 1, 0});
-        return ReferenceImage::blend(make(1), back, disc);
+        const auto front = pick(3) ? make(1) : make(1).over(ReferenceImage::color({0.2, 0.3, 0.4, 1}));
+        return ReferenceImage::blend(front, back, disc);
     }
 
-private:
     int pick(int count) { return static_cast<int>(random_() % static_cast<unsigned>(count)); }
     double real(double low, double high) { return std::uniform_real_distribution(low, high)(random_); }
     Color color() { return {real(0, 1), real(0, 1), real(0, 1), pick(3) == 0 ? 1 : real(0, 1)}; }
@@ -97,7 +139,7 @@ TEST(RenderTest, randomRecipesLookAsComputedPointByPointWholeOrInBlocks) {
             RandomRecipes recipes(seed);
             auto recipe = isFrame ? picture : recipes.make(1 + static_cast<int>(seed % 5));
             if (seed % 4 == 1) recipe = recipe.over(picture);
-            for (unsigned i = 0; i < seed % 5; ++i) recipe = recipes.behindADisc(recipe, width);
+            for (unsigned i = 0; i < seed % 5; ++i) recipe = recipes.behindSomething(recipe, width);
             std::minstd_rand random(seed);
             BlockSet blocks(width, height);
             for (int i = 0; i < 20; ++i)
