@@ -42,6 +42,13 @@ void CameraSource::stop() {
     });
 }
 
+void CameraSource::captureOutput(PixelBufferRef frame) {
+    observer_.with([&](const auto& observer) {
+        if (observer) observer(frame);
+    });
+    latest_.set(std::move(frame));
+}
+
 void CameraSource::configureAndRun(const std::optional<std::string>& deviceID) {
     queue_.async([this, deviceID] { openCamera(deviceID); });
 }

@@ -5,6 +5,7 @@
 #include "imaging/PixelBuffer.h"
 #include "platform/CameraSession.h"
 
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -39,8 +40,14 @@ public:
     // Stops the camera, drops its frame and forgets a start that waits for the user. Returns at once.
     void stop();
 
+    // Has every frame from now on shown to `observer` before it becomes the newest, on the thread it comes
+    // on; an empty one ends that. No call is under way when this returns. Any thread but the observer's.
+    void setObserver(std::function<void(const PixelBufferRef&)> observer) {
+        observer_.set(std::move(observer));
+    }
+
     // Takes a frame of the camera (bgra or bgrx) in the place of the one before, or none. Any thread.
-    void captureOutput(PixelBufferRef frame) { latest_.set(std::move(frame)); }
+    void captureOutput(PixelBufferRef frame);
 
     // The newest frame (bgra or bgrx), or none; the reader's reference keeps it alive. Any thread.
     PixelBufferRef latest() const { return latest_.copy(); }
@@ -58,6 +65,7 @@ private:
 
     CameraSession& session_;
     const std::shared_ptr<Guarded<Wish>> wish_ = std::make_shared<Guarded<Wish>>();
+    Guarded<std::function<void(const PixelBufferRef&)>> observer_;
     Guarded<PixelBufferRef> latest_;
     std::unique_ptr<CameraRun> run_;  // the queue's; there while a camera runs
     SerialQueue queue_{"app.tolvane.kasto.camera", QueuePriority::userInteractive};

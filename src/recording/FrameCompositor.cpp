@@ -10,10 +10,7 @@ namespace kasto {
 namespace {
 
 constexpr Color kPulse{0.92, 0.26, 0.30, 1};
-constexpr Color kTileBorder{0.05, 0.05, 0.06, 1};
-constexpr Color kNoCamera{0.09, 0.09, 0.11, 1};
 constexpr double kPulseInnerRadius = 0.55;  // of the radius
-constexpr double kEdgeSoftnessPx = 1;       // either side of a round edge
 
 // The encoder needs the cores more than the compositor does: beyond three threads a frame gains little, and
 // one core stays free of it.
@@ -25,12 +22,6 @@ int contextThreads() {
 Color withAlpha(Color color, double alpha) {
     color.alpha = alpha;
     return color;
-}
-
-// Opaque in a circle, with a soft edge.
-Image circleMask(Point center, double radius) {
-    return Image::radialGradient(center, radius - kEdgeSoftnessPx, Color{1, 1, 1, 1},
-                                 radius + kEdgeSoftnessPx, Color{1, 1, 1, 0});
 }
 
 }  // namespace
@@ -89,8 +80,7 @@ Image FrameCompositor::frame(const FrameIngredients& ingredients) const {
     const Rect crop = flipped(snapshot.cropPx);
     image = image.cropped(crop).translated(-crop.x, -crop.y).scaled(outW_ / crop.width, outH_ / crop.height);
 
-    if (snapshot.camRect) image = withTile(image, *snapshot.camRect, snapshot.camRound, ingredients.camera);
-    return image;
+    return snapshot.camRect ? withTile(image, ingredients) : image;
 }
 
 Image FrameCompositor::disc(Point at, double radius, double alpha) const {
@@ -100,29 +90,13 @@ Image FrameCompositor::disc(Point at, double radius, double alpha) const {
         .cropped(discBounds(center, radius));
 }
 
-Image FrameCompositor::place(const Image& image, const Rect& into) {
-    const auto extent = image.extent();
-    if (!extent || extent->isEmpty()) return image.cropped(into);
-    const double s = std::max(into.width / extent->width, into.height / extent->height);
-    return image.scaled(s, s)
-        .translated(into.midX() - extent->midX() * s, into.midY() - extent->midY() * s)
-        .cropped(into);
-}
-
-Image FrameCompositor::withTile(const Image& picture, const Rect& tilePx, bool round,
-                                const PixelBufferRef& camera) const {
-    const Rect tile = flipped(tilePx);
-    const double borderWidth = tileBorderWidth(outW_);
-    const Image border = Image::color(kTileBorder).cropped(tile.grown(borderWidth));
-    const Image content = place(camera ? Image::pixels(camera) : Image::color(kNoCamera), tile);
-    if (!round) return content.over(border.over(picture));
-
-    const Point center{tile.midX(), tile.midY()};
-    const double radius = std::min(tile.width, tile.height) / 2;
-    Image borderMask = circleMask(center, borderWidth + radius);
-    if (const auto extent = picture.extent()) borderMask = borderMask.cropped(*extent);
-    const Image framed = Image::blend(border, picture, borderMask);
-    return Image::blend(content, framed, circleMask(center, radius));
+Image FrameCompositor::withTile(const Image& image, const FrameIngredients& ingredients) const {
+    const RenderSnapshot& snapshot = ingredients.snapshot;
+    const TilePlace place{{outW_, outH_}, *snapshot.camRect, snapshot.camRound};
+    const TilePicture& drawn = ingredients.tile;
+    if (drawn.pixels && drawn.camera == ingredients.camera && drawn.place == place)
+        return drawn.image().over(image);
+    return kasto::withTile(image, place, ingredients.camera);
 }
 
 Rect FrameCompositor::flipped(const Rect& px) const { return {px.x, outH_ - px.maxY(), px.width, px.height}; }

@@ -40,13 +40,9 @@ public:
     // faded out at the radius.
     Image disc(Point at, double radius, double alpha) const;
 
-    // The image, scaled to cover the whole rectangle (image space), centred and cut to it. An image without
-    // bounds is just cut.
-    static Image place(const Image& image, const Rect& into);
-
 private:
     Rect flipped(const Rect& px) const;
-    Image withTile(const Image& picture, const Rect& tilePx, bool round, const PixelBufferRef& camera) const;
+    Image withTile(const Image& image, const FrameIngredients& ingredients) const;
     BlockSet& staleOf(const PixelBuffer& buffer);
 
     ImageContext context_;

@@ -3,6 +3,7 @@
 #include "imaging/BlockSet.h"
 #include "imaging/PixelBuffer.h"
 #include "model/RenderSnapshot.h"
+#include "recording/CameraTile.h"
 
 namespace kasto {
 
@@ -17,6 +18,7 @@ struct FrameIngredients {
     ScreenPicture screen;
     RenderSnapshot snapshot;
     PixelBufferRef camera;  // none shows the tile without a picture
+    TilePicture tile;       // spares the tile's drawing if it is of this picture and at this place
 };
 
 }  // namespace kasto

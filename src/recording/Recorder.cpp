@@ -56,6 +56,7 @@ Result<void> Recorder::start() {
     DebugLog::log("audio: sys="s + trueOrFalse(systemSound) + " mic=" + trueOrFalse(microphone));
 
     if (auto capturing = startCapture(std::move(*stream)); !capturing) return capturing;
+    camera_.setObserver([this](const PixelBufferRef& frame) { tile_.draw(frame); });
     const int fps = plan->video.expectedFrameRate;
     timer_ = videoQueue_.startTimer(kFirstFrameS, 1.0 / fps, kTickLeewayS, [this] { encodeTick(); });
     DebugLog::log("recording " + std::to_string(plan->video.width) + "x" +
@@ -110,6 +111,7 @@ std::optional<std::filesystem::path> Recorder::stop() {
     const std::scoped_lock oneAtATime(takeLock_);
     life_.with([](Life& life) { life.running = false; });
     timer_.reset();
+    camera_.setObserver({});
     if (stream_) {
         // One that cannot be stopped in order is stopped by its destruction.
         (void)stream_->stopCapture();
@@ -136,6 +138,7 @@ std::optional<std::filesystem::path> Recorder::closeMovie() {
         movie_->discard();
     movie_.reset();
     latest_.end();
+    tile_.end();
     ingredients_ = {};
     DebugLog::log("stopped → " + (result ? result->filename().string() : "(no file)"));
     return result;
@@ -169,8 +172,7 @@ void Recorder::encodeTick() {
     PixelBufferPool* const pool = movie_->pixelBufferPool();
     // What has changed on the screen is told once, so it is taken only for a frame that is composed.
     if (!pool || !latest_.take(ingredients_.screen)) return;
-    ingredients_.camera = ingredients_.snapshot.camRect ? camera_.latest() : PixelBufferRef{};
-    if (ingredients_.camera) model_.setCamAspect(cameraAspect(*ingredients_.camera));
+    takeCamera();
     const PixelBufferRef frame = compositor_.compose(ingredients_, *pool);
     ingredients_.screen.pixels = {};
     if (!frame) return;
@@ -182,6 +184,18 @@ void Recorder::encodeTick() {
     }
     // The changes of a frame that did not get into the movie are lost.
     if (!movie_->appendVideo(frame, pts, compositor_.changed())) compositor_.end();
+}
+
+void Recorder::takeCamera() {
+    const RenderSnapshot& snapshot = ingredients_.snapshot;
+    ingredients_.camera = {};
+    if (!snapshot.camRect) return tile_.want({});
+    tile_.want(TilePlace{{model_.pixW(), model_.pixH()}, *snapshot.camRect, snapshot.camRound});
+    ingredients_.camera = camera_.latest();
+    // One of a later picture may be there already: the one at hand is still right then.
+    TilePicture tile = tile_.newest();
+    if (tile.camera == ingredients_.camera) ingredients_.tile = std::move(tile);
+    if (ingredients_.camera) model_.setCamAspect(cameraAspect(*ingredients_.camera));
 }
 
 }  // namespace kasto

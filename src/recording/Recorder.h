@@ -6,6 +6,7 @@
 #include "base/SerialQueue.h"
 #include "platform/Desktop.h"
 #include "platform/ScreenStream.h"
+#include "recording/CameraTile.h"
 #include "recording/FrameCompositor.h"
 #include "recording/LatestPicture.h"
 #include "recording/TakeMovie.h"
@@ -72,6 +73,7 @@ private:
     Result<void> startCapture(std::unique_ptr<ScreenStream> stream);
     void replaceMovie(TakeMovie movie);
     void encodeTick();
+    void takeCamera();
     void drainQueues();
     std::optional<std::filesystem::path> closeMovie();
 
@@ -86,6 +88,7 @@ private:
     std::mutex takeLock_;  // held by start() and stop() from beginning to end
     Guarded<Life> life_;
     LatestPicture latest_;
+    CameraTile tile_;
     DisplayId captureDisplayID_ = 0;
 
     // Changed by start() and stop() only, while no job that reads them is on a queue.

@@ -1,0 +1,91 @@
+#include "recording/TileImage.h"
+
+#include "recording/FrameGeometry.h"
+
+#include <algorithm>
+
+namespace kasto {
+
+namespace {
+
+constexpr Color kTileBorder{0.05, 0.05, 0.06, 1};
+constexpr Color kNoCamera{0.09, 0.09, 0.11, 1};
+constexpr Color kBlack{0, 0, 0, 1};
+constexpr double kEdgeSoftnessPx = 1;  // either side of a round edge
+
+// The same place in image space.
+struct Layout {
+    Rect frame;
+    Rect tile;
+    double borderWidth;
+
+    double radius() const { return std::min(tile.width, tile.height) / 2; }
+    Rect framed() const { return tile.grown(borderWidth); }
+
+    // Opaque in a circle around the tile's centre, with a soft edge.
+    Image circleMask(double radius) const {
+        return Image::radialGradient({tile.midX(), tile.midY()}, radius - kEdgeSoftnessPx, Color{1, 1, 1, 1},
+                                     radius + kEdgeSoftnessPx, Color{1, 1, 1, 0});
+    }
+};
+
+Layout layoutOf(const TilePlace& place) {
+    const Rect& px = place.tile;
+    return {.frame = {0, 0, place.frame.width, place.frame.height},
+            .tile = {px.x, place.frame.height - px.maxY(), px.width, px.height},
+            .borderWidth = tileBorderWidth(place.frame.width)};
+}
+
+Image contentOf(const Layout& layout, const PixelBufferRef& camera) {
+    return place(camera ? Image::pixels(camera) : Image::color(kNoCamera), layout.tile);
+}
+
+Image borderOf(const Layout& layout) { return Image::color(kTileBorder).cropped(layout.framed()); }
+
+Image blended(const Image& content, const Image& border, const Image& frame, const Layout& layout) {
+    const Image borderMask = layout.circleMask(layout.borderWidth + layout.radius()).cropped(layout.frame);
+    return Image::blend(content, Image::blend(border, frame, borderMask), layout.circleMask(layout.radius()));
+}
+
+}  // namespace
+
+Image place(const Image& image, const Rect& into) {
+    const auto extent = image.extent();
+    if (!extent || extent->isEmpty()) return image.cropped(into);
+    const double s = std::max(into.width / extent->width, into.height / extent->height);
+    return image.scaled(s, s)
+        .translated(into.midX() - extent->midX() * s, into.midY() - extent->midY() * s)
+        .cropped(into);
+}
+
+Image withTile(const Image& frame, const TilePlace& place, const PixelBufferRef& camera) {
+    const Layout layout = layoutOf(place);
+    const Image content = contentOf(layout, camera);
+    const Image border = borderOf(layout);
+    return place.isRound ? blended(content, border, frame, layout) : content.over(border.over(frame));
+}
+
+// The round masks reach a little beyond what they show. There the frame gives way to nothing, which a movie
+// shows as black.
+Image tileAlone(const TilePlace& place, const PixelBufferRef& camera) {
+    const Layout layout = layoutOf(place);
+    const Image content = contentOf(layout, camera);
+    const Image border = borderOf(layout);
+    if (!place.isRound) return content.over(border);
+    const Image black = Image::color(kBlack);
+    return blended(content.over(black), border.over(black), {}, layout);
+}
+
+Rect tileBounds(const TilePlace& place) {
+    const Layout layout = layoutOf(place);
+    return layout.framed().grown(kEdgeSoftnessPx).intersection(layout.frame).integral();
+}
+
+Shape tileOpaque(const TilePlace& place) {
+    const Layout layout = layoutOf(place);
+    if (!place.isRound) return {layout.framed(), false};
+    const Rect centre{layout.tile.midX(), layout.tile.midY(), 0, 0};
+    return {centre.grown(layout.borderWidth + layout.radius() - kEdgeSoftnessPx), true};
+}
+
+}  // namespace kasto

@@ -1,0 +1,34 @@
+#pragma once
+
+#include "base/Geometry.h"
+#include "imaging/Image.h"
+#include "imaging/PixelBuffer.h"
+
+namespace kasto {
+
+// Where the webcam's tile lies in a movie. All in pixels of the frame: origin top-left, y downward.
+struct TilePlace {
+    Size frame;  // of the movie
+    Rect tile;   // without its border
+    bool isRound = false;
+
+    bool operator==(const TilePlace&) const = default;
+};
+
+// The image, scaled to cover the whole rectangle (image space), centred and cut to it. An image without
+// bounds is just cut.
+Image place(const Image& image, const Rect& into);
+
+// A frame (image space) with the tile and its border on it. Without a picture of the camera the tile shows a
+// plain colour.
+Image withTile(const Image& frame, const TilePlace& place, const PixelBufferRef& camera);
+
+// The tile and its border without a frame. Laid over one it looks as withTile() does.
+Image tileAlone(const TilePlace& place, const PixelBufferRef& camera);
+
+// The part of image space that tile and border need, whole pixels inside the frame, and where in it tileAlone
+// is opaque.
+Rect tileBounds(const TilePlace& place);
+Shape tileOpaque(const TilePlace& place);
+
+}  // namespace kasto
