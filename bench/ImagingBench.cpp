@@ -5,6 +5,8 @@
 #include "imaging/Image.h"
 #include "imaging/ImageContext.h"
 #include "imaging/PixelBuffer.h"
+#include "recording/CameraTile.h"
+#include "recording/FrameCompositor.h"
 
 #include <benchmark/benchmark.h>
 #include <libyuv.h>
@@ -26,11 +28,6 @@ namespace {
 
 using namespace kasto;
 
-constexpr Color kPulse{0.92, 0.26, 0.30, 0.6};
-constexpr Color kPulseEdge{0.92, 0.26, 0.30, 0};
-constexpr Color kWhite{1, 1, 1, 1};
-constexpr Color kClearWhite{1, 1, 1, 0};
-constexpr Color kBorder{0.05, 0.05, 0.06, 1};
 constexpr int kPulseCount = 24;
 
 struct View {
@@ -59,8 +56,18 @@ public:
         : height_(height),
           width_(height * 16 / 9),
           screen_(desktopPicture(width_, height)),
-          camera_(desktopPicture(1280, 720)),
-          target_(PixelBuffer::make(PixelFormat::i420, width_, height)) {}
+          target_(PixelBuffer::make(PixelFormat::i420, width_, height)),
+          pulses_(pulses()),
+          place_{.frame = {1.0 * width_, 1.0 * height},
+                 .tile = {width_ * 0.8 - 24, height * 1.0 - width_ * 0.2 - 24, width_ * 0.2, width_ * 0.2},
+                 .isRound = true} {
+        compositor_.begin(width_, height);
+        ingredients_.screen.pixels = screen_;
+        ingredients_.camera = desktopPicture(1280, 720);
+        ingredients_.snapshot.camRound = place_.isRound;
+        tile_.want(place_);
+        drawTile();
+    }
 
     int width() const { return width_; }
     int height() const { return height_; }
@@ -68,54 +75,42 @@ public:
     PixelBuffer& target() { return *target_; }
     Rect bounds() const { return {0, 0, static_cast<double>(width_), static_cast<double>(height_)}; }
 
-    Image frame(const View& view, bool hasEffects) const {
-        Image image = Image::pixels(screen_);
-        if (hasEffects) image = withPulses(std::move(image));
-        image = image.cropped({view.originPx.x, view.originPx.y, width_ / view.zoom, height_ / view.zoom})
-                    .translated(-view.originPx.x, -view.originPx.y)
-                    .scaled(view.zoom, view.zoom);
-        return hasEffects ? withTile(image) : image;
+    Image frame(const View& view, bool hasEffects) {
+        auto& snapshot = ingredients_.snapshot;
+        snapshot.cropPx = {view.originPx.x, view.originPx.y, width_ / view.zoom, height_ / view.zoom};
+        snapshot.ripples = hasEffects ? pulses_ : RippleDiscs();
+        snapshot.camRect.reset();
+        if (hasEffects) snapshot.camRect = place_.tile;
+        return compositor_.frame(ingredients_);
+    }
+
+    // What a picture of the camera costs beside the frames.
+    void drawTile() {
+        tile_.draw(ingredients_.camera);
+        ingredients_.tile = tile_.newest();
     }
 
 private:
     // Pulses of every age, in the part of the picture that is seen when zoomed in as well as outside.
-    Image withPulses(Image image) const {
+    RippleDiscs pulses() const {
+        RippleDiscs pulses;
         const double scale = height_ > 1440 ? 2 : 1;
         for (int i = 0; i < kPulseCount; ++i) {
-            const Point at{width_ * (0.06 + 0.037 * i), height_ * (0.1 + 0.8 * (i * 7 % 24) / 24)};
-            const double radius = scale * (14 + (58.0 - 14) * i / (kPulseCount - 1));
-            const double half = radius + 2;
-            image = Image::radialGradient(at, 0.55 * radius, kPulse, radius, kPulseEdge)
-                        .cropped({at.x - half, at.y - half, 2 * half, 2 * half})
-                        .over(image);
+            const Point at{width_ * (0.06 + 0.037 * i), height_ * (0.9 - 0.8 * (i * 7 % 24) / 24)};
+            pulses.push_back({at, scale * (14 + (58.0 - 14) * i / (kPulseCount - 1)), 0.6});
         }
-        return image;
-    }
-
-    Image withTile(const Image& image) const {
-        const double side = width_ * 0.2;
-        const double border = std::max(width_ / 800.0, 3.0);
-        const Rect tile{width_ - side - 24, 24, side, side};
-        const double scale = side / 720;
-        const Image camera = Image::pixels(camera_)
-                                 .scaled(scale, scale)
-                                 .translated(tile.midX() - 640 * scale, tile.y)
-                                 .cropped(tile);
-        const auto disc = [&](double radius) {
-            return Image::radialGradient({tile.midX(), tile.midY()}, radius - 1, kWhite, radius + 1,
-                                         kClearWhite)
-                .cropped(bounds());
-        };
-        const Image framed =
-            Image::blend(Image::color(kBorder).cropped(tile.grown(border)), image, disc(border + side / 2));
-        return Image::blend(camera, framed, disc(side / 2));
+        return pulses;
     }
 
     int height_;
     int width_;
     PixelBufferRef screen_;
-    PixelBufferRef camera_;
     PixelBufferRef target_;
+    RippleDiscs pulses_;
+    TilePlace place_;
+    FrameCompositor compositor_;
+    CameraTile tile_;
+    FrameIngredients ingredients_;
 };
 
 View whole() { return {1, {0, 0}}; }
@@ -134,6 +129,9 @@ Work composing(Scene& scene, const View& view, bool hasEffects) {
 
 Work frame(Scene& scene) { return composing(scene, whole(), false); }
 Work frameWithEffects(Scene& scene) { return composing(scene, whole(), true); }
+Work cameraTile(Scene& scene) {
+    return [&scene] { scene.drawTile(); };
+}
 Work zoomedFrame(Scene& scene) { return composing(scene, zoomed(scene), false); }
 Work zoomedFrameWithEffects(Scene& scene) { return composing(scene, zoomed(scene), true); }
 
@@ -234,6 +232,7 @@ BENCHMARK_CAPTURE(compare, frame_libyuvConvert, frame, libyuvConvert)->Apply(hei
 BENCHMARK_CAPTURE(compare, zoomedFrame_libyuvZoom, zoomedFrame, libyuvZoom)->Apply(heights);
 BENCHMARK_CAPTURE(compare, zoomedFrame_swscaleZoom, zoomedFrame, swscaleZoom)->Apply(heights);
 BENCHMARK_CAPTURE(compare, frameWithEffects_frame, frameWithEffects, frame)->Apply(heights);
+BENCHMARK_CAPTURE(compare, cameraTile_frame, cameraTile, frame)->Apply(heights);
 BENCHMARK_CAPTURE(compare, zoomedFrameWithEffects_zoomedFrame, zoomedFrameWithEffects, zoomedFrame)
     ->Apply(heights);
 
