@@ -191,10 +191,15 @@ HWY_INLINE void convertPair(const Pixel* upper, const Pixel* lower, int count, c
 }
 
 void convertRows(const SourceRows& source, int count, int rows, const PlanarRows& to) {
-    for (int row = 0; row < rows; row += 2)
-        convertPair(
-            source.row(row), source.row(row + 1), count,
-            {to.luma.row(row), to.luma.row(row + 1), to.blueChroma.row(row / 2), to.redChroma.row(row / 2)});
+    for (int row = 0; row < rows; row += 2) {
+        if (row + 2 < rows) {
+            prefetchRow(source.row(row + 2), count);
+            prefetchRow(source.row(row + 3), count);
+        }
+        convertPair(source.row(row), source.row(row + 1), count,
+                    {to.luma.row(row), to.luma.row(row + 1), to.blueChroma.row(row / 2),
+                     to.redChroma.row(row / 2)});
+    }
 }
 
 }  // namespace kasto::HWY_NAMESPACE

@@ -8,6 +8,7 @@
 
 #include "imaging/Kernels.h"
 
+#include <hwy/cache_control.h>
 #include <hwy/highway.h>
 
 #include <algorithm>
@@ -107,6 +108,14 @@ HWY_INLINE void storeFirst(Pixels pixels, Pixel* to, int count) {
     hn::Store(pixels, words, padded);
     std::copy_n(padded, count, to);
 #endif
+}
+
+// Has the beginning of a row that is read soon fetched from memory meanwhile: the processor foresees how a row
+// goes on, but not the next one.
+HWY_INLINE void prefetchRow(const Pixel* row, int count) {
+    constexpr int kLine = 16;
+    const int end = std::min(count, 8 * kLine);
+    for (int i = 0; i < end; i += kLine) hwy::Prefetch(row + i);
 }
 
 // out[i] = f(i, inputs[i]...)
