@@ -196,9 +196,9 @@ void convertRows(const SourceRows& source, int count, int rows, const PlanarRows
             prefetchRow(source.row(row + 2), count);
             prefetchRow(source.row(row + 3), count);
         }
-        convertPair(source.row(row), source.row(row + 1), count,
-                    {to.luma.row(row), to.luma.row(row + 1), to.blueChroma.row(row / 2),
-                     to.redChroma.row(row / 2)});
+        convertPair(
+            source.row(row), source.row(row + 1), count,
+            {to.luma.row(row), to.luma.row(row + 1), to.blueChroma.row(row / 2), to.redChroma.row(row / 2)});
     }
 }
 

@@ -110,8 +110,8 @@ HWY_INLINE void storeFirst(Pixels pixels, Pixel* to, int count) {
 #endif
 }
 
-// Has the beginning of a row that is read soon fetched from memory meanwhile: the processor foresees how a row
-// goes on, but not the next one.
+// Has the beginning of a row that is read soon fetched from memory meanwhile: the processor foresees how a
+// row goes on, but not the next one.
 HWY_INLINE void prefetchRow(const Pixel* row, int count) {
     constexpr int kLine = 16;
     const int end = std::min(count, 8 * kLine);

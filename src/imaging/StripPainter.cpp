@@ -194,13 +194,22 @@ void StripPainter::composeBand(ColumnRun columns, int top, int bottom) {
             carryOut(step, top, bottom, inStep);
             continue;
         }
-        carryOut(step, top, bottom, inStep.intersection({columns.begin, hidden.begin}));
         if (i == cover) pictures_.draw(step.drawing.index, top, bottom, hidden, layerRows(0, top));
-        carryOut(step, top, bottom, inStep.intersection({hidden.end, columns.end}));
+        // Row by row where few rows of a picture are kept.
+        const int rows = isEnlarged(step) ? 1 : bottom - top;
+        for (int row = top; row < bottom; row += rows) {
+            carryOut(step, row, row + rows, inStep.intersection({columns.begin, hidden.begin}));
+            carryOut(step, row, row + rows, inStep.intersection({hidden.end, columns.end}));
+        }
     }
     if (!isPlanar_) return;
     const PixelRows composed = layerRows(0, top);
     convert({composed.first + columns.begin, composed.stride}, columns, top, bottom);
+}
+
+bool StripPainter::isEnlarged(const Step& step) const {
+    return step.kind == Step::Kind::draw && step.drawing.leaf == Draw::Leaf::pixels &&
+           plan_->resampling(step.drawing.index).way() == Resampling::Way::interpolate;
 }
 
 void StripPainter::carryOut(const Step& step, int top, int bottom, ColumnRun columns) {

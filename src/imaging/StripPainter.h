@@ -34,6 +34,7 @@ private:
     void paintTouched(ColumnRun columns, int top, int bottom);
     void compose(ColumnRun columns, int top, int bottom);
     void composeBand(ColumnRun columns, int top, int bottom);
+    bool isEnlarged(const Step& step) const;
     void carryOut(const Step& step, int top, int bottom, ColumnRun columns);
     void convert(const SourceRows& source, ColumnRun columns, int top, int bottom);
 
