@@ -10,7 +10,6 @@ HWY_BEFORE_NAMESPACE();
 namespace kasto::HWY_NAMESPACE {
 
 using Integers = hn::RebindToSigned<Words>;
-using Shorts = hn::Repartition<std::int16_t, Words>;
 using Weights = hn::Vec<Shorts>;
 using Sums = hn::Vec<Integers>;
 
@@ -36,16 +35,6 @@ constexpr Row kLuma{lumaParts(kBlue), lumaParts(kGreen), lumaParts(kRed)};
 constexpr Row kBlueChroma{chromaParts(1 - kBlue, kBlue), chromaParts(-kGreen, kBlue),
                           chromaParts(-kRed, kBlue)};
 constexpr Row kRedChroma{chromaParts(-kBlue, kRed), chromaParts(-kGreen, kRed), chromaParts(1 - kRed, kRed)};
-
-// Two of four channels each, as whole levels.
-struct Levels {
-    Channels16 blueRed;
-    Channels16 greenAlpha;
-};
-
-HWY_INLINE Levels levels(Pixels pixels) {
-    return {hn::And(halves(pixels), hn::Set(Halves(), 0x00FF)), hn::ShiftRight<8>(halves(pixels))};
-}
 
 HWY_INLINE Levels added(const Levels& a, const Levels& b) {
     return {hn::Add(a.blueRed, b.blueRed), hn::Add(a.greenAlpha, b.greenAlpha)};

@@ -52,6 +52,8 @@ struct GradientRun {
     float perRadius = 0;  // 1 / (radius1 - radius0)
     FineColor inner;
     FineColor outer;
+    Pixel innerColor = 0;  // opaque, to be weighted by
+    float innerAlpha = 0;
 };
 
 namespace kernels {

@@ -30,16 +30,23 @@ void colorOverRow(const FineColor& color, int count, Pixel* row) {
         count, row, [&](int, Pixels background) HWY_ATTR { return over(fine, alpha, background); }, row);
 }
 
-// How far the pixels of a run are from one radius (0) to the other one (65535).
+// How far the pixels of a run are from one radius, where this is 0, to the other one.
 class GradientPlaces {
 public:
-    // From the inner radius to the outer one, or the other way.
-    HWY_INLINE GradientPlaces(const GradientRun& run, bool isOutward)
-        : run_(run),
-          perUnit_((isOutward ? kFull : -kFull) * run.perRadius),
-          atCentre_(kWhole + (isOutward ? 0 : kFull) - run.radius0 * perUnit_),
-          columns_(hn::Iota(floats_, 0.0F)) {}
+    // From the inner radius to the outer one, where it is 65535.
+    HWY_INLINE explicit GradientPlaces(const GradientRun& run)
+        : GradientPlaces(run, kFull, kWhole - run.radius0 * kFull * run.perRadius, kFull * run.perRadius) {}
 
+    // From the outer radius to the inner one, where it is `full`.
+    HWY_INLINE GradientPlaces(const GradientRun& run, float full)
+        : GradientPlaces(run, full, kWhole + full + run.radius0 * full * run.perRadius,
+                         -full * run.perRadius) {}
+
+private:
+    HWY_INLINE GradientPlaces(const GradientRun& run, float full, float atCentre, float perUnit)
+        : run_(run), full_(full), perUnit_(perUnit), atCentre_(atCentre), columns_(hn::Iota(floats_, 0.0F)) {}
+
+public:
     // Of the next vector of pixels: the squared distances from the centre's column.
     HWY_INLINE hn::Vec<hn::RebindToFloat<Words>> nextSquaredX() {
         const auto x = hn::MulAdd(columns_, hn::Set(floats_, run_.stepX), hn::Set(floats_, run_.firstX));
@@ -51,7 +58,7 @@ public:
         const auto distance = hn::Sqrt(hn::Add(squaredX, hn::Set(floats_, squaredY)));
         const auto place = hn::MulAdd(distance, hn::Set(floats_, perUnit_), hn::Set(floats_, atCentre_));
         const auto clamped =
-            hn::Min(hn::Max(place, hn::Set(floats_, kWhole)), hn::Set(floats_, kWhole + kFull));
+            hn::Min(hn::Max(place, hn::Set(floats_, kWhole)), hn::Set(floats_, kWhole + full_));
         return lowHalves(hn::BitCast(Words(), clamped));
     }
 
@@ -61,6 +68,7 @@ private:
     static constexpr float kWhole = 0x1p23F;
     hn::RebindToFloat<Words> floats_;
     const GradientRun& run_;
+    float full_;
     float perUnit_;
     float atCentre_;
     hn::Vec<hn::RebindToFloat<Words>> columns_;
@@ -92,16 +100,28 @@ HWY_INLINE void mapGradient(const GradientRun& run, GradientPlaces places, int c
     }
 }
 
+// A gradient that is transparent outside: the pixels go towards one colour, by its alpha.
+void fadeOverRows(const GradientRun& run, int count, int rows, const PixelRows& to) {
+    constexpr float kFull = 32767;  // as fixed-point multiplication has it
+    const Shorts shorts;
+    const Levels color = levels(hn::Set(Words(), run.innerColor));
+    const auto fading = [&](Channels16 weights, Pixels background) HWY_ATTR {
+        const Levels from = levels(background);
+        const auto towards = [&](Channels16 level, Channels16 target) HWY_ATTR {
+            const auto way = hn::BitCast(shorts, hn::Sub(target, level));
+            return hn::Add(level,
+                           hn::BitCast(Halves(), hn::MulFixedPoint15(way, hn::BitCast(shorts, weights))));
+        };
+        const auto greenAlpha = hn::ShiftLeft<8>(towards(from.greenAlpha, color.greenAlpha));
+        return hn::BitCast(Words(), hn::Or(towards(from.blueRed, color.blueRed), greenAlpha));
+    };
+    mapGradient(run, GradientPlaces(run, kFull * run.innerAlpha), count, rows, to, fading);
+}
+
 void gradientOverRows(const GradientRun& run, int count, int rows, const PixelRows& to) {
+    if ((run.outer.blueRed | run.outer.greenAlpha) == 0) return fadeOverRows(run, count, rows, to);
     const auto inner = fineColor(run.inner);
     const auto innerAlpha = alphaWeights(run.inner);
-    if ((run.outer.blueRed | run.outer.greenAlpha) == 0) {
-        const auto fading = [&](Channels16 nearness, Pixels background) HWY_ATTR {
-            return over(scaledBy(inner, nearness), hn::MulHigh(innerAlpha, nearness), background);
-        };
-        mapGradient(run, GradientPlaces(run, false), count, rows, to, fading);
-        return;
-    }
     const auto outer = fineColor(run.outer);
     const auto outerAlpha = alphaWeights(run.outer);
     const auto blending = [&](Channels16 place, Pixels background) HWY_ATTR {
@@ -109,12 +129,12 @@ void gradientOverRows(const GradientRun& run, int count, int rows, const PixelRo
             hn::SaturatedAdd(hn::MulHigh(innerAlpha, hn::Not(place)), hn::MulHigh(outerAlpha, place));
         return over(between(inner, outer, place), alpha, background);
     };
-    mapGradient(run, GradientPlaces(run, true), count, rows, to, blending);
+    mapGradient(run, GradientPlaces(run), count, rows, to, blending);
 }
 
 void mixRowByGradient(const GradientRun& run, const Pixel* foreground, const Pixel* background, int count,
                       Pixel* row) {
-    GradientPlaces places(run, true);
+    GradientPlaces places(run);
     const float squaredY = run.firstY * run.firstY;
     mapRow(
         count, row,

@@ -20,6 +20,7 @@ namespace kasto::HWY_NAMESPACE {
 namespace hn = hwy::HWY_NAMESPACE;
 using Words = hn::CappedTag<Pixel, kRowPadding>;
 using Halves = hn::Repartition<std::uint16_t, Words>;
+using Shorts = hn::Repartition<std::int16_t, Words>;
 using Bytes = hn::Repartition<std::uint8_t, Words>;
 using Pixels = hn::Vec<Words>;
 using Channels16 = hn::Vec<Halves>;
@@ -38,6 +39,16 @@ HWY_INLINE Channels16 halves(Pixels pixels) { return hn::BitCast(Halves(), pixel
 
 HWY_INLINE FinePixels split(Pixels pixels) {
     return {hn::ShiftLeft<8>(halves(pixels)), hn::And(halves(pixels), hn::Set(Halves(), 0xFF00))};
+}
+
+// Two of four channels each, as whole levels.
+struct Levels {
+    Channels16 blueRed;
+    Channels16 greenAlpha;
+};
+
+HWY_INLINE Levels levels(Pixels pixels) {
+    return {hn::And(halves(pixels), hn::Set(Halves(), 0x00FF)), hn::ShiftRight<8>(halves(pixels))};
 }
 
 // Rounds to whole levels. Products lose a little less than one part of 256 each, half a part in the mean:

@@ -25,6 +25,11 @@ Pixel wholeColor(const FineColor& fine) {
            wholeChannel(fine.blueRed >> 16) << 16 | wholeChannel(fine.greenAlpha >> 16) << 24;
 }
 
+Color opaque(Color color) {
+    color.alpha = 1;
+    return color;
+}
+
 template <class T>
 const T* as(const ImageNode* node) {
     return std::get_if<T>(&node->operation);
@@ -185,7 +190,9 @@ private:
                              .radius0 = static_cast<float>(gradient.radius0),
                              .perRadius = static_cast<float>(1 / (gradient.radius1 - gradient.radius0)),
                              .inner = fineColor(gradient.inner),
-                             .outer = fineColor(gradient.outer)}};
+                             .outer = fineColor(gradient.outer),
+                             .innerColor = wholeColor(fineColor(opaque(gradient.inner))),
+                             .innerAlpha = static_cast<float>(std::clamp(gradient.inner.alpha, 0.0, 1.0))}};
     }
 
     // The part of the clip outside of which the gradient is transparent.
