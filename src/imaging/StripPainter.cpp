@@ -108,7 +108,7 @@ void StripPainter::findActive(int top, int bottom) {
         if (first >= last) continue;
         const ColumnRun columns = plan_->touchedColumns(*step, first, last);
         if (columns.isEmpty()) continue;
-        active_.push_back({step, columns});
+        active_.push_back({step, columns, plan_->coveredColumns(*step, top, bottom)});
         if (!convertsBase_ || active_.size() == 1) continue;
         touched_.push_back(columns.alignedOut(kConvertedGroup).intersection({0, target_->width()}));
     }
@@ -146,7 +146,7 @@ void StripPainter::paintOverBase(ColumnRun wanted, int top, int bottom) {
 }
 
 void StripPainter::paintTouched(ColumnRun columns, int top, int bottom) {
-    const Plain plain = findPlain(columns, top, bottom);
+    const Plain plain = findPlain(columns, top);
     if (plain.columns.isEmpty()) return compose(columns, top, bottom);
     compose({columns.begin, plain.columns.begin}, top, bottom);
     convert(plain.pixels, plain.columns, top, bottom);
@@ -154,7 +154,7 @@ void StripPainter::paintTouched(ColumnRun columns, int top, int bottom) {
 }
 
 // Looks at what lies on top only.
-StripPainter::Plain StripPainter::findPlain(ColumnRun columns, int top, int bottom) const {
+StripPainter::Plain StripPainter::findPlain(ColumnRun columns, int top) const {
     const auto onTop = std::find_if(active_.rbegin(), active_.rend(), [&](const Active& active) {
         return !active.columns.intersection(columns).isEmpty();
     });
@@ -163,8 +163,7 @@ StripPainter::Plain StripPainter::findPlain(ColumnRun columns, int top, int bott
     if (onTop->step->kind != Step::Kind::draw || drawing.leaf != Draw::Leaf::pixels) return {};
     const Resampling& picture = plan_->resampling(drawing.index);
     if (picture.way() != Resampling::Way::copy) return {};
-    const ColumnRun covered =
-        plan_->coveredColumns(*onTop->step, top, bottom).intersection(columns).alignedIn(kConvertedGroup);
+    const ColumnRun covered = onTop->covered.intersection(columns).alignedIn(kConvertedGroup);
     if (covered.isEmpty()) return {};
     return {covered, picture.copiedFrom(top, covered.begin)};
 }
@@ -182,9 +181,7 @@ void StripPainter::composeBand(ColumnRun columns, int top, int bottom) {
     ColumnRun hidden;
     for (std::size_t i = mayHide_ ? active_.size() : 0; hidden.isEmpty() && i-- > 1;) {
         cover = i;
-        hidden = plan_->coveredColumns(*active_[i].step, top, bottom)
-                     .intersection(columns)
-                     .alignedIn(kComposedGroup);
+        hidden = active_[i].covered.intersection(columns).alignedIn(kComposedGroup);
     }
     for (std::size_t i = 0; i < active_.size(); ++i) {
         const Step& step = *active_[i].step;

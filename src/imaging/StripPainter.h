@@ -59,12 +59,13 @@ private:
         ColumnRun columns;
         SourceRows pixels{};  // from the first of them on
     };
-    Plain findPlain(ColumnRun columns, int top, int bottom) const;
+    Plain findPlain(ColumnRun columns, int top) const;
 
-    // A step and the columns it may change.
+    // A step, the columns it may change, and those of them where it hides what is below.
     struct Active {
         const Step* step;
         ColumnRun columns;
+        ColumnRun covered;
     };
 
     std::vector<const Step*> near_;  // those that have to do with the strip
