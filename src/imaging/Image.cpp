@@ -103,12 +103,12 @@ Image Image::radialGradient(Point center, double radius0, const Color& inner, do
     return Image(makeNode(ImageNode::RadialGradient{center, radius0, radius1, inner, outer}, std::nullopt));
 }
 
-Image Image::pixels(PixelBufferRef buffer) { return pixels(std::move(buffer), {}); }
+Image Image::pixels(PixelBufferRef buffer) { return pixels(std::move(buffer), Disc()); }
 
-Image Image::pixels(PixelBufferRef buffer, const Shape& opaque) {
+Image Image::pixels(PixelBufferRef buffer, const Disc& disc) {
     if (!buffer || buffer->format() == PixelFormat::i420) return {};
     const Rect extent{0, 0, static_cast<double>(buffer->width()), static_cast<double>(buffer->height())};
-    return Image(makeNode(ImageNode::Pixels{std::move(buffer), opaque}, extent));
+    return Image(makeNode(ImageNode::Pixels{std::move(buffer), disc}, extent));
 }
 
 Image Image::cropped(const Rect& rect) const {

@@ -9,10 +9,12 @@ namespace kasto {
 
 struct ImageNode;
 
-// A rectangle, or the ellipse that fills it.
-struct Shape {
-    Rect rect;
-    bool isRound = false;
+// A picture that is a disc: opaque where a pixel's centre is nearer to the disc's than one radius,
+// transparent from the other radius on.
+struct Disc {
+    Point center;
+    double opaqueRadius = 0;
+    double visibleRadius = 0;
 };
 
 // A colour in sRGB, not premultiplied; every component 0 to 1.
@@ -53,9 +55,9 @@ public:
     // the last image over it goes.
     static Image pixels(PixelBufferRef buffer);
 
-    // The same, of which the caller knows that all pixels with their centre inside a shape are opaque: what
-    // lies below them need not be drawn then.
-    static Image pixels(PixelBufferRef buffer, const Shape& opaque);
+    // The same, which the caller knows to be such a disc: neither what it hides nor what it does not show
+    // need be drawn then.
+    static Image pixels(PixelBufferRef buffer, const Disc& disc);
 
     // This image, seen inside the rectangle only. A pixel is inside when its centre is (half-open).
     Image cropped(const Rect& rect) const;

@@ -22,7 +22,7 @@ struct ImageNode {
     };
     struct Pixels {
         PixelBufferRef buffer;
-        Shape opaque;  // has no pixel that is not opaque
+        Disc disc;  // of no radius: nothing is known of the alpha
     };
     struct Crop {
         Image source;

@@ -159,21 +159,14 @@ private:
                      .index = plan_.resamplingCount_++,
                      .box = box,
                      .replaces = resampling.isOpaque() || onFreshLayer};
-        // Where pixels are mixed, those beyond the shape would count.
-        if (resampling.way() == Resampling::Way::copy) addOpaqueShape(pixels.opaque, view.placement, drawing);
+        // Where pixels are mixed, those beyond the disc would count.
+        if (pixels.disc.visibleRadius > 0 && resampling.way() == Resampling::Way::copy) {
+            const Disc& disc = pixels.disc;
+            plan_.gradients_.push_back(placed(
+                {disc.center, disc.opaqueRadius, disc.visibleRadius, {}, {0, 0, 0, 0}}, view.placement));
+            drawing.disc = plan_.gradients_.size() - 1;
+        }
         return drawing;
-    }
-
-    void addOpaqueShape(const Shape& shape, const Placement& at, Draw& drawing) {
-        if (shape.rect.isEmpty()) return;
-        drawing.opaque = coveredPixels(shape.rect, at, drawing.box);
-        if (!shape.isRound) return;
-        const Rect& rect = shape.rect;
-        plan_.gradients_.push_back({.centerX = at.tx + at.sx * rect.midX(),
-                                    .centerY = at.ty - at.sy * rect.midY(),
-                                    .scaleX = at.sx * rect.width / 2,
-                                    .unitsPerRow = 2 / (at.sy * rect.height)});
-        drawing.opaqueEllipse = plan_.gradients_.size() - 1;
     }
 
     static Gradient placed(const ImageNode::RadialGradient& gradient, const Placement& at) {
@@ -297,32 +290,35 @@ void RenderPlan::compile(const Image& image, int width, int height, const Rect& 
     compiler.draw(image, {{1, 1, -bounds.x, bounds.y + height}, whole_}, 0, 1);
 }
 
+std::optional<std::size_t> RenderPlan::discOf(const Step& step) const {
+    if (step.kind == Step::Kind::drawDisc) return step.disc;
+    if (step.kind != Step::Kind::draw || step.drawing.replaces) return std::nullopt;
+    return step.drawing.leaf == Draw::Leaf::gradient ? step.drawing.index : step.drawing.disc;
+}
+
 ColumnRun RenderPlan::touchedColumns(const Step& step, int top, int bottom) const {
     const ColumnRun whole = columnsOf(step.box);
-    const bool isDisc = step.kind == Step::Kind::drawDisc;
-    if (!isDisc && !(step.kind == Step::Kind::draw && step.drawing.leaf == Draw::Leaf::gradient))
-        return whole;
-    const Gradient& gradient = gradients_[isDisc ? step.disc : step.drawing.index];
-    if (!gradient.vanishesOutside) return whole;
+    const auto disc = discOf(step);
+    if (!disc || !gradients_[*disc].vanishesOutside) return whole;
+    const Gradient& gradient = gradients_[*disc];
     const int widest = std::clamp(static_cast<int>(std::floor(gradient.centerY)), top, bottom - 1);
     return gradient.columns(gradient.radius1, widest, whole);
 }
 
 ColumnRun RenderPlan::coveredColumns(const Step& step, int top, int bottom) const {
-    const bool isDisc = step.kind == Step::Kind::drawDisc;
-    if (!isDisc && step.kind != Step::Kind::draw) return {};
-    const PixelRect& covered = step.drawing.replaces ? step.drawing.box : step.drawing.opaque;
-    if (step.layer != 0 || top < covered.y || bottom > covered.maxY()) return {};
-    const ColumnRun columns = columnsOf(covered);
+    const Draw& drawing = step.drawing;
+    const auto disc = discOf(step);
+    const bool isOpaqueDisc =
+        disc && (step.kind == Step::Kind::drawDisc ? drawing.replaces : drawing.leaf == Draw::Leaf::pixels);
+    const bool isOpaque = step.kind == Step::Kind::draw && drawing.replaces;
+    if (!isOpaque && !isOpaqueDisc) return {};
+    if (step.layer != 0 || top < drawing.box.y || bottom > drawing.box.maxY()) return {};
+    const ColumnRun columns = columnsOf(drawing.box);
+    if (isOpaque) return columns;
     // A disc is narrowest at one of its ends.
-    const auto inside = [&](std::size_t disc, double radius) {
-        const Gradient& gradient = gradients_[disc];
-        return gradient.columnsInside(radius, top, columns)
-            .intersection(gradient.columnsInside(radius, bottom - 1, columns));
-    };
-    if (isDisc) return inside(step.disc, gradients_[step.disc].radius0);
-    if (!step.drawing.replaces && step.drawing.opaqueEllipse) return inside(*step.drawing.opaqueEllipse, 1);
-    return columns;
+    const Gradient& gradient = gradients_[*disc];
+    return gradient.columnsInside(gradient.radius0, top, columns)
+        .intersection(gradient.columnsInside(gradient.radius0, bottom - 1, columns));
 }
 
 }  // namespace kasto

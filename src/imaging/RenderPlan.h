@@ -49,10 +49,9 @@ struct Draw {
     Leaf leaf = Leaf::solid;
     std::size_t index = 0;  // in the plan's list of such leaves
     PixelRect box;
-    bool replaces = false;                       // what was there before does not shine through
-    PixelRect opaque{};                          // nor in this part, of which only the ellipse counts
-    std::optional<std::size_t> opaqueEllipse{};  // that is the unit circle of this gradient
-    bool endsInside = false;  // a gradient that is transparent before it reaches the box's edges
+    bool replaces = false;              // what was there before does not shine through
+    std::optional<std::size_t> disc{};  // pixels that are opaque and transparent as this gradient is
+    bool endsInside = false;            // a gradient that is transparent before it reaches the box's edges
 };
 
 // One thing to do to a layer, inside a box. Layer 0 is the target, the others are as large and temporary.
@@ -98,6 +97,9 @@ public:
     ColumnRun coveredColumns(const Step& step, int top, int bottom) const;
 
 private:
+    // The gradient that tells where a step's drawing ends, if it does.
+    std::optional<std::size_t> discOf(const Step& step) const;
+
     struct View {
         Placement placement;
         PixelRect clip;

@@ -13,9 +13,11 @@ constexpr int kMostBuffers = 3;
 
 Image TilePicture::image() const {
     const Rect bounds = tileBounds(place);
-    Shape opaque = tileOpaque(place);
-    opaque.rect = opaque.rect.translated(-bounds.x, -bounds.y);
-    return Image::pixels(pixels, opaque).translated(bounds.x, bounds.y);
+    Disc disc = tileDisc(place);
+    disc.center.x -= bounds.x;
+    disc.center.y -= bounds.y;
+    const Image image = place.isRound ? Image::pixels(pixels, disc) : Image::pixels(pixels);
+    return image.translated(bounds.x, bounds.y);
 }
 
 void CameraTile::end() {
@@ -30,8 +32,9 @@ void CameraTile::draw(const PixelBufferRef& camera) {
     const int width = static_cast<int>(bounds.width);
     const int height = static_cast<int>(bounds.height);
     if (width <= 0 || height <= 0) return;
-    if (!pool_ || pool_->width() != width || pool_->height() != height)
-        pool_.emplace(PixelFormat::bgra, width, height, kMostBuffers);
+    const PixelFormat format = place->isRound ? PixelFormat::bgra : PixelFormat::bgrx;
+    if (!pool_ || pool_->format() != format || pool_->width() != width || pool_->height() != height)
+        pool_.emplace(format, width, height, kMostBuffers);
     const PixelBufferRef pixels = pool_->take();
     if (!pixels) return;
     context_.render(tileAlone(*place, camera), *pixels, bounds);

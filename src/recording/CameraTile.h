@@ -14,7 +14,7 @@ namespace kasto {
 struct TilePicture {
     PixelBufferRef camera;  // the picture it shows
     TilePlace place;
-    PixelBufferRef pixels;  // bgra; none if nothing has been drawn
+    PixelBufferRef pixels;  // bgra or bgrx; none if nothing has been drawn
 
     // At its place in image space.
     Image image() const;

@@ -3,6 +3,7 @@
 #include "recording/FrameGeometry.h"
 
 #include <algorithm>
+#include <cmath>
 
 namespace kasto {
 
@@ -78,14 +79,18 @@ Image tileAlone(const TilePlace& place, const PixelBufferRef& camera) {
 
 Rect tileBounds(const TilePlace& place) {
     const Layout layout = layoutOf(place);
-    return layout.framed().grown(kEdgeSoftnessPx).intersection(layout.frame).integral();
+    if (place.isRound) return layout.framed().grown(kEdgeSoftnessPx).intersection(layout.frame).integral();
+    // The pixels whose centres are inside.
+    const Rect framed = layout.framed().intersection(layout.frame);
+    const double x = std::ceil(framed.minX() - 0.5);
+    const double y = std::ceil(framed.minY() - 0.5);
+    return {x, y, std::ceil(framed.maxX() - 0.5) - x, std::ceil(framed.maxY() - 0.5) - y};
 }
 
-Shape tileOpaque(const TilePlace& place) {
+Disc tileDisc(const TilePlace& place) {
     const Layout layout = layoutOf(place);
-    if (!place.isRound) return {layout.framed(), false};
-    const Rect centre{layout.tile.midX(), layout.tile.midY(), 0, 0};
-    return {centre.grown(layout.borderWidth + layout.radius() - kEdgeSoftnessPx), true};
+    const double radius = layout.borderWidth + layout.radius();
+    return {{layout.tile.midX(), layout.tile.midY()}, radius - kEdgeSoftnessPx, radius + kEdgeSoftnessPx};
 }
 
 }  // namespace kasto

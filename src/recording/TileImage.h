@@ -26,9 +26,9 @@ Image withTile(const Image& frame, const TilePlace& place, const PixelBufferRef&
 // The tile and its border without a frame. Laid over one it looks as withTile() does.
 Image tileAlone(const TilePlace& place, const PixelBufferRef& camera);
 
-// The part of image space that tile and border need, whole pixels inside the frame, and where in it tileAlone
-// is opaque.
+// The part of image space that tile and border need: whole pixels inside the frame. All of it is opaque
+// unless the tile is round; it is this disc then.
 Rect tileBounds(const TilePlace& place);
-Shape tileOpaque(const TilePlace& place);
+Disc tileDisc(const TilePlace& place);
 
 }  // namespace kasto

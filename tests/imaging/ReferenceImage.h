@@ -74,8 +74,8 @@ struct ReferenceImage {
                 }};
     }
 
-    static ReferenceImage pixels(const PixelBufferRef& buffer, const Shape& opaque = {}) {
-        return {Image::pixels(buffer, opaque), [=](Point at, Vector scale) {
+    static ReferenceImage pixels(const PixelBufferRef& buffer, const Disc& disc = {}) {
+        return {Image::pixels(buffer, disc), [=](Point at, Vector scale) {
                     const bool isInside =
                         at.x >= 0 && at.y >= 0 && at.x < buffer->width() && at.y < buffer->height();
                     if (!isInside) return Rgba{};

@@ -82,24 +82,23 @@ private:
             .over(back);
     }
 
-    // A picture that is known to be opaque in some part of it.
+    // A picture that is known to be a disc.
     ReferenceImage behindATile(const ReferenceImage& back) {
-        const Shape opaque{{real(0, 30), real(0, 10), real(10, 170), real(10, 50)}, pick(2) == 1};
-        const Rect& rect = opaque.rect;
+        const double opaqueRadius = real(0, 90);
+        const Disc disc{{real(40, 160), real(0, 60)}, opaqueRadius, opaqueRadius + real(0.5, 20)};
         const auto pixels = noise(PixelFormat::bgra, 200, 60, random_());
         const Plane& plane = pixels->plane(0);
         for (int row = 0; row < 60; ++row)
             for (int column = 0; column < 200; ++column) {
-                const Point at{column + 0.5, 59.5 - row};
-                const bool isInside = opaque.isRound ? std::hypot((at.x - rect.midX()) / rect.width,
-                                                                  (at.y - rect.midY()) / rect.height) < 0.5
-                                                     : rect.contains(at);
-                if (isInside) plane.data[row * plane.strideBytes + column * 4 + 3] = 255;
+                auto* pixel = plane.data + row * plane.strideBytes + column * 4;
+                const double distance = std::hypot(column + 0.5 - disc.center.x, 59.5 - row - disc.center.y);
+                if (distance < disc.opaqueRadius) pixel[3] = 255;
+                if (distance >= disc.visibleRadius) std::fill_n(pixel, 4, 0);
             }
         // Off the grid or of another size now and then.
         const double step = pick(3) ? 1 : 0.5;
         const double scale = pick(3) ? 1 : real(0.5, 1.5);
-        return (pick(3) ? ReferenceImage::pixels(pixels, opaque)
+        return (pick(3) ? ReferenceImage::pixels(pixels, disc)
                         : ReferenceImage::pixels(noise(PixelFormat::bgrx, 200, 60, random_())))
             .scaled(scale, scale)
             .translated(step * pick(60), step * pick(10) - 5)
