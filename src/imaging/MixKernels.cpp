@@ -42,11 +42,6 @@ public:
         : GradientPlaces(run, full, kWhole + full + run.radius0 * full * run.perRadius,
                          -full * run.perRadius) {}
 
-private:
-    HWY_INLINE GradientPlaces(const GradientRun& run, float full, float atCentre, float perUnit)
-        : run_(run), full_(full), perUnit_(perUnit), atCentre_(atCentre), columns_(hn::Iota(floats_, 0.0F)) {}
-
-public:
     // Of the next vector of pixels: the squared distances from the centre's column.
     HWY_INLINE hn::Vec<hn::RebindToFloat<Words>> nextSquaredX() {
         const auto x = hn::MulAdd(columns_, hn::Set(floats_, run_.stepX), hn::Set(floats_, run_.firstX));
@@ -63,6 +58,9 @@ public:
     }
 
 private:
+    HWY_INLINE GradientPlaces(const GradientRun& run, float full, float atCentre, float perUnit)
+        : run_(run), full_(full), perUnit_(perUnit), atCentre_(atCentre), columns_(hn::Iota(floats_, 0.0F)) {}
+
     static constexpr float kFull = 65535.0F;
     // Numbers from here on are whole, and their last bits are those of the whole number.
     static constexpr float kWhole = 0x1p23F;
