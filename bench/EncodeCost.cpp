@@ -1,8 +1,8 @@
 // What a picture of a take costs the software encoder, in processor time of all threads, and how good it
 // looks.
 
-#include "linux/ffmpeg/EncoderPreset.h"
-#include "linux/ffmpeg/SoftwareEncoder.h"
+#include "movie/h264/EncoderPreset.h"
+#include "movie/h264/SoftwareEncoder.h"
 
 #include <benchmark/benchmark.h>
 

@@ -14,12 +14,12 @@
 #include "linux/pipewire/PipeWireConnection.h"
 #include "linux/pipewire/PipeWireSound.h"
 #include "linux/pipewire/PortalCameras.h"
-#include "linux/x11/X11Displays.h"
-#include "linux/x11/X11HotKeys.h"
-#include "linux/x11/X11OverlaySupport.h"
-#include "linux/x11/X11Pointer.h"
-#include "linux/x11/X11ScreenAccess.h"
-#include "linux/x11/X11ScreenCapture.h"
+#include "linux/x11/capture/X11ScreenCapture.h"
+#include "linux/x11/input/X11HotKeys.h"
+#include "linux/x11/input/X11Pointer.h"
+#include "linux/x11/server/X11Displays.h"
+#include "linux/x11/server/X11OverlaySupport.h"
+#include "linux/x11/server/X11ScreenAccess.h"
 #include "platform/OwnWindows.h"
 #include "platform/ScreenCaptureWithSound.h"
 #include "shell/AppDelegate.h"
@@ -82,7 +82,7 @@ private:
                keys_->handleEvent(static_cast<const xcb_generic_event_t*>(message));
     }
 
-    std::optional<X11HotKeys> keys_;
+    std::optional<x11::X11HotKeys> keys_;
 };
 
 void makeLogFolder() {
@@ -107,7 +107,7 @@ int runApplication(const Desktop& desktop, const CommandLine& line, Automation& 
     const auto perform = [&](const std::string& actionId) { performIntent(actionId, delegate); };
     automation.offer(KastoShortcuts::shortcuts("kasto"), perform);
     QObject::connect(&delegate, &AppDelegate::readyToTerminate, qApp, &QCoreApplication::quit);
-    const auto quitSignals = QuitSignals::install([&] { delegate.terminate(); });
+    const auto quitSignals = freedesktop::QuitSignals::install([&] { delegate.terminate(); });
     if (!quitSignals) return complain(quitSignals.error(), kFailed);
 
     QTimer::singleShot(0, &delegate, [&] {
@@ -140,7 +140,7 @@ int forwardToRunning(RunningInstance& instance, const CommandLine& line) {
 
 // Becomes the running kasto, or hands everything to the one that is.
 int claimAndRun(const Desktop& desktop, const CommandLine& line, Automation& automation,
-                const PipeWireConnection& mediaServer) {
+                const pipewire::PipeWireConnection& mediaServer) {
     const auto claimed = desktop.runningInstance.claim();
     if (claimed && !*claimed) return forwardToRunning(desktop.runningInstance, line);
     makeLogFolder();
@@ -152,9 +152,9 @@ int claimAndRun(const Desktop& desktop, const CommandLine& line, Automation& aut
 
 int runOnX11(int& argc, char** argv, const CommandLine& line) {
     // Qt ends the process by itself where it finds no display, so the connection is tried first.
-    const auto displays = X11Displays::open("");
+    const auto displays = x11::X11Displays::open("");
     if (!displays) return complain(displays.error(), kFailed);
-    const auto pointer = X11Pointer::open("", **displays);
+    const auto pointer = x11::X11Pointer::open("", **displays);
     if (!pointer) return complain(pointer.error(), kFailed);
 
     // The windows must be the X server's that is recorded, to be known there as the program's own.
@@ -166,24 +166,24 @@ int runOnX11(int& argc, char** argv, const CommandLine& line) {
     QApplication::setWindowIcon(Brand::icon());
     QApplication::setQuitOnLastWindowClosed(false);
 
-    EvdevMultitouch multitouch;
-    const auto overlaySupport = X11OverlaySupport::open("", uiConnection(application));
+    evdev::EvdevMultitouch multitouch;
+    const auto overlaySupport = x11::X11OverlaySupport::open("", uiConnection(application));
     if (!overlaySupport) return complain(overlaySupport.error(), kFailed);
     OwnWindows ownWindows;
-    X11ScreenAccess screenAccess;
-    X11ScreenCapture pictures("", **displays, ownWindows);
-    PipeWireConnection mediaServer;
-    PipeWireSound sound(mediaServer);
+    x11::X11ScreenAccess screenAccess;
+    x11::X11ScreenCapture pictures("", **displays, ownWindows);
+    pipewire::PipeWireConnection mediaServer;
+    pipewire::PipeWireSound sound(mediaServer);
     ScreenCaptureWithSound screenCapture(pictures, sound);
-    DBusCameraPortal cameraPortal;
-    PortalCameras cameraSession(mediaServer, cameraPortal);
-    FfmpegMovieWriters movieWriters;
-    FfmpegExports movieExports;
-    DBusRunningInstance runningInstance;
-    DBusAutomation automation(runningInstance);
+    freedesktop::DBusCameraPortal cameraPortal;
+    pipewire::PortalCameras cameraSession(mediaServer, cameraPortal);
+    ffmpeg::FfmpegMovieWriters movieWriters;
+    ffmpeg::FfmpegExports movieExports;
+    freedesktop::DBusRunningInstance runningInstance;
+    freedesktop::DBusAutomation automation(runningInstance);
     UiHotKeys hotKeys(application);
-    DesktopWorkspace workspace([&](QWidget& window) { watchOwnWindow(window, ownWindows); });
-    TrayStatusItems statusItems;
+    freedesktop::DesktopWorkspace workspace([&](QWidget& window) { watchOwnWindow(window, ownWindows); });
+    freedesktop::TrayStatusItems statusItems;
     return claimAndRun({.displays = **displays,
                         .pointer = **pointer,
                         .multitouch = multitouch,

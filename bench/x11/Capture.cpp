@@ -1,8 +1,8 @@
 // Records the main display for some seconds and throws the pictures away.
 //   x11_capture SECONDS FPS
 
-#include "linux/x11/X11Displays.h"
-#include "linux/x11/X11ScreenCapture.h"
+#include "linux/x11/capture/X11ScreenCapture.h"
+#include "linux/x11/server/X11Displays.h"
 #include "platform/OwnWindows.h"
 
 #include <chrono>
@@ -31,11 +31,11 @@ private:
 
 int main(int argc, char** argv) {
     if (argc != 3) return 2;
-    const auto displays = kasto::X11Displays::open("");
+    const auto displays = kasto::x11::X11Displays::open("");
     if (!displays || (*displays)->all().empty()) return 1;
     const auto display = (*displays)->all().front();
     const kasto::OwnWindows ownWindows;
-    kasto::X11ScreenCapture capture("", **displays, ownWindows);
+    kasto::x11::X11ScreenCapture capture("", **displays, ownWindows);
     Discard discard;
     kasto::SerialQueue queue("capture", kasto::QueuePriority::userInteractive);
     kasto::StreamConfiguration configuration;

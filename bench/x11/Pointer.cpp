@@ -4,8 +4,8 @@
 //   x11_pointer move HZ         moves it as a mouse would, until it is ended
 
 #include "input/InputPoller.h"
-#include "linux/x11/X11Displays.h"
-#include "linux/x11/X11Pointer.h"
+#include "linux/x11/input/X11Pointer.h"
+#include "linux/x11/server/X11Displays.h"
 
 #include <xcb/xtest.h>
 
@@ -18,6 +18,7 @@
 namespace {
 
 using namespace kasto;
+using namespace kasto::x11;
 
 // Follows by asking, as where the server tells nothing by itself.
 struct AskingPointer : PointerInput {

@@ -2,6 +2,7 @@
 
 #include "base/DebugLog.h"
 #include "base/MediaClock.h"
+#include "base/MediaRates.h"
 #include "base/Prefs.h"
 #include "camera/CameraSource.h"
 #include "model/CaptureModel.h"
@@ -18,7 +19,6 @@ using namespace std::string_literals;
 namespace {
 
 constexpr double kTickLeewayS = 0.002;
-constexpr std::int32_t kMovieTimescale = 600;
 
 // What the model takes as the aspect of a webcam.
 double cameraAspect(const PixelBuffer& frame) {

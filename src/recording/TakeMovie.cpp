@@ -1,6 +1,7 @@
 #include "recording/TakeMovie.h"
 
 #include "base/DebugLog.h"
+#include "base/MediaRates.h"
 #include "recording/KastoError.h"
 
 #include <unistd.h>
@@ -15,7 +16,7 @@ namespace kasto {
 
 namespace {
 
-constexpr MediaTime kFragmentInterval{4 * 600, 600};
+constexpr MediaTime kFragmentInterval{4 * kMovieTimescale, kMovieTimescale};
 
 // "kasto-20261116-184200"
 std::string nameOfNow() {

@@ -15,10 +15,7 @@
 #include <thread>
 #include <utility>
 
-namespace kasto {
-
-using evdev::Touchpad;
-using evdev::TouchpadWatch;
+namespace kasto::evdev {
 
 namespace {
 
@@ -189,4 +186,4 @@ void EvdevMultitouch::stop(void* device) {
     change(device, [](Pad& pad) { pad.isStarted = false; });
 }
 
-}  // namespace kasto
+}  // namespace kasto::evdev

@@ -5,7 +5,7 @@
 #include <memory>
 #include <vector>
 
-namespace kasto {
+namespace kasto::evdev {
 
 // The touchpads of the kernel's input devices. Nothing is grabbed. While one is started, a thread of its own
 // reads them, follows those that come and go, and opens one again that was revoked.
@@ -33,4 +33,4 @@ private:
     std::unique_ptr<Reader> reader_;        // while a pad is started
 };
 
-}  // namespace kasto
+}  // namespace kasto::evdev

@@ -1,6 +1,7 @@
 #include "linux/ffmpeg/AacEncoder.h"
 
-#include "linux/ffmpeg/SoundTimeline.h"
+#include "base/MediaRates.h"
+#include "movie/sound/SoundTimeline.h"
 
 #include <algorithm>
 #include <cmath>
@@ -13,7 +14,7 @@ extern "C" {
 #include <libswresample/swresample.h>
 }
 
-namespace kasto {
+namespace kasto::ffmpeg {
 
 namespace {
 
@@ -28,8 +29,8 @@ Result<CodecContextHandle> openCodec(const AudioInputSettings& settings) {
     CodecContextHandle context(avcodec_alloc_context3(codec));
     if (!context) return std::unexpected(libavError("AAC", AVERROR(ENOMEM)));
     context->sample_fmt = kEncoded;
-    context->sample_rate = SoundTimeline::kRate;
-    context->time_base = {1, SoundTimeline::kRate};
+    context->sample_rate = kSoundRate;
+    context->time_base = {1, kSoundRate};
     context->bit_rate = settings.bitRate;
     context->profile = FF_PROFILE_AAC_LOW;
     context->flags |= AV_CODEC_FLAG_GLOBAL_HEADER;
@@ -64,8 +65,8 @@ Result<AacEncoder> AacEncoder::open(const AudioInputSettings& settings) {
     made.channels_ = settings.channels;
     AVChannelLayout layout = made.context_->ch_layout;
     SwrContext* resampler = nullptr;
-    swr_alloc_set_opts2(&resampler, &layout, kEncoded, SoundTimeline::kRate, &layout, AV_SAMPLE_FMT_FLT,
-                        SoundTimeline::kRate, 0, nullptr);
+    swr_alloc_set_opts2(&resampler, &layout, kEncoded, kSoundRate, &layout, AV_SAMPLE_FMT_FLT, kSoundRate, 0,
+                        nullptr);
     made.resampler_.reset(resampler);
     // At equal rates it would copy, and could not begin to stretch later.
     if (!resampler || av_opt_set_int(resampler, "flags", SWR_FLAG_RESAMPLE, 0) < 0 || swr_init(resampler) < 0)
@@ -160,4 +161,4 @@ Result<void> AacEncoder::receive(const PacketSink& sink) {
     }
 }
 
-}  // namespace kasto
+}  // namespace kasto::ffmpeg

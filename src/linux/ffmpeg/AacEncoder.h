@@ -12,7 +12,7 @@
 struct SwrContext;
 struct AVAudioFifo;
 
-namespace kasto {
+namespace kasto::ffmpeg {
 
 // Takes an AAC packet, which lasts for `AacEncoder::kPacketFrames`; valid during the call only.
 using PacketSink = std::function<void(std::span<const std::uint8_t> packet)>;
@@ -60,4 +60,4 @@ private:
     std::int64_t sent_ = 0;
 };
 
-}  // namespace kasto
+}  // namespace kasto::ffmpeg

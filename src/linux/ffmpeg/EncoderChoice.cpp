@@ -1,15 +1,15 @@
 #include "linux/ffmpeg/EncoderChoice.h"
 
 #include "linux/ffmpeg/NvencEncoder.h"
-#include "linux/ffmpeg/SoftwareEncoder.h"
 #include "linux/ffmpeg/VaapiEncoder.h"
+#include "movie/h264/SoftwareEncoder.h"
 
 #include <algorithm>
 #include <array>
 #include <cstring>
 #include <vector>
 
-namespace kasto {
+namespace kasto::ffmpeg {
 
 namespace {
 
@@ -28,7 +28,7 @@ bool encodesAsItShould(VideoEncoder& encoder, const VideoInputSettings& settings
     constexpr int kPictures = 4;
     constexpr int kForcedKey = 2;
     const auto picture = greyPicture(settings);
-    const std::int64_t step = kVideoTimescale / std::max(1, settings.expectedFrameRate);
+    const std::int64_t step = kMovieTimescale / std::max(1, settings.expectedFrameRate);
     std::vector<std::int64_t> times;
     bool keysRight = true;
     const PictureSink sink = [&](const EncodedPicture& made) {
@@ -69,4 +69,4 @@ Result<std::unique_ptr<VideoEncoder>> openVideoEncoder(const VideoInputSettings&
         kHardware, [](const VideoInputSettings& taken) { return openSoftwareEncoder(taken); }, settings);
 }
 
-}  // namespace kasto
+}  // namespace kasto::ffmpeg

@@ -12,7 +12,7 @@ extern "C" {
 #include <libavformat/avformat.h>
 }
 
-namespace kasto {
+namespace kasto::ffmpeg {
 
 namespace fs = std::filesystem;
 
@@ -131,4 +131,4 @@ Result<std::unique_ptr<ExportSession>> FfmpegExports::makePassthroughSession(con
     return std::make_unique<PassthroughSession>(std::move(input));
 }
 
-}  // namespace kasto
+}  // namespace kasto::ffmpeg

@@ -2,7 +2,7 @@
 
 #include "platform/ExportSession.h"
 
-namespace kasto {
+namespace kasto::ffmpeg {
 
 // Rewraps movies with libavformat.
 class FfmpegExports : public MovieExports {
@@ -11,4 +11,4 @@ public:
         const std::filesystem::path& movie) override;
 };
 
-}  // namespace kasto
+}  // namespace kasto::ffmpeg

@@ -7,7 +7,7 @@ extern "C" {
 #include <array>
 #include <string>
 
-namespace kasto {
+namespace kasto::ffmpeg {
 
 Error libavError(std::string_view what, int returned) {
     std::array<char, AV_ERROR_MAX_STRING_SIZE> text{};
@@ -15,4 +15,4 @@ Error libavError(std::string_view what, int returned) {
     return {std::string(what) + ": " + text.data(), AVUNERROR(returned)};
 }
 
-}  // namespace kasto
+}  // namespace kasto::ffmpeg

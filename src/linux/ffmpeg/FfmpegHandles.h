@@ -11,7 +11,7 @@ extern "C" {
 #include <memory>
 #include <string_view>
 
-namespace kasto {
+namespace kasto::ffmpeg {
 
 struct FfmpegDeleter {
     void operator()(AVCodecContext* context) const { avcodec_free_context(&context); }
@@ -28,4 +28,4 @@ using BufferHandle = std::unique_ptr<AVBufferRef, FfmpegDeleter>;
 // `what`, a colon and the library's text for a negative return value.
 Error libavError(std::string_view what, int returned);
 
-}  // namespace kasto
+}  // namespace kasto::ffmpeg

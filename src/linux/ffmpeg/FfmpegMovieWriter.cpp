@@ -4,7 +4,7 @@
 
 #include <utility>
 
-namespace kasto {
+namespace kasto::ffmpeg {
 
 namespace {
 
@@ -22,7 +22,7 @@ WriterInput* FfmpegMovieWriter::addVideoInput(const VideoInputSettings& settings
     const auto fits = [](int sizePx) { return sizePx > 0 && sizePx <= kMostPixelsASide && sizePx % 2 == 0; };
     const bool sizeFits = fits(settings.width) && fits(settings.height);
     const bool ratesFit = settings.averageBitRate > 0 && settings.maxKeyFrameInterval > 0 &&
-                          settings.expectedFrameRate > 0 && settings.expectedFrameRate <= kVideoTimescale;
+                          settings.expectedFrameRate > 0 && settings.expectedFrameRate <= kMovieTimescale;
     if (status() != WriterStatus::unknown || video_ || !sizeFits || !ratesFit) return nullptr;
     video_ = std::make_unique<VideoTrack>(settings, fragmentInterval_);
     return video_.get();
@@ -131,4 +131,4 @@ void FfmpegMovieWriter::fail(const Error& error) {
     outcome_.with([&](Outcome& outcome) { outcome = {WriterStatus::failed, error}; });
 }
 
-}  // namespace kasto
+}  // namespace kasto::ffmpeg

@@ -1,16 +1,16 @@
 #pragma once
 
 #include "base/Guarded.h"
-#include "linux/ffmpeg/MovieFile.h"
 #include "linux/ffmpeg/SoundTrack.h"
 #include "linux/ffmpeg/VideoTrack.h"
+#include "movie/container/MovieFile.h"
 #include "platform/MovieWriter.h"
 
 #include <filesystem>
 #include <memory>
 #include <vector>
 
-namespace kasto {
+namespace kasto::ffmpeg {
 
 // Writes H.264 and AAC into a QuickTime movie. All tracks are encoded on one queue, whose thread is the only
 // one to use the file.
@@ -53,4 +53,4 @@ private:
     std::unique_ptr<SerialQueue> encoding_;  // last: its jobs use the rest
 };
 
-}  // namespace kasto
+}  // namespace kasto::ffmpeg

@@ -10,7 +10,7 @@ extern "C" {
 
 #include <cerrno>
 
-namespace kasto {
+namespace kasto::ffmpeg {
 
 namespace {
 
@@ -35,4 +35,4 @@ Result<std::unique_ptr<MovieWriter>> FfmpegMovieWriters::makeWriter(const std::f
     return std::make_unique<FfmpegMovieWriter>(file, fragmentInterval);
 }
 
-}  // namespace kasto
+}  // namespace kasto::ffmpeg

@@ -2,7 +2,7 @@
 
 #include "platform/MovieWriter.h"
 
-namespace kasto {
+namespace kasto::ffmpeg {
 
 // Movies encoded by libavcodec, in hardware where that works.
 class FfmpegMovieWriters final : public MovieWriters {
@@ -15,4 +15,4 @@ public:
                                                     MediaTime fragmentInterval) override;
 };
 
-}  // namespace kasto
+}  // namespace kasto::ffmpeg

@@ -1,12 +1,12 @@
 #include "linux/ffmpeg/LibavEncoder.h"
 
-#include "linux/ffmpeg/AvcStream.h"
+#include "movie/h264/AvcStream.h"
 
 extern "C" {
 #include <libavutil/opt.h>
 }
 
-namespace kasto {
+namespace kasto::ffmpeg {
 
 namespace {
 
@@ -42,7 +42,7 @@ Result<CodecContextHandle> makeEncoderContext(const char* encoderName, const Vid
     context->width = settings.width;
     context->height = settings.height;
     context->pix_fmt = AV_PIX_FMT_YUV420P;
-    context->time_base = {1, kVideoTimescale};
+    context->time_base = {1, kMovieTimescale};
     context->framerate = {settings.expectedFrameRate, 1};
     context->sample_aspect_ratio = {1, 1};
     context->bit_rate = settings.averageBitRate;
@@ -114,4 +114,4 @@ Result<void> LibavEncoder::receive(const PictureSink& sink) {
     }
 }
 
-}  // namespace kasto
+}  // namespace kasto::ffmpeg

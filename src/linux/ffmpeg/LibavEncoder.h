@@ -1,13 +1,13 @@
 #pragma once
 
 #include "linux/ffmpeg/FfmpegHandles.h"
-#include "linux/ffmpeg/VideoEncoder.h"
+#include "movie/h264/VideoEncoder.h"
 
 #include <span>
 #include <string>
 #include <vector>
 
-namespace kasto {
+namespace kasto::ffmpeg {
 
 struct CodecOption {
     const char* name;
@@ -45,4 +45,4 @@ private:
     std::vector<std::uint8_t> sample_;
 };
 
-}  // namespace kasto
+}  // namespace kasto::ffmpeg

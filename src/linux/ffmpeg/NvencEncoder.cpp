@@ -4,7 +4,7 @@
 
 #include <array>
 
-namespace kasto {
+namespace kasto::ffmpeg {
 
 Result<std::unique_ptr<VideoEncoder>> openNvencEncoder(const VideoInputSettings& settings) {
     auto context = makeEncoderContext("h264_nvenc", settings);
@@ -19,4 +19,4 @@ Result<std::unique_ptr<VideoEncoder>> openNvencEncoder(const VideoInputSettings&
     return LibavEncoder::open(std::move(*context), kOptions);
 }
 
-}  // namespace kasto
+}  // namespace kasto::ffmpeg

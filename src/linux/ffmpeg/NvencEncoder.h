@@ -1,10 +1,10 @@
 #pragma once
 
-#include "linux/ffmpeg/VideoEncoder.h"
+#include "movie/h264/VideoEncoder.h"
 
-namespace kasto {
+namespace kasto::ffmpeg {
 
 // The encoder of NVIDIA's graphics processors. Fails where there is none.
 Result<std::unique_ptr<VideoEncoder>> openNvencEncoder(const VideoInputSettings& settings);
 
-}  // namespace kasto
+}  // namespace kasto::ffmpeg

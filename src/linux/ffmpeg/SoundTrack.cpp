@@ -1,13 +1,15 @@
 #include "linux/ffmpeg/SoundTrack.h"
 
+#include "base/MediaRates.h"
+
 #include <cmath>
 #include <utility>
 
-namespace kasto {
+namespace kasto::ffmpeg {
 
 namespace {
 
-constexpr std::int64_t kMostQueuedFrames = SoundTimeline::kRate;
+constexpr std::int64_t kMostQueuedFrames = kSoundRate;
 
 }  // namespace
 
@@ -77,7 +79,7 @@ void SoundTrack::movieReached(double movieTimeS) {
 void SoundTrack::finish(double movieTimeS) {
     accepting_ = false;
     if (error()) return;
-    addSilence(std::llround(movieTimeS * SoundTimeline::kRate) - timeline_.frames());
+    addSilence(std::llround(movieTimeS * kSoundRate) - timeline_.frames());
     if (error()) return;
     if (const auto finished = encoder_->finish(toFile()); !finished) fail(finished.error());
 }
@@ -98,4 +100,4 @@ void SoundTrack::fail(const Error& error) {
     });
 }
 
-}  // namespace kasto
+}  // namespace kasto::ffmpeg

@@ -3,16 +3,16 @@
 #include "base/Guarded.h"
 #include "base/SerialQueue.h"
 #include "linux/ffmpeg/AacEncoder.h"
-#include "linux/ffmpeg/MovieFile.h"
-#include "linux/ffmpeg/SoundTimeline.h"
-#include "linux/ffmpeg/TrackFormat.h"
+#include "movie/container/MovieFile.h"
+#include "movie/container/TrackFormat.h"
+#include "movie/sound/SoundTimeline.h"
 #include "platform/MovieWriter.h"
 
 #include <atomic>
 #include <limits>
 #include <optional>
 
-namespace kasto {
+namespace kasto::ffmpeg {
 
 // A sound track of a movie: places buffers on the movie's time, encodes them and hands them to the file, on
 // the movie's encoding queue. Sound that comes while a second of it waits is refused.
@@ -66,4 +66,4 @@ private:
     Guarded<std::optional<Error>> error_;
 };
 
-}  // namespace kasto
+}  // namespace kasto::ffmpeg

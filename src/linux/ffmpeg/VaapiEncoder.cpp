@@ -8,7 +8,7 @@ extern "C" {
 
 #include <array>
 
-namespace kasto {
+namespace kasto::ffmpeg {
 
 namespace {
 
@@ -59,4 +59,4 @@ Result<std::unique_ptr<VideoEncoder>> openVaapiEncoder(const VideoInputSettings&
                                   FrameHandle picture) { return upload(held.get(), picture); });
 }
 
-}  // namespace kasto
+}  // namespace kasto::ffmpeg

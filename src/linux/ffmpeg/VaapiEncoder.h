@@ -1,11 +1,11 @@
 #pragma once
 
-#include "linux/ffmpeg/VideoEncoder.h"
+#include "movie/h264/VideoEncoder.h"
 
-namespace kasto {
+namespace kasto::ffmpeg {
 
 // The encoder of Intel's and AMD's graphics processors, on the default render device. Fails where there is
 // none.
 Result<std::unique_ptr<VideoEncoder>> openVaapiEncoder(const VideoInputSettings& settings);
 
-}  // namespace kasto
+}  // namespace kasto::ffmpeg

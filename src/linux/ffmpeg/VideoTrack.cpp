@@ -6,7 +6,7 @@
 #include <cmath>
 #include <utility>
 
-namespace kasto {
+namespace kasto::ffmpeg {
 
 namespace {
 
@@ -21,8 +21,8 @@ int queueLimitFor(const VideoInputSettings& settings) {
 }
 
 std::int64_t toVideoUnits(MediaTime time) {
-    if (time.timescale == kVideoTimescale) return time.value;
-    return std::llround(time.seconds() * kVideoTimescale);
+    if (time.timescale == kMovieTimescale) return time.value;
+    return std::llround(time.seconds() * kMovieTimescale);
 }
 
 }  // namespace
@@ -81,14 +81,14 @@ void VideoTrack::encode(PictureToEncode& picture) {
     picture.isKeyWanted = beginsFragment(picture.timeUnits);
     picture.backlog = (queued_ - 1.0) / queueLimit_;
     if (const auto encoded = encoder_->encode(picture, toFile()); !encoded) fail(encoded.error());
-    reached_(static_cast<double>(picture.timeUnits) / kVideoTimescale);
+    reached_(static_cast<double>(picture.timeUnits) / kMovieTimescale);
 }
 
 // The file cuts its fragments at key pictures, so one is made where a cut is due.
 bool VideoTrack::beginsFragment(std::int64_t timeUnits) {
     const bool begins =
         fragmentStartUnits_ == kNone ||
-        static_cast<double>(timeUnits - fragmentStartUnits_) / kVideoTimescale >= fragmentInterval_.seconds();
+        static_cast<double>(timeUnits - fragmentStartUnits_) / kMovieTimescale >= fragmentInterval_.seconds();
     if (begins) fragmentStartUnits_ = timeUnits;
     return begins;
 }
@@ -106,7 +106,7 @@ double VideoTrack::finish() {
         if (const auto finished = encoder_->finish(toFile()); !finished) fail(finished.error());
     }
     encoder_.reset();
-    return static_cast<double>(std::max<std::int64_t>(lastUnits_, 0)) / kVideoTimescale;
+    return static_cast<double>(std::max<std::int64_t>(lastUnits_, 0)) / kMovieTimescale;
 }
 
 void VideoTrack::cancel() {
@@ -122,4 +122,4 @@ void VideoTrack::fail(const Error& error) {
     });
 }
 
-}  // namespace kasto
+}  // namespace kasto::ffmpeg

@@ -2,8 +2,8 @@
 
 #include "base/Guarded.h"
 #include "base/SerialQueue.h"
-#include "linux/ffmpeg/MovieFile.h"
-#include "linux/ffmpeg/VideoEncoder.h"
+#include "movie/container/MovieFile.h"
+#include "movie/h264/VideoEncoder.h"
 #include "platform/MovieWriter.h"
 
 #include <atomic>
@@ -12,7 +12,7 @@
 #include <memory>
 #include <optional>
 
-namespace kasto {
+namespace kasto::ffmpeg {
 
 // The video track of a movie: a short queue of pictures that are encoded and handed to the file. A picture
 // that finds the queue full is refused, as is one whose time, in units of 1/600 s, is not after the one
@@ -74,4 +74,4 @@ private:
     std::function<void(double movieTimeS)> reached_;
 };
 
-}  // namespace kasto
+}  // namespace kasto::ffmpeg

@@ -3,7 +3,7 @@
 #include <QDBusArgument>
 #include <tuple>
 
-namespace kasto {
+namespace kasto::freedesktop {
 
 // A structure as it goes over a bus: a type whose `fields` names its fields in their order there.
 template <class T>
@@ -27,4 +27,4 @@ const QDBusArgument& operator>>(const QDBusArgument& in, T& record) {
     return in;
 }
 
-}  // namespace kasto
+}  // namespace kasto::freedesktop

@@ -10,7 +10,7 @@
 #include <QRandomGenerator>
 #include <utility>
 
-namespace kasto {
+namespace kasto::freedesktop {
 
 namespace {
 
@@ -19,7 +19,7 @@ constexpr uint kRefused = 1;
 
 // Where the portal will answer, which has to be listened to before it is asked.
 QString requestPath(const QDBusConnection& bus, const QString& token) {
-    return portal::kPath + "/request/" + bus.baseService().mid(1).replace('.', '_') + "/" + token;
+    return kPortalPath + "/request/" + bus.baseService().mid(1).replace('.', '_') + "/" + token;
 }
 
 }  // namespace
@@ -29,7 +29,7 @@ CameraRequest::CameraRequest(const QDBusConnection& bus, std::function<void(Came
     : QObject(parent),
       bus_(bus),
       answer_(std::move(answer)),
-      gone_(portal::kService, bus, QDBusServiceWatcher::WatchForUnregistration) {
+      gone_(kPortalService, bus, QDBusServiceWatcher::WatchForUnregistration) {
     connect(&gone_, &QDBusServiceWatcher::serviceUnregistered, this,
             [this] { finish(CameraPortal::Answer::failed, "it went away"); });
     const auto token = "kasto" + QString::number(QRandomGenerator::global()->generate());
@@ -40,19 +40,19 @@ CameraRequest::CameraRequest(const QDBusConnection& bus, std::function<void(Came
 void CameraRequest::listenAt(const QString& requestPath) {
     if (requestPath == listensAt_) return;
     listensAt_ = requestPath;
-    bus_.connect(portal::kService, requestPath, portal::kRequestInterface, "Response", this,
+    bus_.connect(kPortalService, requestPath, kPortalRequest, "Response", this,
                  SLOT(respond(uint, QVariantMap)));
 }
 
 void CameraRequest::ask(const QString& token) {
-    auto call = portal::cameraCall("AccessCamera");
+    auto call = portalCameraCall("AccessCamera");
     call << QVariantMap{{"handle_token", token}};
     auto* asked = new QDBusPendingCallWatcher(bus_.asyncCall(call), this);
     connect(asked, &QDBusPendingCallWatcher::finished, this, [this, asked] {
         asked->deleteLater();
         const QDBusPendingReply<QDBusObjectPath> reply(*asked);
         if (!reply.isError()) return listenAt(reply.value().path());
-        const bool isForbidden = reply.error().name() == portal::kNotAllowed;
+        const bool isForbidden = reply.error().name() == kPortalNotAllowed;
         finish(isForbidden ? CameraPortal::Answer::restricted : CameraPortal::Answer::failed,
                reply.error().message());
     });
@@ -72,4 +72,4 @@ void CameraRequest::finish(CameraPortal::Answer answer, const QString& why) {
     tell(answer);
 }
 
-}  // namespace kasto
+}  // namespace kasto::freedesktop

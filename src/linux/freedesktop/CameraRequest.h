@@ -8,7 +8,7 @@
 #include <QVariantMap>
 #include <functional>
 
-namespace kasto {
+namespace kasto::freedesktop {
 
 // One question for cameras to the portal of a session bus. It is asked when this is made; deletes itself once
 // it has told the answer.
@@ -33,4 +33,4 @@ private:
     QString listensAt_;
 };
 
-}  // namespace kasto
+}  // namespace kasto::freedesktop

@@ -9,7 +9,7 @@
 #include <QDBusError>
 #include <utility>
 
-namespace kasto {
+namespace kasto::freedesktop {
 
 namespace {
 
@@ -57,4 +57,4 @@ void DBusAutomation::withdraw() {
     search_.reset();
 }
 
-}  // namespace kasto
+}  // namespace kasto::freedesktop

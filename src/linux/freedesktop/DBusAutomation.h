@@ -4,7 +4,7 @@
 
 #include <memory>
 
-namespace kasto {
+namespace kasto::freedesktop {
 
 class DBusRunningInstance;
 
@@ -28,4 +28,4 @@ private:
     std::unique_ptr<Search> search_;
 };
 
-}  // namespace kasto
+}  // namespace kasto::freedesktop

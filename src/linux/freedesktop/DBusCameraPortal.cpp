@@ -19,7 +19,7 @@
 #include <utility>
 #include <vector>
 
-namespace kasto {
+namespace kasto::freedesktop {
 
 namespace {
 
@@ -65,9 +65,9 @@ DBusCameraPortal::~DBusCameraPortal() = default;
 
 void DBusCameraPortal::askForPresence(std::function<void(bool mayBePresent)> answer) {
     bus_->post([bus = bus_.get(), answer = std::move(answer)] {
-        auto question = QDBusMessage::createMethodCall(portal::kService, portal::kPath,
+        auto question = QDBusMessage::createMethodCall(kPortalService, kPortalPath,
                                                        "org.freedesktop.DBus.Properties", "Get");
-        question << portal::kCameraInterface << "IsCameraPresent";
+        question << kPortalCamera << "IsCameraPresent";
         bus->call(question, [answer](const QDBusPendingCall& call) {
             const QDBusPendingReply<QDBusVariant> reply(call);
             answer(!reply.isError() && (isSandboxed() || reply.value().variant().toBool()));
@@ -82,7 +82,7 @@ void DBusCameraPortal::requestAccess(std::function<void(Answer)> answer) {
 
 void DBusCameraPortal::openRemote(std::function<void(Result<FileDescriptor>)> answer) {
     bus_->post([bus = bus_.get(), answer = std::move(answer)] {
-        auto question = portal::cameraCall("OpenPipeWireRemote");
+        auto question = portalCameraCall("OpenPipeWireRemote");
         question << QVariantMap();
         bus->call(question, [answer](const QDBusPendingCall& call) {
             const QDBusPendingReply<QDBusUnixFileDescriptor> reply(call);
@@ -95,4 +95,4 @@ void DBusCameraPortal::openRemote(std::function<void(Result<FileDescriptor>)> an
     });
 }
 
-}  // namespace kasto
+}  // namespace kasto::freedesktop

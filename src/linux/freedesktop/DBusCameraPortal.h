@@ -4,7 +4,7 @@
 
 #include <memory>
 
-namespace kasto {
+namespace kasto::freedesktop {
 
 // org.freedesktop.portal.Camera on the session bus. Made and destroyed on the main thread; needs the
 // application object.
@@ -25,4 +25,4 @@ private:
     const std::unique_ptr<Bus> bus_;
 };
 
-}  // namespace kasto
+}  // namespace kasto::freedesktop

@@ -5,7 +5,7 @@
 #include <QPointer>
 #include <QTimer>
 
-namespace kasto {
+namespace kasto::freedesktop {
 
 bool MenuLayout::operator==(const MenuLayout& other) const {
     return id == other.id && properties == other.properties && children == other.children;
@@ -192,4 +192,4 @@ QList<int> DBusMenu::AboutToShowGroup(const QList<int>& ids, QList<int>& unknown
     return changed;
 }
 
-}  // namespace kasto
+}  // namespace kasto::freedesktop

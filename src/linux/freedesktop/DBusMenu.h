@@ -13,7 +13,7 @@
 #include <functional>
 #include <vector>
 
-namespace kasto {
+namespace kasto::freedesktop {
 
 // The records of the interface.
 struct MenuProperties {
@@ -68,18 +68,19 @@ public:
     QStringList iconThemePath() const { return {}; }
 
 public slots:
-    Q_SCRIPTABLE uint GetLayout(int parentId, int depth, const QStringList& names, kasto::MenuLayout& layout);
-    Q_SCRIPTABLE QList<kasto::MenuProperties> GetGroupProperties(const QList<int>& ids,
-                                                                 const QStringList& names);
+    Q_SCRIPTABLE uint GetLayout(int parentId, int depth, const QStringList& names,
+                                kasto::freedesktop::MenuLayout& layout);
+    Q_SCRIPTABLE QList<kasto::freedesktop::MenuProperties> GetGroupProperties(const QList<int>& ids,
+                                                                              const QStringList& names);
     Q_SCRIPTABLE QDBusVariant GetProperty(int id, const QString& name);
     Q_SCRIPTABLE void Event(int id, const QString& type, const QDBusVariant& data, uint timestamp);
-    Q_SCRIPTABLE QList<int> EventGroup(const QList<kasto::MenuEvent>& events);
+    Q_SCRIPTABLE QList<int> EventGroup(const QList<kasto::freedesktop::MenuEvent>& events);
     Q_SCRIPTABLE bool AboutToShow(int id);
     Q_SCRIPTABLE QList<int> AboutToShowGroup(const QList<int>& ids, QList<int>& unknownIds);
 
 signals:
-    Q_SCRIPTABLE void ItemsPropertiesUpdated(const QList<kasto::MenuProperties>& updated,
-                                             const QList<kasto::RemovedProperties>& removed);
+    Q_SCRIPTABLE void ItemsPropertiesUpdated(const QList<kasto::freedesktop::MenuProperties>& updated,
+                                             const QList<kasto::freedesktop::RemovedProperties>& removed);
     Q_SCRIPTABLE void LayoutUpdated(uint revision, int parentId);
     Q_SCRIPTABLE void ItemActivationRequested(int id, uint timestamp);
 
@@ -97,4 +98,4 @@ private:
     QHash<QString, int> numbers_;    // of all lines there ever were
 };
 
-}  // namespace kasto
+}  // namespace kasto::freedesktop

@@ -12,7 +12,7 @@
 #include <QVariantMap>
 #include <utility>
 
-namespace kasto {
+namespace kasto::freedesktop {
 
 namespace {
 
@@ -106,6 +106,6 @@ void DBusRunningInstance::setOnAction(std::function<void(const std::string&)> on
     bus_->adaptor.onAction = std::move(onAction);
 }
 
-}  // namespace kasto
+}  // namespace kasto::freedesktop
 
 #include "DBusRunningInstance.moc"

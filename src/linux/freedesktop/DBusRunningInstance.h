@@ -4,7 +4,7 @@
 
 #include <memory>
 
-namespace kasto {
+namespace kasto::freedesktop {
 
 // The running kasto as the owner of a name on the session bus, reached through org.freedesktop.Application
 // there. Needs the application object.
@@ -30,4 +30,4 @@ private:
     std::unique_ptr<Bus> bus_;
 };
 
-}  // namespace kasto
+}  // namespace kasto::freedesktop

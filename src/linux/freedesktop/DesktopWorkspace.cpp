@@ -15,7 +15,7 @@
 #include <QUrl>
 #include <utility>
 
-namespace kasto {
+namespace kasto::freedesktop {
 
 namespace fs = std::filesystem;
 
@@ -98,4 +98,4 @@ void DesktopWorkspace::chooseFolder(const FolderQuestion& question,
     chooser_->activateWindow();
 }
 
-}  // namespace kasto
+}  // namespace kasto::freedesktop

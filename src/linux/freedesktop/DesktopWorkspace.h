@@ -7,7 +7,7 @@
 class QFileDialog;
 class QWidget;
 
-namespace kasto {
+namespace kasto::freedesktop {
 
 // The file browser over org.freedesktop.FileManager1 and the desktop's openers, the folder chooser by Qt.
 // Needs the application object.
@@ -28,4 +28,4 @@ private:
     QPointer<QFileDialog> chooser_;
 };
 
-}  // namespace kasto
+}  // namespace kasto::freedesktop

@@ -4,16 +4,16 @@
 #include <QString>
 
 // What the desktop's portals are called on a session bus.
-namespace kasto::portal {
+namespace kasto::freedesktop {
 
-inline const QString kService = "org.freedesktop.portal.Desktop";
-inline const QString kPath = "/org/freedesktop/portal/desktop";
-inline const QString kCameraInterface = "org.freedesktop.portal.Camera";
-inline const QString kRequestInterface = "org.freedesktop.portal.Request";
-inline const QString kNotAllowed = "org.freedesktop.portal.Error.NotAllowed";
+inline const QString kPortalService = "org.freedesktop.portal.Desktop";
+inline const QString kPortalPath = "/org/freedesktop/portal/desktop";
+inline const QString kPortalCamera = "org.freedesktop.portal.Camera";
+inline const QString kPortalRequest = "org.freedesktop.portal.Request";
+inline const QString kPortalNotAllowed = "org.freedesktop.portal.Error.NotAllowed";
 
-inline QDBusMessage cameraCall(const QString& method) {
-    return QDBusMessage::createMethodCall(kService, kPath, kCameraInterface, method);
+inline QDBusMessage portalCameraCall(const QString& method) {
+    return QDBusMessage::createMethodCall(kPortalService, kPortalPath, kPortalCamera, method);
 }
 
-}  // namespace kasto::portal
+}  // namespace kasto::freedesktop

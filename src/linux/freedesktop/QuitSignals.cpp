@@ -10,7 +10,7 @@
 #include <csignal>
 #include <utility>
 
-namespace kasto {
+namespace kasto::freedesktop {
 
 namespace {
 
@@ -68,4 +68,4 @@ Result<std::unique_ptr<QuitSignals>> QuitSignals::install(std::function<void()> 
     return std::unique_ptr<QuitSignals>(new QuitSignals(std::make_unique<Wake>(fd, std::move(onQuit))));
 }
 
-}  // namespace kasto
+}  // namespace kasto::freedesktop

@@ -5,7 +5,7 @@
 #include <functional>
 #include <memory>
 
-namespace kasto {
+namespace kasto::freedesktop {
 
 // Turns SIGINT, SIGTERM and SIGHUP into a call on the main thread's event loop. One at a time; its end
 // restores what the signals did before.
@@ -20,4 +20,4 @@ private:
     std::unique_ptr<Wake> wake_;
 };
 
-}  // namespace kasto
+}  // namespace kasto::freedesktop

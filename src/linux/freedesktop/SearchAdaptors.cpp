@@ -5,7 +5,7 @@
 #include <QDBusMetaType>
 #include <algorithm>
 
-namespace kasto {
+namespace kasto::freedesktop {
 
 namespace {
 
@@ -110,4 +110,4 @@ void RunnerAdaptor::Run(const QString& matchId, const QString&) const {
     if (searched_.find(matchId)) searched_.perform(matchId.toStdString());
 }
 
-}  // namespace kasto
+}  // namespace kasto::freedesktop

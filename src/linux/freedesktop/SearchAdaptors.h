@@ -9,7 +9,7 @@
 #include <QVariantMap>
 #include <functional>
 
-namespace kasto {
+namespace kasto::freedesktop {
 
 // What the desktop shells' searches look through.
 struct SearchedShortcuts {
@@ -69,15 +69,15 @@ public:
     RunnerAdaptor(QObject* parent, const SearchedShortcuts& searched);
 
 public slots:
-    QList<kasto::RunnerMatch> Match(const QString& query) const;
-    QList<kasto::RunnerAction> Actions() const { return {}; }
+    QList<kasto::freedesktop::RunnerMatch> Match(const QString& query) const;
+    QList<kasto::freedesktop::RunnerAction> Actions() const { return {}; }
     void Run(const QString& matchId, const QString& actionId) const;
 
 private:
     const SearchedShortcuts& searched_;
 };
 
-}  // namespace kasto
+}  // namespace kasto::freedesktop
 
-Q_DECLARE_METATYPE(kasto::RunnerMatch)
-Q_DECLARE_METATYPE(kasto::RunnerAction)
+Q_DECLARE_METATYPE(kasto::freedesktop::RunnerMatch)
+Q_DECLARE_METATYPE(kasto::freedesktop::RunnerAction)

@@ -4,7 +4,7 @@
 #include <QStringList>
 #include <algorithm>
 
-namespace kasto {
+namespace kasto::freedesktop {
 
 namespace {
 
@@ -52,4 +52,4 @@ QString iconNameOf(const Shortcut& shortcut) {
     return shortcut.symbol == "stop.fill" ? "media-playback-stop" : "media-record";
 }
 
-}  // namespace kasto
+}  // namespace kasto::freedesktop

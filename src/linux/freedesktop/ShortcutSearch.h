@@ -5,7 +5,7 @@
 #include <QString>
 #include <vector>
 
-namespace kasto {
+namespace kasto::freedesktop {
 
 // How well what somebody typed fits a shortcut.
 struct ShortcutMatch {
@@ -21,4 +21,4 @@ std::vector<ShortcutMatch> findShortcuts(const std::vector<Shortcut>& shortcuts,
 // The name of the icon that icon themes have for a shortcut's symbol.
 QString iconNameOf(const Shortcut& shortcut);
 
-}  // namespace kasto
+}  // namespace kasto::freedesktop

@@ -3,7 +3,7 @@
 #include <QDBusMetaType>
 #include <QtEndian>
 
-namespace kasto {
+namespace kasto::freedesktop {
 
 namespace {
 
@@ -54,4 +54,4 @@ QList<IconPixmap> StatusNotifier::icon() const {
     return pixmaps;
 }
 
-}  // namespace kasto
+}  // namespace kasto::freedesktop

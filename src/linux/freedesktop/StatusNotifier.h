@@ -10,7 +10,7 @@
 #include <QString>
 #include <functional>
 
-namespace kasto {
+namespace kasto::freedesktop {
 
 // The records of the interface.
 struct IconPixmap {
@@ -37,14 +37,14 @@ class StatusNotifier final : public QObject {
     Q_PROPERTY(QString Status READ status)
     Q_PROPERTY(int WindowId READ windowId)
     Q_PROPERTY(QString IconName READ noName)
-    Q_PROPERTY(QList<kasto::IconPixmap> IconPixmap READ icon)
+    Q_PROPERTY(QList<kasto::freedesktop::IconPixmap> IconPixmap READ icon)
     Q_PROPERTY(QString IconAccessibleDesc READ fullTitle)
     Q_PROPERTY(QString OverlayIconName READ noName)
-    Q_PROPERTY(QList<kasto::IconPixmap> OverlayIconPixmap READ noIcon)
+    Q_PROPERTY(QList<kasto::freedesktop::IconPixmap> OverlayIconPixmap READ noIcon)
     Q_PROPERTY(QString AttentionIconName READ noName)
-    Q_PROPERTY(QList<kasto::IconPixmap> AttentionIconPixmap READ noIcon)
+    Q_PROPERTY(QList<kasto::freedesktop::IconPixmap> AttentionIconPixmap READ noIcon)
     Q_PROPERTY(QString AttentionMovieName READ noName)
-    Q_PROPERTY(kasto::NotifierToolTip ToolTip READ toolTip)
+    Q_PROPERTY(kasto::freedesktop::NotifierToolTip ToolTip READ toolTip)
     Q_PROPERTY(bool ItemIsMenu READ itemIsMenu)
     Q_PROPERTY(QDBusObjectPath Menu READ menu)
     Q_PROPERTY(QString XAyatanaLabel READ label)
@@ -96,4 +96,4 @@ private:
     QString label_;
 };
 
-}  // namespace kasto
+}  // namespace kasto::freedesktop

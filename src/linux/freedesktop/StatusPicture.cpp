@@ -5,7 +5,7 @@
 #include <QPainterPath>
 #include <cmath>
 
-namespace kasto {
+namespace kasto::freedesktop {
 
 namespace {
 
@@ -135,4 +135,4 @@ QList<QImage> StatusPicture::inUsualSizes(const QColor& foreground) const {
     return pictures;
 }
 
-}  // namespace kasto
+}  // namespace kasto::freedesktop

@@ -6,7 +6,7 @@
 #include <QImage>
 #include <QString>
 
-namespace kasto {
+namespace kasto::freedesktop {
 
 // What a status item shows, drawn from outlines so that it is sharp at every size.
 struct StatusPicture {
@@ -23,4 +23,4 @@ struct StatusPicture {
     bool operator==(const StatusPicture&) const = default;
 };
 
-}  // namespace kasto
+}  // namespace kasto::freedesktop

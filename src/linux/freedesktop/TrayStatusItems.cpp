@@ -16,7 +16,7 @@
 #include <QTimer>
 #include <utility>
 
-namespace kasto {
+namespace kasto::freedesktop {
 
 namespace {
 
@@ -173,6 +173,6 @@ std::unique_ptr<StatusItem> TrayStatusItems::make(const std::string& id, StatusI
     return std::make_unique<TrayItem>(QString::fromStdString(id), busName, std::move(actions));
 }
 
-}  // namespace kasto
+}  // namespace kasto::freedesktop
 
 #include "TrayStatusItems.moc"

@@ -2,7 +2,7 @@
 
 #include "platform/StatusItem.h"
 
-namespace kasto {
+namespace kasto::freedesktop {
 
 // Status items as the desktop has them: over org.kde.StatusNotifierItem where a host of such items runs, else
 // in the tray of the X server, else nowhere; each item changes over when hosts come and go. Needs the
@@ -15,4 +15,4 @@ private:
     int made_ = 0;
 };
 
-}  // namespace kasto
+}  // namespace kasto::freedesktop

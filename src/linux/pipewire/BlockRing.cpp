@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-namespace kasto {
+namespace kasto::pipewire {
 
 bool BlockRing::push(std::span<const float> samples, std::int64_t timeNs) {
     const std::size_t block = blocksPushed_.load(std::memory_order_relaxed);
@@ -35,4 +35,4 @@ std::optional<SoundBlock> BlockRing::pop() {
     return popped;
 }
 
-}  // namespace kasto
+}  // namespace kasto::pipewire

@@ -8,7 +8,7 @@
 #include <span>
 #include <vector>
 
-namespace kasto {
+namespace kasto::pipewire {
 
 // A piece of sound with the time of its first sample.
 struct SoundBlock {
@@ -43,4 +43,4 @@ private:
     std::atomic<std::size_t> blocksPopped_ = 0;
 };
 
-}  // namespace kasto
+}  // namespace kasto::pipewire

@@ -9,7 +9,7 @@
 #include <cstdint>
 #include <tuple>
 
-namespace kasto {
+namespace kasto::pipewire {
 
 namespace {
 
@@ -157,4 +157,4 @@ const spa_pod* buildFormat(spa_pod_builder& builder, const CameraFormat& format)
     return spa_format_video_raw_build(&builder, SPA_PARAM_EnumFormat, &info);
 }
 
-}  // namespace kasto
+}  // namespace kasto::pipewire

@@ -7,7 +7,7 @@
 #include <span>
 #include <vector>
 
-namespace kasto {
+namespace kasto::pipewire {
 
 // How the pixels of a camera come, those that cost least to turn into a picture first.
 enum class CameraCoding { bgrx, nv12, i420, yuy2, mjpeg };
@@ -39,4 +39,4 @@ std::optional<CameraFormat> chooseFormat(std::span<const CameraFormat> formats);
 // A parameter that asks for exactly this format, in the builder's memory.
 const spa_pod* buildFormat(spa_pod_builder& builder, const CameraFormat& format);
 
-}  // namespace kasto
+}  // namespace kasto::pipewire

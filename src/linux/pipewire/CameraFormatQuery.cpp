@@ -3,7 +3,7 @@
 #include <chrono>
 #include <utility>
 
-namespace kasto {
+namespace kasto::pipewire {
 
 namespace {
 
@@ -77,4 +77,4 @@ void CameraFormatQuery::serverGone() {
     finish();
 }
 
-}  // namespace kasto
+}  // namespace kasto::pipewire

@@ -9,7 +9,7 @@
 #include <semaphore>
 #include <vector>
 
-namespace kasto {
+namespace kasto::pipewire {
 
 // The question to a camera what it offers. Any thread but the connection's.
 class CameraFormatQuery final : private PipeWireObserver {
@@ -46,4 +46,4 @@ private:
     std::binary_semaphore finished_{0};
 };
 
-}  // namespace kasto
+}  // namespace kasto::pipewire

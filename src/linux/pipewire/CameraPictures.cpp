@@ -8,7 +8,7 @@
 #include <cstddef>
 #include <span>
 
-namespace kasto {
+namespace kasto::pipewire {
 
 namespace {
 
@@ -23,7 +23,7 @@ struct PlaneShape {
     int rows;
 };
 
-std::vector<PlaneShape> planesOf(const CameraFormat& format) {
+std::vector<PlaneShape> planeShapes(const CameraFormat& format) {
     const int width = format.width;
     const int height = format.height;
     const int halfWidth = (width + 1) / 2;
@@ -74,7 +74,7 @@ PixelBufferRef CameraPictures::convert(const spa_buffer& buffer) {
 
 // Planes of a raw format lie in blocks of their own, or one after the other in a single one.
 std::vector<CameraPictures::Source> CameraPictures::planesOf(const spa_buffer& buffer) const {
-    const auto shapes = kasto::planesOf(format_);
+    const auto shapes = planeShapes(format_);
     const bool isSingle = buffer.n_datas == 1;
     if (!isSingle && buffer.n_datas < shapes.size()) return {};
     std::vector<Source> planes;
@@ -162,4 +162,4 @@ bool CameraPictures::drawJpeg(const spa_buffer& buffer, const Plane& picture) {
     return failed == 0 || tjGetErrorCode(jpeg_.get()) == TJERR_WARNING;
 }
 
-}  // namespace kasto
+}  // namespace kasto::pipewire

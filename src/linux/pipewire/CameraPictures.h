@@ -9,7 +9,7 @@
 #include <memory>
 #include <vector>
 
-namespace kasto {
+namespace kasto::pipewire {
 
 // Turns what a camera delivers into pictures (bgrx), in buffers that are used again. One thread at a time.
 class CameraPictures {
@@ -39,4 +39,4 @@ private:
     std::unique_ptr<void, EndJpeg> jpeg_;
 };
 
-}  // namespace kasto
+}  // namespace kasto::pipewire

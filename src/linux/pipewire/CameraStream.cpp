@@ -11,7 +11,7 @@
 #include <string>
 #include <utility>
 
-namespace kasto {
+namespace kasto::pipewire {
 
 namespace {
 
@@ -186,4 +186,4 @@ void CameraStream::deliver() {
     onFrame_(std::move(picture));
 }
 
-}  // namespace kasto
+}  // namespace kasto::pipewire

@@ -17,7 +17,7 @@
 #include <string>
 #include <utility>
 
-namespace kasto {
+namespace kasto::pipewire {
 
 // The frames of one camera, from its plugging in until it is unplugged. Belongs to the queue it delivers on.
 //
@@ -81,4 +81,4 @@ private:
     Guarded<Slots> slots_;
 };
 
-}  // namespace kasto
+}  // namespace kasto::pipewire

@@ -4,7 +4,7 @@
 #include <cmath>
 #include <numbers>
 
-namespace kasto {
+namespace kasto::pipewire {
 
 namespace {
 
@@ -30,4 +30,4 @@ double CaptureClock::timeOf(double measuredS, int frames) {
     return timeS;
 }
 
-}  // namespace kasto
+}  // namespace kasto::pipewire

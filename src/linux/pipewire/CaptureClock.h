@@ -1,10 +1,10 @@
 #pragma once
 
+#include "base/MediaRates.h"
+
 #include <optional>
 
-namespace kasto {
-
-inline constexpr int kSoundRate = 48'000;  // samples a second
+namespace kasto::pipewire {
 
 // Gives blocks of sound that follow each other the times at which they were captured. Measured times waver by
 // when a thread was woken or a device asked; sound does not. A phase-locked loop follows them slowly, and the
@@ -19,4 +19,4 @@ private:
     double secondsPerFrame_ = 1.0 / kSoundRate;
 };
 
-}  // namespace kasto
+}  // namespace kasto::pipewire

@@ -6,7 +6,7 @@
 #include <ctime>
 #include <memory>
 
-namespace kasto {
+namespace kasto::pipewire {
 
 struct LoopSourceDeleter {
     pw_loop* loop = nullptr;
@@ -33,4 +33,4 @@ LoopSource loopTimer(pw_loop* loop, T* object, std::time_t seconds) {
     return timer;
 }
 
-}  // namespace kasto
+}  // namespace kasto::pipewire

@@ -8,7 +8,7 @@
 #include <iterator>
 #include <utility>
 
-namespace kasto {
+namespace kasto::pipewire {
 
 namespace {
 
@@ -110,4 +110,4 @@ Result<std::unique_ptr<CameraRun>> PipeWireCameras::run(const std::string& devic
                                                std::move(*stream));
 }
 
-}  // namespace kasto
+}  // namespace kasto::pipewire

@@ -4,7 +4,7 @@
 
 #include <memory>
 
-namespace kasto {
+namespace kasto::pipewire {
 
 class PipeWireConnection;
 
@@ -28,4 +28,4 @@ private:
     PipeWireConnection& connection_;
 };
 
-}  // namespace kasto
+}  // namespace kasto::pipewire

@@ -17,7 +17,7 @@
 #include <utility>
 #include <vector>
 
-namespace kasto {
+namespace kasto::pipewire {
 
 namespace {
 
@@ -364,4 +364,4 @@ const MediaNode* PipeWireConnection::defaultNode(MediaDefault which) const {
 
 void PipeWireConnection::rereadDefaults() { state_->readDefaults(); }
 
-}  // namespace kasto
+}  // namespace kasto::pipewire

@@ -13,7 +13,7 @@ struct pw_core;
 struct pw_loop;
 struct pw_registry;
 
-namespace kasto {
+namespace kasto::pipewire {
 
 // A device or a stream of the media server, as it announces itself.
 struct MediaNode {
@@ -107,4 +107,4 @@ private:
     mutable std::once_flag begun_;
 };
 
-}  // namespace kasto
+}  // namespace kasto::pipewire

@@ -12,7 +12,7 @@
 #include <string>
 #include <utility>
 
-namespace kasto {
+namespace kasto::pipewire {
 
 namespace {
 
@@ -167,4 +167,4 @@ bool PipeWireSound::deliversMicrophone() const {
     return connection_.loop() != nullptr;
 }
 
-}  // namespace kasto
+}  // namespace kasto::pipewire

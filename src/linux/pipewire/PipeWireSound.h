@@ -2,7 +2,7 @@
 
 #include "platform/SoundCapture.h"
 
-namespace kasto {
+namespace kasto::pipewire {
 
 class PipeWireConnection;
 
@@ -24,4 +24,4 @@ private:
     PipeWireConnection& connection_;
 };
 
-}  // namespace kasto
+}  // namespace kasto::pipewire

@@ -6,7 +6,7 @@
 #include <utility>
 #include <vector>
 
-namespace kasto {
+namespace kasto::pipewire {
 
 // The way to an answer: whether the server shows a camera after all, whether there is one, whether the user
 // lends it, and what the portal's server shows then. Each step finds this gone when the cameras are.
@@ -144,4 +144,4 @@ Result<std::unique_ptr<CameraRun>> PortalCameras::run(const std::string& deviceI
                     : direct_.run(deviceId, queue, std::move(onFrame));
 }
 
-}  // namespace kasto
+}  // namespace kasto::pipewire

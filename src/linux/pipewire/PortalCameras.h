@@ -6,7 +6,7 @@
 
 #include <memory>
 
-namespace kasto {
+namespace kasto::pipewire {
 
 // The cameras of the user's session, by way of the camera portal where the program does not see them itself.
 //
@@ -38,4 +38,4 @@ private:
     PipeWireCameras lent_{remote_};
 };
 
-}  // namespace kasto
+}  // namespace kasto::pipewire

@@ -7,7 +7,7 @@
 #include <string_view>
 #include <utility>
 
-namespace kasto {
+namespace kasto::pipewire {
 
 namespace {
 
@@ -86,4 +86,4 @@ double SinkLatency::seconds(double roundS) const {
     return std::clamp(rounds * roundS + frames / kSoundRate + ns / SPA_NSEC_PER_SEC, 0.0, kMostS);
 }
 
-}  // namespace kasto
+}  // namespace kasto::pipewire

@@ -5,7 +5,7 @@
 
 #include <cstdint>
 
-namespace kasto {
+namespace kasto::pipewire {
 
 // How long after it was handed to speakers sound is heard, as the speakers tell: nothing for some that are
 // made of software, a round of the media server for a sound card, a fifth of a second for wireless
@@ -37,4 +37,4 @@ private:
     spa_latency_info told_ = SPA_LATENCY_INFO(SPA_DIRECTION_INPUT);
 };
 
-}  // namespace kasto
+}  // namespace kasto::pipewire

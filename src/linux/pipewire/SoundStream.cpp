@@ -10,7 +10,7 @@
 #include <span>
 #include <utility>
 
-namespace kasto {
+namespace kasto::pipewire {
 
 namespace {
 
@@ -196,4 +196,4 @@ void SoundStream::end() {
     tell(*endedWith_);
 }
 
-}  // namespace kasto
+}  // namespace kasto::pipewire

@@ -16,7 +16,7 @@
 #include <optional>
 #include <string>
 
-namespace kasto {
+namespace kasto::pipewire {
 
 struct SoundStreamSettings {
     std::string name;        // of its node, and of its application in mixers
@@ -76,4 +76,4 @@ private:
     spa_hook listener_{};
 };
 
-}  // namespace kasto
+}  // namespace kasto::pipewire

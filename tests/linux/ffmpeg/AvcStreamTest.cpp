@@ -1,8 +1,8 @@
-#include "linux/ffmpeg/AvcStream.h"
+#include "movie/h264/AvcStream.h"
 
 #include <gtest/gtest.h>
 
-namespace kasto {
+namespace kasto::ffmpeg {
 namespace {
 
 using Bytes = std::vector<std::uint8_t>;
@@ -32,4 +32,4 @@ TEST(AvcStreamTest, decoderConfigurationNeedsOneSetOfEachKindOfProfileHigh) {
 }
 
 }  // namespace
-}  // namespace kasto
+}  // namespace kasto::ffmpeg

@@ -1,13 +1,13 @@
 #include "linux/ffmpeg/EncoderChoice.h"
-#include "linux/ffmpeg/EncoderPreset.h"
-#include "linux/ffmpeg/PresetByLoad.h"
 #include "linux/ffmpeg/TakeOnPaper.h"
+#include "movie/h264/EncoderPreset.h"
+#include "movie/h264/PresetByLoad.h"
 
 #include <gtest/gtest.h>
 
 #include <string>
 
-namespace kasto {
+namespace kasto::ffmpeg {
 namespace {
 
 enum class Fault { none, fallback, doesNotOpen, failsToEncode, losesAPicture, reorders, noKeys, failsToEnd };
@@ -89,4 +89,4 @@ TEST(EncoderChoiceTest, presetYieldsToABacklogAndComesBack) {
 }
 
 }  // namespace
-}  // namespace kasto
+}  // namespace kasto::ffmpeg

@@ -8,7 +8,7 @@
 
 #include <algorithm>
 
-namespace kasto {
+namespace kasto::ffmpeg {
 namespace {
 
 using namespace test;
@@ -97,4 +97,4 @@ TEST_F(FfmpegExportsTest, failuresSayWhy) {
 }
 
 }  // namespace
-}  // namespace kasto
+}  // namespace kasto::ffmpeg

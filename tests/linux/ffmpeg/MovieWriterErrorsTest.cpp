@@ -12,7 +12,7 @@
 #include <cerrno>
 #include <csignal>
 
-namespace kasto {
+namespace kasto::ffmpeg {
 namespace {
 
 using namespace test;
@@ -151,4 +151,4 @@ TEST(MovieWriterErrorsTest, takeOnAFullDiskEndsPlayable) {
 }
 
 }  // namespace
-}  // namespace kasto
+}  // namespace kasto::ffmpeg

@@ -1,10 +1,10 @@
-#include "linux/ffmpeg/RateControl.h"
+#include "movie/h264/RateControl.h"
 
 #include <gtest/gtest.h>
 
 #include <cmath>
 
-namespace kasto {
+namespace kasto::ffmpeg {
 namespace {
 
 constexpr VideoInputSettings kVideo{1920, 1080, 9'953'280, 120, 60};
@@ -51,4 +51,4 @@ TEST(RateControlTest, refinesAStillAsFarAsItsSavingsAllow) {
 }
 
 }  // namespace
-}  // namespace kasto
+}  // namespace kasto::ffmpeg

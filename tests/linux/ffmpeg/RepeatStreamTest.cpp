@@ -1,6 +1,6 @@
-#include "linux/ffmpeg/BitStream.h"
-#include "linux/ffmpeg/RepeatStream.h"
-#include "linux/ffmpeg/X264Encoder.h"
+#include "movie/h264/BitStream.h"
+#include "movie/h264/RepeatStream.h"
+#include "movie/h264/X264Encoder.h"
 
 #include <gtest/gtest.h>
 
@@ -8,7 +8,7 @@
 #include <random>
 #include <vector>
 
-namespace kasto {
+namespace kasto::ffmpeg {
 namespace {
 
 using Bytes = std::vector<std::uint8_t>;
@@ -113,4 +113,4 @@ TEST_F(RepeatStreamTest, damagedStreamsDoNoHarm) {
 }
 
 }  // namespace
-}  // namespace kasto
+}  // namespace kasto::ffmpeg

@@ -1,8 +1,8 @@
-#include "linux/ffmpeg/EncoderPreset.h"
 #include "linux/ffmpeg/FfmpegHandles.h"
-#include "linux/ffmpeg/RepeatStream.h"
-#include "linux/ffmpeg/SoftwareEncoder.h"
-#include "linux/ffmpeg/X264Encoder.h"
+#include "movie/h264/EncoderPreset.h"
+#include "movie/h264/RepeatStream.h"
+#include "movie/h264/SoftwareEncoder.h"
+#include "movie/h264/X264Encoder.h"
 
 #include <gtest/gtest.h>
 #include <wels/codec_api.h>
@@ -15,7 +15,7 @@
 #include <random>
 #include <vector>
 
-namespace kasto {
+namespace kasto::ffmpeg {
 namespace {
 
 constexpr int kWidth = 208;
@@ -324,4 +324,4 @@ INSTANTIATE_TEST_SUITE_P(Presets, RepeatedPicturesTest, testing::Range<std::size
                          [](const auto& test) { return kX264Presets[test.param]; });
 
 }  // namespace
-}  // namespace kasto
+}  // namespace kasto::ffmpeg

@@ -1,5 +1,6 @@
-#include "linux/ffmpeg/SoundTimeline.h"
+#include "base/MediaRates.h"
 #include "linux/ffmpeg/TakeOnPaper.h"
+#include "movie/sound/SoundTimeline.h"
 #include "support/MovieProbe.h"
 #include "support/TestFolder.h"
 #include "support/WaitUntil.h"
@@ -11,12 +12,10 @@
 #include <limits>
 #include <memory>
 
-namespace kasto {
+namespace kasto::ffmpeg {
 namespace {
 
 using namespace test;
-
-constexpr int kRate = SoundTimeline::kRate;
 
 TEST(SoundTimelineTest, placesEachBufferByItsTime) {
     struct Step {
@@ -44,7 +43,7 @@ TEST(SoundTimelineTest, placesEachBufferByItsTime) {
         timeline.advance(placement.silence + frames - placement.skipped);
     }
     EXPECT_EQ(timeline.missing(0.3), 0);
-    EXPECT_EQ(timeline.missing(2), static_cast<std::int64_t>(1.5 * kRate) - timeline.frames());
+    EXPECT_EQ(timeline.missing(2), static_cast<std::int64_t>(1.5 * kSoundRate) - timeline.frames());
 }
 
 TEST(SoundTimelineTest, followsAClockThatIsOff) {
@@ -58,7 +57,7 @@ TEST(SoundTimelineTest, followsAClockThatIsOff) {
             line += 480 * (1 + placement.stretch);
             timeline.advance(std::llround(line) - timeline.frames());
             if (i < 3000) continue;
-            ASSERT_NEAR(timeline.frames() / double{kRate}, (i + 1) * 0.01 * (1 + off), 0.006) << i;
+            ASSERT_NEAR(timeline.frames() / static_cast<double>(kSoundRate), (i + 1) * 0.01 * (1 + off), 0.006) << i;
         }
     }
 }
@@ -78,13 +77,13 @@ std::vector<float> soundOf(const std::filesystem::path& movie, int track) {
 // Where beeps begin, in seconds.
 std::vector<double> beepsIn(const std::vector<float>& samples) {
     std::vector<double> beeps;
-    std::size_t quietFor = kRate;
+    std::size_t quietFor = kSoundRate;
     for (std::size_t i = 0; i < samples.size(); ++i) {
         if (std::abs(samples[i]) < 0.1F) {
             ++quietFor;
             continue;
         }
-        if (quietFor > kRate / 10) beeps.push_back(static_cast<double>(i) / kRate);
+        if (quietFor > kSoundRate / 10) beeps.push_back(static_cast<double>(i) / kSoundRate);
         quietFor = 0;
     }
     return beeps;
@@ -99,11 +98,11 @@ public:
     // 20 ms more, from this time on, unless it sleeps.
     void hear(double untilS, const std::vector<double>& beepsS, bool sleeps) {
         constexpr int kFrames = 960;
-        for (; heardS_ < untilS; heardS_ += kFrames / double{kRate} * (1 + off_)) {
+        for (; heardS_ < untilS; heardS_ += kFrames / static_cast<double>(kSoundRate) * (1 + off_)) {
             if (sleeps) continue;
             AudioSamples buffer{.samples = {}, .channels = channels_, .presentationS = 0, .durationS = 0.02};
             for (int i = 0; i < kFrames; ++i) {
-                const double timeS = heardS_ + i * (1 + off_) / kRate;
+                const double timeS = heardS_ + i * (1 + off_) / kSoundRate;
                 bool beeps = false;
                 for (const double beepS : beepsS) beeps |= timeS >= beepS && timeS < beepS + 0.05;
                 for (int c = 0; c < channels_; ++c)
@@ -152,7 +151,7 @@ TEST(SoundTrackTest, beepsAreHeardWhenTheyHappened) {
     EXPECT_EQ(MovieProbe(file).complaints(), "");
     for (int track = 0; track < 2; ++track) {
         const auto samples = soundOf(file, track);
-        EXPECT_NEAR(static_cast<double>(samples.size()) / kRate, 21, 0.07);
+        EXPECT_NEAR(static_cast<double>(samples.size()) / kSoundRate, 21, 0.07);
         const auto heard = beepsIn(samples);
         ASSERT_EQ(heard.size(), beeps.size()) << "track " << track;
         for (std::size_t i = 0; i < beeps.size(); ++i)
@@ -163,9 +162,9 @@ TEST(SoundTrackTest, beepsAreHeardWhenTheyHappened) {
         EXPECT_NEAR(kept[2], beeps[2], 0.035);
     }
     const auto silence = soundOf(file, 2);
-    EXPECT_NEAR(static_cast<double>(silence.size()) / kRate, 21, 0.07);
+    EXPECT_NEAR(static_cast<double>(silence.size()) / kSoundRate, 21, 0.07);
     EXPECT_TRUE(beepsIn(silence).empty());
 }
 
 }  // namespace
-}  // namespace kasto
+}  // namespace kasto::ffmpeg

@@ -10,6 +10,8 @@
 
 namespace kasto::test {
 
+using namespace ffmpeg;
+
 PixelBufferRef paintedPicture(const VideoInputSettings& settings, int luma, int cb, int cr, int texture) {
     auto picture = PixelBuffer::make(PixelFormat::i420, settings.width, settings.height);
     const int values[] = {luma, cb, cr};

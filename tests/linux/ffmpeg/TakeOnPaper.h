@@ -8,6 +8,8 @@
 
 namespace kasto::test {
 
+using namespace ffmpeg;
+
 inline constexpr VideoInputSettings kSmallVideo{320, 180, 2'000'000, 120, 60};
 
 // An i420 picture of the settings' size in one colour, with a little texture in the lower third when

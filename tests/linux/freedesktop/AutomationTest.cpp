@@ -5,6 +5,8 @@
 #include "linux/freedesktop/ShortcutSearch.h"
 
 namespace kasto::test {
+
+using namespace freedesktop;
 namespace {
 
 const std::vector<Shortcut> kShortcuts{

@@ -10,6 +10,8 @@
 
 namespace kasto::test {
 
+using namespace freedesktop;
+
 // Remembers what it was asked to show, as a file browser on the bus and as the desktop's opener for files.
 class FileBrowser : public QObject {
     Q_OBJECT

@@ -7,6 +7,8 @@
 
 namespace kasto::test {
 
+using namespace freedesktop;
+
 // A host of status items that notes who registers.
 class Host : public QObject {
     Q_OBJECT

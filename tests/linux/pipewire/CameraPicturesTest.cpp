@@ -4,7 +4,7 @@
 
 #include <memory>
 
-namespace kasto {
+namespace kasto::pipewire {
 namespace {
 
 TEST(CameraPicturesTest, drawsWhatABufferHoldsAndNothingOfADamagedOne) {
@@ -48,4 +48,4 @@ TEST(CameraPicturesTest, drawsWhatABufferHoldsAndNothingOfADamagedOne) {
 }
 
 }  // namespace
-}  // namespace kasto
+}  // namespace kasto::pipewire

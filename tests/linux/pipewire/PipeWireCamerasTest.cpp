@@ -12,6 +12,8 @@
 #include <cstdlib>
 
 namespace kasto::test {
+
+using namespace pipewire;
 namespace {
 
 ChildProcess plugIn(const std::string& id, const std::string& formats, const std::string& sizes,

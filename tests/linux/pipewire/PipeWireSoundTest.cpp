@@ -12,6 +12,8 @@
 #include <cmath>
 
 namespace kasto::test {
+
+using namespace pipewire;
 namespace {
 
 // Listens for the beeps: where in a second they begin, and where sound is missing.

@@ -14,6 +14,9 @@
 #include <memory>
 
 namespace kasto::test {
+
+using namespace freedesktop;
+using namespace pipewire;
 namespace {
 
 struct Session {

@@ -8,7 +8,7 @@
 #include <cmath>
 #include <thread>
 
-namespace kasto {
+namespace kasto::pipewire {
 namespace {
 
 constexpr int kFrames = 1024;
@@ -62,4 +62,4 @@ TEST(BlockRingTest, handsOnEveryBlockWholeAndInOrder) {
 }
 
 }  // namespace
-}  // namespace kasto
+}  // namespace kasto::pipewire

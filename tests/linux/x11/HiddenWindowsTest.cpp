@@ -10,6 +10,8 @@
 #include <thread>
 
 namespace kasto::test {
+
+using namespace x11;
 namespace {
 
 constexpr std::uint32_t kOwnColor = 0xffff00ff;  // nothing else on the screen has any red
@@ -203,7 +205,7 @@ TEST_P(HiddenWindowsTest, AManagedWindowLeavesItsFrameBehind) {
         letPass(random() % 10);
     }
     letPass(300);
-    const x11::Reply<xcb_translate_coordinates_reply_t> at(xcb_translate_coordinates_reply(
+    const Reply<xcb_translate_coordinates_reply_t> at(xcb_translate_coordinates_reply(
         own.raw(), xcb_translate_coordinates(own.raw(), panel, own.root(), 0, 0), nullptr));
     const PixelRect inside{at->dst_x, at->dst_y, 200, 150};
     const auto differingIn = [&, wanted = expected()](const PixelRect& rect, const Pixels& pixels) {

@@ -1,8 +1,8 @@
 #include "XClient.h"
-#include "linux/x11/Connection.h"
-#include "linux/x11/PictureSet.h"
-#include "linux/x11/ReadPlan.h"
-#include "linux/x11/SharedMemory.h"
+#include "linux/x11/capture/PictureSet.h"
+#include "linux/x11/capture/ReadPlan.h"
+#include "linux/x11/capture/SharedMemory.h"
+#include "linux/x11/server/Connection.h"
 #include "support/PrivateXServer.h"
 
 #include <gtest/gtest.h>

@@ -4,6 +4,8 @@
 
 namespace kasto::test {
 
+using namespace x11;
+
 namespace {
 
 bool tellsItsChanges(const ScreenFrame& before, const ScreenFrame& after) {

@@ -3,8 +3,8 @@
 #include "XClient.h"
 #include "base/Guarded.h"
 #include "base/SerialQueue.h"
-#include "linux/x11/X11Displays.h"
-#include "linux/x11/X11ScreenCapture.h"
+#include "linux/x11/capture/X11ScreenCapture.h"
+#include "linux/x11/server/X11Displays.h"
 #include "platform/OwnWindows.h"
 #include "support/PrivateXServer.h"
 
@@ -14,6 +14,8 @@
 #include <functional>
 
 namespace kasto::test {
+
+using namespace x11;
 
 Pixels toPixels(const ScreenFrame& frame);
 

@@ -1,8 +1,8 @@
 #include "XClient.h"
 #include "base/FileDescriptor.h"
 #include "base/Guarded.h"
-#include "linux/x11/X11Displays.h"
-#include "linux/x11/X11Pointer.h"
+#include "linux/x11/input/X11Pointer.h"
+#include "linux/x11/server/X11Displays.h"
 #include "support/PrivateXServer.h"
 #include "support/TestFolder.h"
 #include "support/WaitUntil.h"
@@ -15,7 +15,7 @@
 #include <algorithm>
 #include <cmath>
 
-namespace kasto {
+namespace kasto::x11 {
 namespace {
 
 using test::waitUntil;
@@ -146,4 +146,4 @@ TEST(SmoothScrollTest, PartsOfANotchArriveHereAndNotchesAtTheProgram) {
 }
 
 }  // namespace
-}  // namespace kasto
+}  // namespace kasto::x11

@@ -1,7 +1,7 @@
 #include "XClient.h"
-#include "linux/x11/Monitors.h"
-#include "linux/x11/X11Displays.h"
-#include "linux/x11/X11Pointer.h"
+#include "linux/x11/input/X11Pointer.h"
+#include "linux/x11/server/Monitors.h"
+#include "linux/x11/server/X11Displays.h"
 #include "support/PrivateXServer.h"
 #include "support/WaitUntil.h"
 
@@ -10,6 +10,8 @@
 #include <atomic>
 
 namespace kasto::test {
+
+using namespace x11;
 namespace {
 
 TEST(X11DisplaysTest, MonitorsComeAndGoWithTheServer) {
@@ -24,8 +26,8 @@ TEST(X11DisplaysTest, MonitorsComeAndGoWithTheServer) {
     ASSERT_EQ(server.run({"xrandr", "--setmonitor", "LEFT", "960/250x1080/280+0+0", "screen"}), 0);
     ASSERT_EQ(server.run({"xrandr", "--setmonitor", "*RIGHT", "960/250x1080/280+960+0", "none"}), 0);
     ASSERT_TRUE(waitUntil([&] { return told == 2; }));
-    const auto left = x11::displayIdOf("LEFT");
-    const auto right = x11::displayIdOf("RIGHT");
+    const auto left = displayIdOf("LEFT");
+    const auto right = displayIdOf("RIGHT");
     EXPECT_EQ(displays->displayAt({959.5, 10}), left);
     EXPECT_EQ(displays->displayAt({960, 10}), right);
     EXPECT_EQ(displays->displayAt({1920, 10}), std::nullopt);
@@ -66,7 +68,7 @@ TEST(X11DisplaysTest, ReadsTheResolutionFromAnyLine) {
         {"MyXft.dpi:\t300\n", 0},
         {"Xft.dpi:\t0\nXft.dpi:\t110\n", 110},
     };
-    for (const auto& [resources, dpi] : rows) EXPECT_EQ(x11::dpiInResources(resources), dpi) << resources;
+    for (const auto& [resources, dpi] : rows) EXPECT_EQ(dpiInResources(resources), dpi) << resources;
 }
 
 }  // namespace

@@ -1,17 +1,19 @@
 #include "XClient.h"
 #include "input/HotKey.h"
-#include "linux/x11/X11HotKeys.h"
+#include "linux/x11/input/X11HotKeys.h"
 #include "support/PrivateXServer.h"
 
 #include <gtest/gtest.h>
 #include <poll.h>
 
 namespace kasto::test {
+
+using namespace x11;
 namespace {
 
 // A program with hot keys, as far as its loop goes.
 struct Program {
-    explicit Program(const std::string& display) : connection(*x11::Connection::open(display)) {}
+    explicit Program(const std::string& display) : connection(*Connection::open(display)) {}
 
     // Hands the events on until nothing more comes.
     void handleEvents() {
@@ -19,12 +21,12 @@ struct Program {
         pollfd incoming{xcb_get_file_descriptor(connection.raw()), POLLIN, 0};
         constexpr int kQuietMs = 150;
         do {
-            while (const x11::Reply<xcb_generic_event_t> event{xcb_poll_for_event(connection.raw())})
+            while (const Reply<xcb_generic_event_t> event{xcb_poll_for_event(connection.raw())})
                 hotKeys.handleEvent(event.get());
         } while (poll(&incoming, 1, kQuietMs) > 0);
     }
 
-    x11::Connection connection;
+    Connection connection;
     X11HotKeys hotKeys{connection.raw()};
 };
 
@@ -105,7 +107,7 @@ TEST_F(X11HotKeysTest, KeepsFnRightClickFromOtherProgramsForAWhile) {
             0);
         program.handleEvents();
         int seen = 0;
-        while (const x11::Reply<xcb_generic_event_t> event{xcb_poll_for_event(other.raw())})
+        while (const Reply<xcb_generic_event_t> event{xcb_poll_for_event(other.raw())})
             seen += (event->response_type & 0x7f) == XCB_BUTTON_PRESS;
         return seen;
     };

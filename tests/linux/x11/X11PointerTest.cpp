@@ -2,9 +2,9 @@
 #include "base/Guarded.h"
 #include "base/MediaClock.h"
 #include "input/InputPoller.h"
-#include "linux/x11/Connection.h"
-#include "linux/x11/X11Displays.h"
-#include "linux/x11/X11Pointer.h"
+#include "linux/x11/input/X11Pointer.h"
+#include "linux/x11/server/Connection.h"
+#include "linux/x11/server/X11Displays.h"
 #include "support/PrivateXServer.h"
 #include "support/WaitUntil.h"
 
@@ -13,7 +13,7 @@
 #include <atomic>
 #include <csignal>
 
-namespace kasto {
+namespace kasto::x11 {
 namespace {
 
 using test::PrivateXServer;
@@ -198,4 +198,4 @@ TEST_F(X11PointerTest, ThePollerSeesPressesOfTheServer) {
 }
 
 }  // namespace
-}  // namespace kasto
+}  // namespace kasto::x11

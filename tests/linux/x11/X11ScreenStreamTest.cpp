@@ -1,7 +1,7 @@
 #include "ScreenTest.h"
-#include "linux/x11/Monitors.h"
-#include "linux/x11/X11ScreenAccess.h"
-#include "linux/x11/X11ScreenStream.h"
+#include "linux/x11/capture/X11ScreenStream.h"
+#include "linux/x11/server/Monitors.h"
+#include "linux/x11/server/X11ScreenAccess.h"
 #include "support/WaitUntil.h"
 
 #include <xcb/xfixes.h>
@@ -10,6 +10,8 @@
 #include <thread>
 
 namespace kasto::test {
+
+using namespace x11;
 namespace {
 
 void letPass(int milliseconds) { std::this_thread::sleep_for(std::chrono::milliseconds(milliseconds)); }
@@ -67,7 +69,6 @@ TEST_F(X11ScreenStreamTest, HeldPicturesNeverChangeOutliveTheStreamAndAreCaughtU
 // The cursor over the clean screen, as the server tells its image.
 Pixels withCursor(const XClient& client, Pixels screen) {
     auto* c = client.raw();
-    using x11::Reply;
     const Reply<void> version(xcb_xfixes_query_version_reply(c, xcb_xfixes_query_version(c, 5, 0), nullptr));
     const Reply<xcb_xfixes_get_cursor_image_reply_t> cursor(
         xcb_xfixes_get_cursor_image_reply(c, xcb_xfixes_get_cursor_image(c), nullptr));
@@ -83,16 +84,16 @@ Pixels withCursor(const XClient& client, Pixels screen) {
     return screen;
 }
 
-class ReadWayTest : public X11ScreenStreamTest, public testing::WithParamInterface<x11::ReadWay> {};
+class ReadWayTest : public X11ScreenStreamTest, public testing::WithParamInterface<ReadWay> {};
 
 TEST_P(ReadWayTest, FollowsRandomDrawingPixelForPixel) {
     client.setRootColor(0x204060);
     const auto window = client.showWindow({40, 30, 500, 400}, 0x808080);
-    start(std::make_unique<X11ScreenStream>(x11::GrabSettings{.serverName = server.display(),
-                                                              .display = displays->mainDisplay(),
-                                                              .displayPx = kScreen,
-                                                              .capturePx = kScreen,
-                                                              .readWay = GetParam()},
+    start(std::make_unique<X11ScreenStream>(GrabSettings{.serverName = server.display(),
+                                                         .display = displays->mainDisplay(),
+                                                         .displayPx = kScreen,
+                                                         .capturePx = kScreen,
+                                                         .readWay = GetParam()},
                                             1.0 / 200, receiver));
     std::mt19937 random(7);
     const auto below = [&](int limit) { return static_cast<int>(random() % static_cast<unsigned>(limit)); };
@@ -107,7 +108,7 @@ TEST_P(ReadWayTest, FollowsRandomDrawingPixelForPixel) {
     EXPECT_GT(receiver.count, 20u);
 }
 
-INSTANTIATE_TEST_SUITE_P(Ways, ReadWayTest, testing::Values(x11::ReadWay::best, x11::ReadWay::images));
+INSTANTIATE_TEST_SUITE_P(Ways, ReadWayTest, testing::Values(ReadWay::best, ReadWay::images));
 
 TEST_F(X11ScreenStreamTest, TheCursorFollowsThePointerAndLeavesNoTrace) {
     const auto window = client.showWindow(kScreen, 0x775533);
@@ -168,7 +169,7 @@ TEST_F(X11ScreenStreamTest, RecordsThePartOfADisplayThatIsAskedFor) {
         wanted.width = recorded.width;
         wanted.height = recorded.height;
         wanted.sourceRectPts = source;
-        const auto part = capture.makeStream({x11::displayIdOf(display), {}}, wanted, seen);
+        const auto part = capture.makeStream({displayIdOf(display), {}}, wanted, seen);
         ASSERT_TRUE(part.has_value()) << part.error().description;
         ASSERT_TRUE((*part)->addStreamOutput(seen, StreamOutputType::screen, seen.queue).has_value());
         ASSERT_TRUE((*part)->startCapture().has_value());
@@ -176,7 +177,7 @@ TEST_F(X11ScreenStreamTest, RecordsThePartOfADisplayThatIsAskedFor) {
         for (const int x : {430, 5}) client.fill(window, {x, 60, 5, 5}, 0xffffff);
         EXPECT_TRUE(seen.waitForPicture(client.screen(recorded))) << display;
     }
-    const auto refused = capture.makeStream({x11::displayIdOf("LEFT"), {}}, kConfiguration, receiver);
+    const auto refused = capture.makeStream({displayIdOf("LEFT"), {}}, kConfiguration, receiver);
     ASSERT_FALSE(refused.has_value());
     EXPECT_EQ(refused.error().description, "the screen is recorded in its own pixels: 320x480, not 640x480");
 }

@@ -8,6 +8,8 @@
 
 namespace kasto::test {
 
+using namespace x11;
+
 namespace {
 
 xcb_rectangle_t toX(const PixelRect& rect) {
@@ -31,7 +33,6 @@ Pixels::Pixels(int columns, int rows, const std::uint8_t* data, std::ptrdiff_t s
 }
 
 void XClient::sync(xcb_void_cookie_t) const {
-    using x11::Reply;
     const Reply<void> answer(xcb_get_input_focus_reply(raw(), xcb_get_input_focus(raw()), nullptr));
     while (const Reply<void> event{xcb_poll_for_event(raw())}) continue;
 }
@@ -42,7 +43,6 @@ void XClient::listenForPresses(xcb_window_t window) {
 }
 
 std::vector<int> XClient::pressed() {
-    using x11::Reply;
     // A reply comes after the events before it.
     const Reply<void> answer(xcb_get_input_focus_reply(raw(), xcb_get_input_focus(raw()), nullptr));
     std::vector<int> buttons;
@@ -111,7 +111,7 @@ void XClient::setRootColor(std::uint32_t color) {
 Pixels XClient::screen(const PixelRect& rect) const {
     const auto [x, y, width, height] = toX(rect);
     const auto asked = xcb_get_image(raw(), XCB_IMAGE_FORMAT_Z_PIXMAP, root(), x, y, width, height, ~0u);
-    const x11::Reply<xcb_get_image_reply_t> reply(xcb_get_image_reply(raw(), asked, nullptr));
+    const Reply<xcb_get_image_reply_t> reply(xcb_get_image_reply(raw(), asked, nullptr));
     if (!reply) throw std::runtime_error("the X server refused a picture");
     return {width, height, xcb_get_image_data(reply.get()), 4 * width};
 }

@@ -1,11 +1,13 @@
 #pragma once
 
 #include "base/Geometry.h"
-#include "linux/x11/Connection.h"
+#include "linux/x11/server/Connection.h"
 
 #include <vector>
 
 namespace kasto::test {
+
+using namespace x11;
 
 // A picture as 0xRRGGBB, row by row.
 struct Pixels {
@@ -29,7 +31,7 @@ enum class WindowKind {
 // A client of the X server that draws in plain colours. What it did has happened when an operation returns.
 class XClient {
 public:
-    explicit XClient(const std::string& display) : connection_(x11::Connection::open(display).value()) {}
+    explicit XClient(const std::string& display) : connection_(Connection::open(display).value()) {}
 
     xcb_window_t makeWindow(const PixelRect& boundsPx, WindowKind kind, std::uint32_t color);
     xcb_window_t showWindow(const PixelRect& boundsPx, std::uint32_t color);  // opaque, placed by itself
@@ -53,7 +55,7 @@ public:
     void sync(xcb_void_cookie_t = {}) const;
 
 private:
-    x11::Connection connection_;
+    Connection connection_;
 };
 
 }  // namespace kasto::test

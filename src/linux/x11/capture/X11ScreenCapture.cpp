@@ -1,0 +1,75 @@
+#include "linux/x11/capture/X11ScreenCapture.h"
+
+#include "base/AppIdentity.h"
+#include "linux/x11/capture/X11ScreenStream.h"
+#include "linux/x11/server/X11Displays.h"
+
+#include <algorithm>
+#include <cmath>
+#include <utility>
+
+namespace kasto::x11 {
+
+namespace {
+
+// The part of a display to record, in the root window.
+PixelRect sourcePx(const PixelRect& displayPx, const std::optional<Rect>& sourceRectPts, double scale) {
+    if (!sourceRectPts) return displayPx;
+    const auto px = [&](double pts) { return static_cast<int>(std::lround(pts * scale)); };
+    const PixelRect part{displayPx.x + px(sourceRectPts->x), displayPx.y + px(sourceRectPts->y),
+                         px(sourceRectPts->width), px(sourceRectPts->height)};
+    return part.intersection(displayPx);
+}
+
+// Even sizes leave out at most one column and row, a size that was computed in points one more.
+bool isPictureSizeOf(int sizePx, int sourceSizePx) {
+    constexpr int kMostLeftOut = 2;
+    return sizePx > 0 && sizePx <= sourceSizePx && sizePx >= sourceSizePx - kMostLeftOut;
+}
+
+std::string sizeText(int width, int height) { return std::to_string(width) + "x" + std::to_string(height); }
+
+}  // namespace
+
+X11ScreenCapture::X11ScreenCapture(std::string displayName, const X11Displays& displays,
+                                   const OwnWindows& ownWindows)
+    : displayName_(std::move(displayName)), displays_(displays), ownWindows_(ownWindows) {}
+
+Result<ShareableContent> X11ScreenCapture::shareableContent() {
+    ShareableContent content;
+    for (const auto& display : displays_.all()) content.displays.push_back(display.id);
+    if (content.displays.empty()) return failure("the X server has no display, or is gone");
+    content.applications.push_back({std::string(kBundleIdentifier)});
+    return content;
+}
+
+Result<std::unique_ptr<ScreenStream>> X11ScreenCapture::makeStream(const ContentFilter& filter,
+                                                                   const StreamConfiguration& configuration,
+                                                                   StreamDelegate& delegate) {
+    constexpr int kFewestPictures = 3;  // the newest, the one before that a reader still has, the next
+    const auto displayPx = displays_.boundsPx(filter.display);
+    if (!displayPx) return failure("the display is gone");
+    auto capturePx = sourcePx(*displayPx, configuration.sourceRectPts, displays_.scale());
+    if (!isPictureSizeOf(configuration.width, capturePx.width) ||
+        !isPictureSizeOf(configuration.height, capturePx.height))
+        return failure(
+            "the screen is recorded in its own pixels: " + sizeText(capturePx.width, capturePx.height) +
+            ", not " + sizeText(configuration.width, configuration.height));
+    if (!(configuration.minimumFrameIntervalS > 0)) return failure("the frame interval must be positive");
+    capturePx.width = configuration.width;
+    capturePx.height = configuration.height;
+    const bool hidesOwn = std::ranges::any_of(filter.excludedApplications, [](const auto& application) {
+        return application.bundleIdentifier == kBundleIdentifier;
+    });
+    return std::make_unique<X11ScreenStream>(
+        GrabSettings{.serverName = displayName_,
+                     .display = filter.display,
+                     .displayPx = *displayPx,
+                     .capturePx = capturePx,
+                     .pictureLimit = std::max(configuration.queueDepth, kFewestPictures),
+                     .showsCursor = configuration.showsCursor,
+                     .hiddenWindows = hidesOwn ? &ownWindows_ : nullptr},
+        configuration.minimumFrameIntervalS, delegate, configuration.firstNeededS);
+}
+
+}  // namespace kasto::x11

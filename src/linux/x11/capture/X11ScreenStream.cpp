@@ -1,0 +1,131 @@
+#include "linux/x11/capture/X11ScreenStream.h"
+
+#include "base/MediaClock.h"
+#include "base/Thread.h"
+
+#include <algorithm>
+#include <chrono>
+#include <cmath>
+#include <utility>
+
+namespace kasto::x11 {
+
+namespace {
+
+// For the unrest of both clocks; what the movie shows is older by that and by what reading took lately.
+constexpr double kMarginS = 0.002;
+constexpr double kRemembered = 0.98;  // of the longest reading, at each one after it
+constexpr double kMostOfInterval = 0.75;
+
+}  // namespace
+
+X11ScreenStream::X11ScreenStream(GrabSettings settings, double minimumFrameIntervalS,
+                                 StreamDelegate& delegate, double firstNeededS)
+    : settings_(std::move(settings)),
+      intervalS_(minimumFrameIntervalS),
+      firstNeededS_(firstNeededS),
+      delegate_(delegate) {}
+
+X11ScreenStream::~X11ScreenStream() {
+    // It only fails for streams that are stopped already.
+    static_cast<void>(stopCapture());
+}
+
+Result<void> X11ScreenStream::addStreamOutput(StreamOutput& output, StreamOutputType type,
+                                              SerialQueue& queue) {
+    if (thread_.joinable()) return failure("the stream runs already");
+    // Sound comes from elsewhere: its outputs are welcome and hear nothing.
+    if (type != StreamOutputType::screen) return {};
+    if (output_) return failure("the stream has an output for pictures already");
+    output_ = &output;
+    queue_ = &queue;
+    return {};
+}
+
+Result<void> X11ScreenStream::startCapture() {
+    if (thread_.joinable()) return failure("the stream runs already");
+    stopping_ = false;
+    std::promise<Result<void>> started;
+    auto whenStarted = started.get_future();
+    thread_ = std::thread([this, promise = std::move(started)]() mutable { run(std::move(promise)); });
+    auto result = whenStarted.get();
+    if (!result) thread_.join();
+    return result;
+}
+
+Result<void> X11ScreenStream::stopCapture() {
+    if (!thread_.joinable()) return {};
+    {
+        const std::scoped_lock held(mutex_);
+        stopping_ = true;
+    }
+    wake_.notify_one();
+    thread_.join();
+    return {};
+}
+
+void X11ScreenStream::run(std::promise<Result<void>> started) {
+    nameThread("screen");
+    setThreadPriority(ThreadPriority::userInteractive);
+    auto grabber = ScreenGrabber::open(settings_);
+    const auto begun = grabber ? grabFirst(**grabber) : std::unexpected(grabber.error());
+    started.set_value(begun);
+    if (!begun) return;
+    if (const auto ended = grabUntilStopped(**grabber); !ended)
+        delegate_.streamDidStopWithError(ended.error());
+}
+
+Result<void> X11ScreenStream::grabFirst(ScreenGrabber& grabber) {
+    constexpr double kPatienceS = 2;
+    const double untilS = mediaClockNow() + kPatienceS;
+    while (mediaClockNow() < untilS) {
+        auto picture = grabber.grab();
+        if (!picture) return std::unexpected(picture.error());
+        if (*picture) {
+            deliver(std::move(**picture));
+            return {};
+        }
+        std::this_thread::sleep_for(std::chrono::duration<double>(intervalS_));
+    }
+    return failure("the X server does not let the screen be read");
+}
+
+Result<void> X11ScreenStream::grabUntilStopped(ScreenGrabber& grabber) {
+    const double neededS = mediaClockNow() + firstNeededS_;
+    double readingS = 0;
+    const auto leadS = [&] { return std::min(readingS + kMarginS, kMostOfInterval * intervalS_); };
+    const auto next = [&] { return std::ceil((mediaClockNow() + leadS() - neededS) / intervalS_); };
+    for (double tick = next(); waitUntil(neededS + tick * intervalS_ - leadS());) {
+        const double beganS = mediaClockNow();
+        auto picture = grabber.grab();
+        if (!picture) return std::unexpected(picture.error());
+        if (*picture) deliver(std::move(**picture));
+        readingS = std::max(kRemembered * readingS, mediaClockNow() - beganS);
+        // Ticks that were missed are not caught up.
+        tick = std::max(tick + 1, next());
+    }
+    return {};
+}
+
+void X11ScreenStream::deliver(GrabbedPicture picture) {
+    ++generation_;
+    if (!output_) return;
+    ScreenFrame frame{.status = FrameStatus::complete,
+                      .pixels = std::move(picture.pixels),
+                      .generation = generation_,
+                      .changedPx = std::move(picture.changedPx),
+                      .timeS = picture.timeS};
+    queue_->async([output = output_, sample = SampleBuffer(std::move(frame))] {
+        output->streamDidOutputSampleBuffer(sample, StreamOutputType::screen);
+    });
+}
+
+bool X11ScreenStream::waitUntil(double timeS) {
+    const std::chrono::steady_clock::time_point due(
+        std::chrono::duration_cast<std::chrono::steady_clock::duration>(
+            std::chrono::duration<double>(timeS)));
+    std::unique_lock held(mutex_);
+    return !wake_.wait_until(held, due, [this] { return stopping_; });
+}
+
+}  // namespace kasto::x11

@@ -1,0 +1,44 @@
+#pragma once
+
+#include "linux/x11/capture/ScreenGrabber.h"
+#include "platform/ScreenStream.h"
+
+#include <condition_variable>
+#include <future>
+#include <mutex>
+#include <thread>
+
+namespace kasto::x11 {
+
+// Grabs at a steady rate on a thread of its own and hands on every picture that differs from the one before.
+class X11ScreenStream : public ScreenStream {
+public:
+    X11ScreenStream(GrabSettings settings, double minimumFrameIntervalS, StreamDelegate& delegate,
+                    double firstNeededS = 0);
+    ~X11ScreenStream() override;
+
+    Result<void> addStreamOutput(StreamOutput& output, StreamOutputType type, SerialQueue& queue) override;
+    Result<void> startCapture() override;
+    Result<void> stopCapture() override;
+
+private:
+    void run(std::promise<Result<void>> started);
+    Result<void> grabFirst(ScreenGrabber& grabber);
+    Result<void> grabUntilStopped(ScreenGrabber& grabber);
+    void deliver(GrabbedPicture picture);
+    bool waitUntil(double timeS);  // false when the stream is to stop
+
+    GrabSettings settings_;
+    const double intervalS_;
+    const double firstNeededS_;
+    StreamDelegate& delegate_;
+    StreamOutput* output_ = nullptr;
+    SerialQueue* queue_ = nullptr;
+    std::uint64_t generation_ = 0;  // the thread's own
+    std::mutex mutex_;
+    std::condition_variable wake_;
+    bool stopping_ = false;
+    std::thread thread_;
+};
+
+}  // namespace kasto::x11

@@ -1,0 +1,69 @@
+#include "linux/x11/exclusion/Underlay.h"
+
+#include <xcb/composite.h>
+
+namespace kasto::x11 {
+
+Underlay::Underlay(const Connection& connection, const PixelRect& area)
+    : connection_(connection),
+      area_(area),
+      formats_(readPictFormats(connection)),
+      pixmap_(connection, xcb_generate_id(connection.raw())),
+      picture_(connection, xcb_generate_id(connection.raw())),
+      background_(connection, area, formats_[connection.screen().root_visual].id) {
+    auto* c = connection.raw();
+    xcb_create_pixmap(c, connection.screen().root_depth, pixmap_.id(), connection.root(),
+                      static_cast<std::uint16_t>(area.width), static_cast<std::uint16_t>(area.height));
+    xcb_render_create_picture(c, picture_.id(), pixmap_.id(), formats_[connection.screen().root_visual].id, 0,
+                              nullptr);
+}
+
+void Underlay::compose(const Region& part, const std::vector<TopLevel>& windows, bool hasCompositingManager) {
+    setClip(part);
+    background_.paint(picture_.id(), hasCompositingManager);
+    for (const auto& top : windows) {
+        const auto visible = intersected(part, top.area);
+        if (visible.isEmpty()) continue;
+        setClip(visible);
+        paint(top, hasCompositingManager);
+    }
+}
+
+void Underlay::setClip(const Region& clip) {
+    std::vector<xcb_rectangle_t> rects;
+    for (const auto& rect : clip.rects())
+        rects.push_back({static_cast<std::int16_t>(rect.x), static_cast<std::int16_t>(rect.y),
+                         static_cast<std::uint16_t>(rect.width), static_cast<std::uint16_t>(rect.height)});
+    xcb_render_set_picture_clip_rectangles(connection_.raw(), picture_.id(), 0, 0,
+                                           static_cast<std::uint32_t>(rects.size()), rects.data());
+}
+
+void Underlay::paint(const TopLevel& top, bool hasCompositingManager) {
+    constexpr double kOpaque = 0.999;
+    constexpr double kMost = 65535;
+    auto* c = connection_.raw();
+    const auto format = formats_.find(top.visual);
+    if (format == formats_.end()) return;
+    // The window may be gone by now: the server then refuses these requests, and an event tells.
+    const PixmapObject content(connection_, xcb_generate_id(c));
+    xcb_composite_name_window_pixmap(c, top.id, content.id());
+    const RenderPicture source(connection_, xcb_generate_id(c));
+    const std::uint32_t inferiors = XCB_SUBWINDOW_MODE_INCLUDE_INFERIORS;
+    xcb_render_create_picture(c, source.id(), content.id(), format->second.id, XCB_RENDER_CP_SUBWINDOW_MODE,
+                              &inferiors);
+    // Alpha means something only where somebody blends the windows.
+    const bool isTranslucent = hasCompositingManager && top.opacity < kOpaque;
+    RenderPicture mask;
+    if (isTranslucent) {
+        mask = {connection_, xcb_generate_id(c)};
+        xcb_render_create_solid_fill(c, mask.id(),
+                                     {0, 0, 0, static_cast<std::uint16_t>(top.opacity * kMost)});
+    }
+    const bool blends = isTranslucent || (hasCompositingManager && format->second.hasAlpha);
+    xcb_render_composite(c, blends ? XCB_RENDER_PICT_OP_OVER : XCB_RENDER_PICT_OP_SRC, source.id(), mask.id(),
+                         picture_.id(), 0, 0, 0, 0, static_cast<std::int16_t>(top.outer.x),
+                         static_cast<std::int16_t>(top.outer.y), static_cast<std::uint16_t>(top.outer.width),
+                         static_cast<std::uint16_t>(top.outer.height));
+}
+
+}  // namespace kasto::x11

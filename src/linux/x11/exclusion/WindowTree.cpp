@@ -1,0 +1,167 @@
+#include "linux/x11/exclusion/WindowTree.h"
+
+#include <xcb/composite.h>
+#include <xcb/shape.h>
+
+#include <algorithm>
+
+namespace kasto::x11 {
+
+namespace {
+
+Region toRegion(const xcb_shape_get_rectangles_reply_t* reply, int dx, int dy) {
+    if (!reply) return {};
+    const auto* first = xcb_shape_get_rectangles_rectangles(reply);
+    std::vector<PixelRect> rects;
+    for (int i = 0; i < xcb_shape_get_rectangles_rectangles_length(reply); ++i)
+        rects.push_back({first[i].x + dx, first[i].y + dy, first[i].width, first[i].height});
+    return Region(rects);
+}
+
+double opacityIn(const xcb_get_property_reply_t* reply) {
+    if (!reply || reply->format != 32 || xcb_get_property_value_length(reply) < 4) return 1;
+    return *static_cast<const std::uint32_t*>(xcb_get_property_value(reply)) / 4294967295.0;
+}
+
+}  // namespace
+
+WindowTreeReader::WindowTreeReader(const Connection& connection, const PixelRect& area)
+    : connection_(connection),
+      area_(area),
+      managerSelection_(connection.atom("_NET_WM_CM_S" + std::to_string(connection.screenNumber()))),
+      opacity_(connection.atom("_NET_WM_WINDOW_OPACITY")) {}
+
+WindowTree WindowTreeReader::read(std::span<const std::uint32_t> own) const {
+    auto* c = connection_.raw();
+    const auto askedManager = xcb_get_selection_owner(c, managerSelection_);
+    const auto askedTree = xcb_query_tree(c, connection_.root());
+    WindowTree tree;
+    tree.own = placeOwn(own);
+    const Reply<xcb_get_selection_owner_reply_t> manager(
+        xcb_get_selection_owner_reply(c, askedManager, nullptr));
+    const Reply<xcb_query_tree_reply_t> root(xcb_query_tree_reply(c, askedTree, nullptr));
+    if (!manager || !root) return tree;
+    tree.hasCompositingManager = manager->owner != XCB_NONE;
+
+    const auto* first = xcb_query_tree_children(root.get());
+    std::vector<std::uint32_t> children(first, first + xcb_query_tree_children_length(root.get()));
+    // What the manager paints on shows everything, the program's windows included.
+    if (tree.hasCompositingManager) std::erase(children, managersCanvas());
+    tree.topLevels = describe(children);
+    std::erase_if(tree.topLevels,
+                  [&](const auto& top) { return std::ranges::find(own, top.id) != own.end(); });
+    return tree;
+}
+
+std::vector<OwnPlace> WindowTreeReader::placeOwn(std::span<const std::uint32_t> own) const {
+    struct Asked {
+        std::uint32_t id;
+        xcb_get_window_attributes_cookie_t attributes;
+        xcb_translate_coordinates_cookie_t origin;
+        xcb_query_tree_cookie_t tree;
+        xcb_shape_get_rectangles_cookie_t shape;
+    };
+    auto* c = connection_.raw();
+    std::vector<Asked> asked;
+    for (const auto id : own)
+        asked.push_back({id, xcb_get_window_attributes(c, id),
+                         xcb_translate_coordinates(c, id, connection_.root(), 0, 0), xcb_query_tree(c, id),
+                         xcb_shape_get_rectangles(c, id, XCB_SHAPE_SK_BOUNDING)});
+    std::vector<OwnPlace> places;
+    for (const auto& ask : asked) {
+        const Reply<xcb_get_window_attributes_reply_t> attributes(
+            xcb_get_window_attributes_reply(c, ask.attributes, nullptr));
+        const Reply<xcb_translate_coordinates_reply_t> origin(
+            xcb_translate_coordinates_reply(c, ask.origin, nullptr));
+        const Reply<xcb_query_tree_reply_t> tree(xcb_query_tree_reply(c, ask.tree, nullptr));
+        const Reply<xcb_shape_get_rectangles_reply_t> shape(
+            xcb_shape_get_rectangles_reply(c, ask.shape, nullptr));
+        if (!attributes || !origin || !tree) continue;
+        const int x = origin->dst_x - area_.x;
+        const int y = origin->dst_y - area_.y;
+        places.push_back({.id = ask.id,
+                          .isViewable = attributes->map_state == XCB_MAP_STATE_VIEWABLE,
+                          .topLevel = topLevelOf(ask.id, tree->parent),
+                          .x = x,
+                          .y = y,
+                          .shape = toRegion(shape.get(), x, y)});
+        placeFrame(places.back());
+    }
+    return places;
+}
+
+std::uint32_t WindowTreeReader::topLevelOf(std::uint32_t window, std::uint32_t parent) const {
+    auto* c = connection_.raw();
+    while (parent != connection_.root() && parent != XCB_NONE) {
+        window = parent;
+        const Reply<xcb_query_tree_reply_t> tree(xcb_query_tree_reply(c, xcb_query_tree(c, window), nullptr));
+        parent = tree ? tree->parent : static_cast<xcb_window_t>(XCB_NONE);
+    }
+    return window;
+}
+
+void WindowTreeReader::placeFrame(OwnPlace& place) const {
+    auto* c = connection_.raw();
+    const Reply<xcb_get_geometry_reply_t> geometry(
+        xcb_get_geometry_reply(c, xcb_get_geometry(c, place.topLevel), nullptr));
+    if (!geometry) return;
+    place.frameX = geometry->x - area_.x;
+    place.frameY = geometry->y - area_.y;
+}
+
+std::vector<TopLevel> WindowTreeReader::describe(std::span<const std::uint32_t> children) const {
+    struct Asked {
+        xcb_get_window_attributes_cookie_t attributes;
+        xcb_get_geometry_cookie_t geometry;
+        xcb_shape_query_extents_cookie_t shape;
+        xcb_get_property_cookie_t opacity;
+    };
+    auto* c = connection_.raw();
+    std::vector<Asked> asked;
+    for (const auto id : children)
+        asked.push_back({xcb_get_window_attributes(c, id), xcb_get_geometry(c, id),
+                         xcb_shape_query_extents(c, id),
+                         xcb_get_property(c, 0, id, opacity_, XCB_ATOM_CARDINAL, 0, 1)});
+    std::vector<TopLevel> described;
+    std::vector<std::size_t> shaped;
+    for (std::size_t i = 0; i < children.size(); ++i) {
+        const Reply<xcb_get_window_attributes_reply_t> attributes(
+            xcb_get_window_attributes_reply(c, asked[i].attributes, nullptr));
+        const Reply<xcb_get_geometry_reply_t> geometry(xcb_get_geometry_reply(c, asked[i].geometry, nullptr));
+        const Reply<xcb_shape_query_extents_reply_t> shape(
+            xcb_shape_query_extents_reply(c, asked[i].shape, nullptr));
+        const Reply<xcb_get_property_reply_t> opacity(xcb_get_property_reply(c, asked[i].opacity, nullptr));
+        if (!attributes || !geometry || attributes->_class == XCB_WINDOW_CLASS_INPUT_ONLY ||
+            attributes->map_state != XCB_MAP_STATE_VIEWABLE)
+            continue;
+        const PixelRect outer{geometry->x - area_.x, geometry->y - area_.y,
+                              geometry->width + 2 * geometry->border_width,
+                              geometry->height + 2 * geometry->border_width};
+        if (shape && shape->bounding_shaped) shaped.push_back(described.size());
+        described.push_back({children[i], outer, geometry->border_width, attributes->visual,
+                             opacityIn(opacity.get()), Region(outer)});
+    }
+    for (const auto i : shaped) {
+        auto& top = described[i];
+        top.area = shapeOf(top.id, top.outer.x + top.borderPx, top.outer.y + top.borderPx);
+    }
+    return described;
+}
+
+Region WindowTreeReader::shapeOf(xcb_window_t window, int x, int y) const {
+    auto* c = connection_.raw();
+    const Reply<xcb_shape_get_rectangles_reply_t> shape(xcb_shape_get_rectangles_reply(
+        c, xcb_shape_get_rectangles(c, window, XCB_SHAPE_SK_BOUNDING), nullptr));
+    return toRegion(shape.get(), x, y);
+}
+
+std::uint32_t WindowTreeReader::managersCanvas() const {
+    auto* c = connection_.raw();
+    const Reply<xcb_composite_get_overlay_window_reply_t> canvas(xcb_composite_get_overlay_window_reply(
+        c, xcb_composite_get_overlay_window(c, connection_.root()), nullptr));
+    if (!canvas) return XCB_NONE;
+    xcb_composite_release_overlay_window(c, connection_.root());
+    return canvas->overlay_win;
+}
+
+}  // namespace kasto::x11

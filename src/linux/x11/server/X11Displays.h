@@ -1,0 +1,40 @@
+#pragma once
+
+#include "base/Result.h"
+#include "platform/Displays.h"
+
+#include <memory>
+#include <string>
+
+namespace kasto::x11 {
+
+// The monitors of an X screen. One scale holds for all of them: global points are pixels of the root window
+// divided by it. Watches the server on a connection and a thread of its own; when the server goes, so do the
+// displays.
+class X11Displays : public Displays {
+public:
+    // An empty name takes $DISPLAY.
+    static Result<std::unique_ptr<X11Displays>> open(const std::string& displayName);
+    ~X11Displays() override;
+
+    std::vector<Display> all() const override;
+    std::optional<DisplayId> displayAt(Point globalPts) const override;
+    DisplayId mainDisplay() const override;
+
+    // When this returns, the former callback is not running and is not called again. Not to be called from
+    // the callback.
+    void setOnChange(std::function<void()> onChange) override;
+
+    // Where a display lies in the root window. Any thread.
+    std::optional<PixelRect> boundsPx(DisplayId display) const;
+
+    // Pixels per point. Any thread.
+    double scale() const;
+
+private:
+    class Watch;
+    explicit X11Displays(std::unique_ptr<Watch> watch);
+    std::unique_ptr<Watch> watch_;
+};
+
+}  // namespace kasto::x11

@@ -1,0 +1,194 @@
+#include "linux/x11/server/X11OverlaySupport.h"
+
+#include "base/FileDescriptor.h"
+#include "base/Guarded.h"
+#include "base/MediaClock.h"
+#include "base/Thread.h"
+#include "linux/x11/server/Connection.h"
+
+#include <poll.h>
+#include <sys/eventfd.h>
+#include <xcb/shape.h>
+#include <xcb/xfixes.h>
+
+#include <algorithm>
+#include <array>
+#include <atomic>
+#include <cerrno>
+#include <cstring>
+#include <thread>
+
+namespace kasto::x11 {
+
+class X11OverlaySupport::Watch {
+public:
+    Watch(Connection connection, FileDescriptor stop, std::uint8_t xfixesEvent)
+        : connection_(std::move(connection)), stop_(std::move(stop)), xfixesEvent_(xfixesEvent) {
+        auto* c = connection_.raw();
+        managerSelection_ = connection_.atom("_NET_WM_CM_S" + std::to_string(connection_.screenNumber()));
+        const Reply<xcb_xfixes_query_version_reply_t> version(
+            xcb_xfixes_query_version_reply(c, xcb_xfixes_query_version(c, 5, 0), nullptr));
+        xcb_xfixes_select_selection_input(c, connection_.root(), managerSelection_,
+                                          XCB_XFIXES_SELECTION_EVENT_MASK_SET_SELECTION_OWNER |
+                                              XCB_XFIXES_SELECTION_EVENT_MASK_SELECTION_WINDOW_DESTROY |
+                                              XCB_XFIXES_SELECTION_EVENT_MASK_SELECTION_CLIENT_CLOSE);
+        askForManager();
+        thread_ = std::thread([this] { run(); });
+    }
+
+    ~Watch() {
+        eventfd_write(stop_.get(), 1);
+        thread_.join();
+    }
+
+    void keepAbove(std::vector<xcb_window_t> windows) {
+        const std::uint32_t events = windows.empty() ? 0 : XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY;
+        xcb_change_window_attributes(connection_.raw(), connection_.root(), XCB_CW_EVENT_MASK, &events);
+        above_.set(std::move(windows));
+        raise();
+    }
+
+    std::atomic<bool> hasManager = false;
+
+private:
+    void run() {
+        // Another program that wants to be on top as well must not lead to a race without end.
+        constexpr int kRestMs = 50;
+        // What a manager takes from its coming to the first picture.
+        constexpr int kManagerStartsMs = 1000;
+        nameThread("overlay");
+        while (true) {
+            const bool isCovered = takeEvents();
+            if (connection_.isLost()) return;
+            if (isCovered) raise();
+            const bool awaitsManager = managerSinceS_ && !hasManager;
+            if (awaitsManager && mediaClockNow() - *managerSinceS_ >= kManagerStartsMs / 1000.0)
+                hasManager = true;
+            const int timeoutMs = isCovered ? kRestMs : awaitsManager ? kManagerStartsMs : -1;
+            if (waitForStop(timeoutMs, !isCovered)) return;
+        }
+    }
+
+    // True when the program is to end the watch; returns on events, if wanted, or when the time is over.
+    bool waitForStop(int timeoutMs, bool wakesForEvents) {
+        std::array<pollfd, 2> waits{pollfd{stop_.get(), POLLIN, 0},
+                                    pollfd{xcb_get_file_descriptor(connection_.raw()), POLLIN, 0}};
+        if (poll(waits.data(), wakesForEvents ? 2 : 1, timeoutMs) < 0 && errno != EINTR) return true;
+        return waits[0].revents != 0;
+    }
+
+    // True if some window may be above ours now.
+    bool takeEvents() {
+        const auto ours = above_.copy();
+        bool isCovered = false;
+        while (const Reply<xcb_generic_event_t> event{xcb_poll_for_event(connection_.raw())}) {
+            const int type = event->response_type & 0x7f;
+            if (type == xfixesEvent_ + XCB_XFIXES_SELECTION_NOTIFY) {
+                noteManager(*reinterpret_cast<const xcb_xfixes_selection_notify_event_t*>(event.get()));
+            } else if (type >= XCB_MAP_NOTIFY && type <= XCB_CIRCULATE_NOTIFY) {
+                // All of them name the window in the same place.
+                const auto window = reinterpret_cast<const xcb_map_notify_event_t*>(event.get())->window;
+                isCovered |= std::ranges::find(ours, window) == ours.end();
+            }
+        }
+        return isCovered;
+    }
+
+    void noteManager(const xcb_xfixes_selection_notify_event_t& event) {
+        if (event.owner == XCB_NONE) {
+            managerSinceS_.reset();
+            hasManager = false;
+        } else if (!managerSinceS_) {
+            managerSinceS_ = mediaClockNow();
+        }
+    }
+
+    void raise() {
+        const std::uint32_t above = XCB_STACK_MODE_ABOVE;
+        for (const auto window : above_.copy())
+            xcb_configure_window(connection_.raw(), window, XCB_CONFIG_WINDOW_STACK_MODE, &above);
+        xcb_flush(connection_.raw());
+    }
+
+    void askForManager() {
+        auto* c = connection_.raw();
+        const Reply<xcb_get_selection_owner_reply_t> owner(
+            xcb_get_selection_owner_reply(c, xcb_get_selection_owner(c, managerSelection_), nullptr));
+        if (!owner || owner->owner == XCB_NONE) return;
+        managerSinceS_ = mediaClockNow();
+        hasManager = true;
+    }
+
+    Connection connection_;
+    FileDescriptor stop_;
+    std::uint8_t xfixesEvent_;
+    xcb_atom_t managerSelection_ = XCB_NONE;
+    std::optional<double> managerSinceS_;  // the thread's own, once it runs
+    Guarded<std::vector<xcb_window_t>> above_;
+    std::thread thread_;
+};
+
+Result<std::unique_ptr<X11OverlaySupport>> X11OverlaySupport::open(const std::string& displayName,
+                                                                   xcb_connection_t* ui) {
+    auto connection = Connection::open(displayName);
+    if (!connection) return std::unexpected(connection.error());
+    const auto xfixesEvent = connection->firstEventOf(xcb_xfixes_id, "XFIXES");
+    if (!xfixesEvent) return std::unexpected(xfixesEvent.error());
+    FileDescriptor stop(eventfd(0, EFD_CLOEXEC));
+    if (!stop) return std::unexpected(systemError("eventfd", errno));
+    return std::unique_ptr<X11OverlaySupport>(new X11OverlaySupport(
+        std::make_unique<Watch>(std::move(*connection), std::move(stop), *xfixesEvent), ui));
+}
+
+X11OverlaySupport::X11OverlaySupport(std::unique_ptr<Watch> watch, xcb_connection_t* ui)
+    : watch_(std::move(watch)), ui_(ui) {}
+
+X11OverlaySupport::~X11OverlaySupport() = default;
+
+bool X11OverlaySupport::blendsWindows() const { return watch_->hasManager; }
+
+xcb_atom_t X11OverlaySupport::atom(const char* name) const {
+    const Reply<xcb_intern_atom_reply_t> reply(xcb_intern_atom_reply(
+        ui_, xcb_intern_atom(ui_, 0, static_cast<std::uint16_t>(std::strlen(name)), name), nullptr));
+    return reply ? reply->atom : static_cast<xcb_atom_t>(XCB_ATOM_NONE);
+}
+
+void X11OverlaySupport::prepare(std::uint64_t nativeId, std::uint32_t fillArgb, Painting painting) {
+    if (!ui_) return;
+    const auto window = static_cast<xcb_window_t>(nativeId);
+    xcb_change_window_attributes(ui_, window, XCB_CW_BACK_PIXEL, &fillArgb);
+    if (painting == Painting::fillOnly) {
+        const std::uint32_t events = XCB_EVENT_MASK_STRUCTURE_NOTIFY;
+        xcb_change_window_attributes(ui_, window, XCB_CW_EVENT_MASK, &events);
+    }
+    const std::uint32_t none = 0;
+    xcb_change_property(ui_, XCB_PROP_MODE_REPLACE, window, atom("_COMPTON_SHADOW"), XCB_ATOM_CARDINAL, 32, 1,
+                        &none);
+    const std::array<std::uint32_t, 4> noFrame{};
+    xcb_change_property(ui_, XCB_PROP_MODE_REPLACE, window, atom("_GTK_FRAME_EXTENTS"), XCB_ATOM_CARDINAL, 32,
+                        noFrame.size(), noFrame.data());
+}
+
+void X11OverlaySupport::setShape(std::uint64_t nativeId, std::optional<std::span<const PixelRect>> shapePx) {
+    if (!ui_) return;
+    const auto window = static_cast<xcb_window_t>(nativeId);
+    if (shapePx) {
+        std::vector<xcb_rectangle_t> rects;
+        rects.reserve(shapePx->size());
+        for (const auto& rect : *shapePx)
+            rects.push_back({static_cast<std::int16_t>(rect.x), static_cast<std::int16_t>(rect.y),
+                             static_cast<std::uint16_t>(rect.width),
+                             static_cast<std::uint16_t>(rect.height)});
+        xcb_shape_rectangles(ui_, XCB_SHAPE_SO_SET, XCB_SHAPE_SK_BOUNDING, XCB_CLIP_ORDERING_UNSORTED, window,
+                             0, 0, static_cast<std::uint32_t>(rects.size()), rects.data());
+    } else {
+        xcb_shape_mask(ui_, XCB_SHAPE_SO_SET, XCB_SHAPE_SK_BOUNDING, window, 0, 0, XCB_NONE);
+    }
+    xcb_flush(ui_);
+}
+
+void X11OverlaySupport::keepAbove(std::vector<std::uint64_t> nativeIds) {
+    watch_->keepAbove({nativeIds.begin(), nativeIds.end()});
+}
+
+}  // namespace kasto::x11

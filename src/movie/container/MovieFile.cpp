@@ -1,0 +1,150 @@
+#include "movie/container/MovieFile.h"
+
+#include <utility>
+
+namespace kasto {
+
+namespace {
+
+// With this many in memory the disk has been standing still for about as many intervals.
+constexpr int kMostWaitingFragments = 3;
+
+}  // namespace
+
+// A track and its samples in the open fragment.
+struct MovieFile::Track {
+    TrackFormat format;
+    SampleTable written;
+    std::vector<SampleRecord> open;
+    std::vector<std::uint8_t> data;
+    std::int64_t firstTimeUnits = 0;
+    std::int64_t lastTimeUnits = 0;
+};
+
+struct MovieFile::Fragment {
+    std::vector<std::vector<std::uint8_t>> pieces;
+};
+
+Result<std::unique_ptr<MovieFile>> MovieFile::create(const std::filesystem::path& file,
+                                                     MediaTime fragmentInterval) {
+    auto created = OutputFile::create(file);
+    if (!created) return std::unexpected(created.error());
+    return std::unique_ptr<MovieFile>(new MovieFile(std::move(*created), fragmentInterval));
+}
+
+MovieFile::MovieFile(OutputFile file, MediaTime fragmentInterval)
+    : file_(std::move(file)),
+      fragmentInterval_(fragmentInterval),
+      writing_("app.tolvane.kasto.file", QueuePriority::utility) {}
+
+MovieFile::~MovieFile() = default;
+
+std::size_t MovieFile::addTrack(TrackFormat format) {
+    tracks_.push_back({.format = std::move(format), .written = {}, .open = {}, .data = {}});
+    return tracks_.size() - 1;
+}
+
+Result<void> MovieFile::begin() {
+    const auto head = movieHead(movieTracks(Tracks::all));
+    placeholderOffset_ = head.placeholderOffset;
+    nextOffset_ = head.bytes.size();
+    const std::span<const std::uint8_t> piece(head.bytes);
+    return file_.append({&piece, 1});
+}
+
+void MovieFile::append(std::size_t index, const MovieSample& sample) {
+    auto& track = tracks_[index];
+    if (!track.open.empty() && track.open.back().durationUnits == 0)
+        track.open.back().durationUnits = static_cast<std::uint32_t>(sample.timeUnits - track.lastTimeUnits);
+    if (endsFragment(track, sample)) closeFragment();
+    if (track.open.empty()) track.firstTimeUnits = sample.timeUnits;
+    track.lastTimeUnits = sample.timeUnits;
+    track.open.push_back(
+        {static_cast<std::uint32_t>(sample.data.size()), sample.durationUnits, sample.isKey});
+    track.data.insert(track.data.end(), sample.data.begin(), sample.data.end());
+}
+
+bool MovieFile::endsFragment(const Track& track, const MovieSample& sample) const {
+    if (track.format.kind != TrackKind::video || !sample.isKey || track.open.empty()) return false;
+    return static_cast<double>(sample.timeUnits - track.firstTimeUnits) / track.format.timescale >=
+           fragmentInterval_.seconds();
+}
+
+void MovieFile::closeFragment() {
+    std::vector<FragmentRun> runs;
+    for (std::size_t i = 0; i < tracks_.size(); ++i) {
+        auto& track = tracks_[i];
+        if (track.open.empty()) continue;
+        if (track.open.back().durationUnits == 0)
+            track.open.back().durationUnits = track.format.sampleDuration;
+        runs.push_back({i, track.firstTimeUnits, track.data.size(), track.open});
+    }
+    if (runs.empty()) return;
+
+    Fragment fragment;
+    fragment.pieces.push_back(fragmentHead(++fragments_, nextOffset_, runs));
+    nextOffset_ += fragment.pieces.front().size();
+    for (const auto& run : runs) {
+        auto& track = tracks_[run.track];
+        track.written.addChunk(nextOffset_, run.firstTimeUnits, run.samples);
+        nextOffset_ += run.dataBytes;
+        fragment.pieces.push_back(std::exchange(track.data, {}));
+        track.data.reserve(run.dataBytes);
+        track.open.clear();
+    }
+    ++waitingFragments_;
+    writing_.async([this, closed = std::move(fragment)] { write(closed); });
+}
+
+void MovieFile::write(const Fragment& fragment) {
+    const std::vector<std::span<const std::uint8_t>> pieces(fragment.pieces.begin(), fragment.pieces.end());
+    if (!error()) {
+        auto written = file_.append(pieces);
+        if (written) written = file_.sync();
+        if (!written) fail(written.error());
+    }
+    --waitingFragments_;
+}
+
+Result<void> MovieFile::finish() {
+    closeFragment();
+    writing_.drain();
+    for (auto& track : tracks_) track.written.dropFrom(file_.sizeBytes());
+    if (tracks_.empty() || tracks_.front().written.isEmpty()) {
+        if (!error()) fail({"The movie has no pictures.", 0});
+    } else if (const auto completed = complete(); !completed && !error()) {
+        fail(completed.error());
+    }
+    if (const auto failed = error()) return std::unexpected(*failed);
+    return {};
+}
+
+Result<void> MovieFile::complete() {
+    const std::uint64_t mediaEnd = file_.sizeBytes();
+    const auto tables = completeMovie(movieTracks(Tracks::withSamples));
+    const std::span<const std::uint8_t> piece(tables);
+    // What stands behind the header must be on the disk before the header is: a power cut in between leaves
+    // the movie in fragments.
+    if (auto appended = file_.append({&piece, 1}); !appended) return appended;
+    if (auto synced = file_.sync(); !synced) return synced;
+    const auto header = mediaBoxHeader(mediaEnd - placeholderOffset_);
+    if (auto patched = file_.overwrite(placeholderOffset_, header); !patched) return patched;
+    return file_.sync();
+}
+
+std::vector<MovieTrack> MovieFile::movieTracks(Tracks which) const {
+    std::vector<MovieTrack> tracks;
+    for (const auto& track : tracks_)
+        if (which == Tracks::all || !track.written.isEmpty()) tracks.push_back({track.format, track.written});
+    return tracks;
+}
+
+bool MovieFile::isKeepingUp() const { return waitingFragments_ < kMostWaitingFragments; }
+
+void MovieFile::fail(const Error& error) {
+    error_.with([&](auto& held) {
+        if (!held) held = error;
+    });
+}
+
+}  // namespace kasto
