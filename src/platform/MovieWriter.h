@@ -8,6 +8,7 @@
 
 #include <cstdint>
 #include <filesystem>
+#include <functional>
 #include <memory>
 #include <optional>
 
@@ -80,6 +81,13 @@ public:
     // The way in for the pictures of the video input.
     virtual PixelBufferAdaptor* adaptor(WriterInput& videoInput) = 0;
 
+    // Called once at most, when writing ends by itself: the disk is full, or the video encoder or the disk
+    // failed. Nothing is accepted any more then, but the status stays `writing`, and `finishWriting` makes a
+    // movie of what there is. The call comes on a thread of the writer's, which `finishWriting` waits for: it
+    // must return at once and not use the writer. No call begins after `finishWriting` or `cancelWriting`.
+    // To be set before the start.
+    virtual void setOnFailure(std::function<void(const Error&)> onFailure) = 0;
+
     // Opens the encoders and the file. False leaves the status failed.
     virtual bool startWriting() = 0;
 
@@ -87,8 +95,8 @@ public:
     virtual void startSession(MediaTime time) = 0;
 
     // Ends the tracks, makes the file an ordinary movie and waits for it. The time this takes does not grow
-    // with the length of the movie. The status is then completed or failed; a failed writer's file keeps what
-    // was written.
+    // with the length of the movie. The status is then `completed` if the file plays, even if writing ended
+    // early, of which `error` tells; else `failed`.
     virtual void finishWriting() = 0;
 
     // Stops at once; the file may stay behind, incomplete.
@@ -97,7 +105,7 @@ public:
     // Any thread.
     virtual WriterStatus status() const = 0;
 
-    // Why the status is failed. Any thread.
+    // Why the status is failed, or why writing ended early. Any thread.
     virtual std::optional<Error> error() const = 0;
 };
 

@@ -25,6 +25,7 @@ struct WrittenMovie {
     std::atomic<int> tracksFinished = 0;
     std::atomic<WriterStatus> status = WriterStatus::unknown;
     std::atomic<bool> usedAfterEnd = false;
+    std::function<void(const Error&)> onFailure;
 
     std::size_t frameCount() const { return frames.copy().size(); }
 };
@@ -81,6 +82,9 @@ private:
             return audio.emplace_back(std::make_unique<Audio>(owner, *movie)).get();
         }
         PixelBufferAdaptor* adaptor(WriterInput&) override { return this; }
+        void setOnFailure(std::function<void(const Error&)> onFailure) override {
+            movie->onFailure = std::move(onFailure);
+        }
         bool startWriting() override {
             if (owner.startError) return false;
             movie->status = WriterStatus::writing;

@@ -25,7 +25,7 @@ constexpr int kMostSilenceAtOnce = 8192;
 
 Result<CodecContextHandle> openCodec(const AudioInputSettings& settings) {
     const AVCodec* codec = avcodec_find_encoder(AV_CODEC_ID_AAC);
-    if (!codec) return failure("An encoder for AAC is not installed.");
+    if (!codec) return failure("no encoder for AAC is installed");
     CodecContextHandle context(avcodec_alloc_context3(codec));
     if (!context) return std::unexpected(libavError("AAC", AVERROR(ENOMEM)));
     context->sample_fmt = kEncoded;
@@ -36,7 +36,7 @@ Result<CodecContextHandle> openCodec(const AudioInputSettings& settings) {
     context->flags |= AV_CODEC_FLAG_GLOBAL_HEADER;
     av_channel_layout_default(&context->ch_layout, settings.channels);
     if (const int opened = avcodec_open2(context.get(), codec, nullptr); opened < 0)
-        return std::unexpected(libavError("The encoder for AAC does not start", opened));
+        return std::unexpected(libavError("start the encoder for AAC", opened));
     return context;
 }
 
@@ -70,7 +70,7 @@ Result<AacEncoder> AacEncoder::open(const AudioInputSettings& settings) {
     made.resampler_.reset(resampler);
     // At equal rates it would copy, and could not begin to stretch later.
     if (!resampler || av_opt_set_int(resampler, "flags", SWR_FLAG_RESAMPLE, 0) < 0 || swr_init(resampler) < 0)
-        return failure("The resampler for sound does not start.");
+        return failure("the resampler for sound does not start");
     made.waiting_.reset(av_audio_fifo_alloc(kEncoded, settings.channels, 4 * kPacketFrames));
     made.stretched_ = makeFrame(*made.context_, kMostSilenceAtOnce);
     made.frame_ = makeFrame(*made.context_, kPacketFrames);

@@ -42,6 +42,14 @@ PixelBufferAdaptor* FfmpegMovieWriter::adaptor(WriterInput& videoInput) {
     return &videoInput == video_.get() ? video_.get() : nullptr;
 }
 
+void FfmpegMovieWriter::setOnFailure(std::function<void(const Error&)> onFailure) {
+    onFailure_ = std::move(onFailure);
+}
+
+void FfmpegMovieWriter::report(const Error& error) {
+    if (!isReported_.exchange(true) && onFailure_) onFailure_(error);
+}
+
 bool FfmpegMovieWriter::startWriting() {
     if (status() != WriterStatus::unknown) return false;
     if (const auto opened = open(); !opened) {
@@ -54,11 +62,13 @@ bool FfmpegMovieWriter::startWriting() {
 }
 
 Result<void> FfmpegMovieWriter::open() {
-    if (!video_) return failure("The movie has no video track.");
+    if (!video_) return failure("the movie has no video track");
     if (const auto opened = video_->open(); !opened) return opened;
     auto file = MovieFile::create(path_, fragmentInterval_);
     if (!file) return std::unexpected(file.error());
     file_ = std::move(*file);
+    file_->setOnFailure([this](const Error& error) { report(error); });
+    video_->setOnFailure([this](const Error& error) { report(error); });
     encoding_ = std::make_unique<SerialQueue>("app.tolvane.kasto.movie", QueuePriority::userInteractive);
     video_->beginIn(*file_, *encoding_, [this](double movieTimeS) {
         for (const auto& sound : sounds_) sound->movieReached(movieTimeS);
@@ -77,17 +87,18 @@ void FfmpegMovieWriter::startSession(MediaTime time) {
 }
 
 void FfmpegMovieWriter::finishWriting() {
-    if (status() == WriterStatus::unknown) fail({"The movie was never started.", 0});
+    if (status() == WriterStatus::unknown) fail({"the movie was never started", 0});
     if (status() != WriterStatus::writing) return;
+    isReported_ = true;
     endTracks();
     const auto finished = file_->finish();
-    // The encoder's error came first, if there are two. Pictures whose sound ended early are a movie.
-    if (const auto failed = video_->error()) {
-        fail(*failed);
-    } else if (!finished) {
-        fail(finished.error());
+    // The encoder's error came first, if there are two.
+    auto early = video_->error();
+    if (!early) early = file_->error();
+    if (finished) {
+        outcome_.set({WriterStatus::completed, early});
     } else {
-        outcome_.with([](Outcome& outcome) { outcome.status = WriterStatus::completed; });
+        fail(early.value_or(finished.error()));
     }
 }
 
@@ -99,14 +110,8 @@ void FfmpegMovieWriter::endTracks() {
     encoding_->drain();
 }
 
-std::optional<Error> FfmpegMovieWriter::trackError() const {
-    if (auto failed = video_->error()) return failed;
-    for (const auto& sound : sounds_)
-        if (auto failed = sound->error()) return failed;
-    return std::nullopt;
-}
-
 void FfmpegMovieWriter::cancelWriting() {
+    isReported_ = true;
     outcome_.with([](Outcome& outcome) {
         if (outcome.status == WriterStatus::unknown || outcome.status == WriterStatus::writing)
             outcome.status = WriterStatus::cancelled;
@@ -123,7 +128,7 @@ WriterStatus FfmpegMovieWriter::status() const {
 std::optional<Error> FfmpegMovieWriter::error() const {
     if (auto failed = outcome_.copy().error) return failed;
     if (status() != WriterStatus::writing) return std::nullopt;
-    if (auto failed = trackError()) return failed;
+    if (auto failed = video_->error()) return failed;
     return file_->error();
 }
 

@@ -29,9 +29,9 @@ FfmpegMovieWriters::FfmpegMovieWriters() { av_log_set_level(AV_LOG_QUIET); }
 Result<std::unique_ptr<MovieWriter>> FfmpegMovieWriters::makeWriter(const std::filesystem::path& file,
                                                                     MediaTime fragmentInterval) {
     if (fragmentInterval.timescale <= 0 || fragmentInterval.value <= 0)
-        return failure("The fragments of a movie need a length.");
+        return failure("the fragments of a movie need a length");
     if (const int errorNumber = whyNotWritable(file))
-        return std::unexpected(systemError("The movie " + file.string() + " cannot be written", errorNumber));
+        return std::unexpected(systemError("write the movie " + file.string(), errorNumber));
     return std::make_unique<FfmpegMovieWriter>(file, fragmentInterval);
 }
 

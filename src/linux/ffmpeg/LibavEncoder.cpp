@@ -36,7 +36,7 @@ FrameHandle frameOver(const PixelBufferRef& picture) {
 
 Result<CodecContextHandle> makeEncoderContext(const char* encoderName, const VideoInputSettings& settings) {
     const AVCodec* codec = avcodec_find_encoder_by_name(encoderName);
-    if (!codec) return failure(std::string("The encoder ") + encoderName + " is not installed.");
+    if (!codec) return failure(std::string("the encoder ") + encoderName + " is not installed");
     CodecContextHandle context(avcodec_alloc_context3(codec));
     if (!context) return std::unexpected(libavError(encoderName, AVERROR(ENOMEM)));
     context->width = settings.width;
@@ -67,7 +67,7 @@ Result<std::unique_ptr<VideoEncoder>> LibavEncoder::open(CodecContextHandle cont
         if (const int set = av_opt_set(context->priv_data, option.name, option.value, 0); set < 0)
             return std::unexpected(libavError(name + " option " + option.name, set));
     if (const int opened = avcodec_open2(context.get(), nullptr, nullptr); opened < 0)
-        return std::unexpected(libavError("The encoder " + name + " does not start", opened));
+        return std::unexpected(libavError("start the encoder " + name, opened));
     auto configuration =
         avcDecoderConfiguration({context->extradata, static_cast<std::size_t>(context->extradata_size)});
     if (!configuration) return std::unexpected(configuration.error());

@@ -117,9 +117,8 @@ void VideoTrack::cancel() {
 void VideoTrack::fail(const Error& error) {
     accepting_ = false;
     discarding_ = true;
-    error_.with([&](auto& held) {
-        if (!held) held = error;
-    });
+    error_.set(error);
+    if (onFailure_) onFailure_(error);
 }
 
 }  // namespace kasto::ffmpeg

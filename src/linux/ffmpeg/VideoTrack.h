@@ -38,6 +38,9 @@ public:
     // Forgets what is queued and takes nothing more.
     void cancel();
 
+    // Called on the encoding queue when the encoder fails, once. To be set before `beginIn`.
+    void setOnFailure(std::function<void(const Error&)> onFailure) { onFailure_ = std::move(onFailure); }
+
     // Why no more pictures are taken, if the encoder failed. Any thread.
     std::optional<Error> error() const { return error_.copy(); }
 
@@ -68,6 +71,7 @@ private:
     std::atomic<bool> accepting_ = false;
     std::atomic<bool> discarding_ = false;
     std::atomic<int> queued_ = 0;
+    std::function<void(const Error&)> onFailure_;
     Guarded<std::optional<Error>> error_;
     std::unique_ptr<VideoEncoder> encoder_;  // the encoding queue's while there is one
     SerialQueue* encoding_ = nullptr;

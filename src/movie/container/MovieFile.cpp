@@ -111,11 +111,11 @@ Result<void> MovieFile::finish() {
     writing_.drain();
     for (auto& track : tracks_) track.written.dropFrom(file_.sizeBytes());
     if (tracks_.empty() || tracks_.front().written.isEmpty()) {
-        if (!error()) fail({"The movie has no pictures.", 0});
-    } else if (const auto completed = complete(); !completed && !error()) {
-        fail(completed.error());
+        if (const auto failed = error()) return std::unexpected(*failed);
+        return failure("the movie has no pictures");
     }
-    if (const auto failed = error()) return std::unexpected(*failed);
+    // Without its tables the movie stays in fragments, and plays.
+    if (const auto completed = complete(); !completed) fail(completed.error());
     return {};
 }
 
@@ -142,9 +142,12 @@ std::vector<MovieTrack> MovieFile::movieTracks(Tracks which) const {
 bool MovieFile::isKeepingUp() const { return waitingFragments_ < kMostWaitingFragments; }
 
 void MovieFile::fail(const Error& error) {
-    error_.with([&](auto& held) {
-        if (!held) held = error;
+    const bool isFirst = error_.with([&](auto& held) {
+        if (held) return false;
+        held = error;
+        return true;
     });
+    if (isFirst && onFailure_) onFailure_(error);
 }
 
 }  // namespace kasto

@@ -10,6 +10,7 @@
 #include <atomic>
 #include <deque>
 #include <filesystem>
+#include <functional>
 #include <memory>
 #include <optional>
 
@@ -44,9 +45,14 @@ public:
     // lasted for the interval.
     void append(std::size_t track, const MovieSample& sample);
 
-    // Completes the movie with what was appended, or with as much of it as found room on the disk. Fails if
-    // there is something missing; what is there plays in either case. Nothing is appended after this.
+    // Completes the movie with what was appended, or with as much of it as the disk took; `error` tells if
+    // something is missing. Where the tables could not be written the movie stays in fragments. Fails if
+    // there are no pictures. Nothing is appended after this.
     Result<void> finish();
+
+    // Called when the disk takes nothing more, once, on the writing thread or on the caller's. To be set
+    // before `begin`.
+    void setOnFailure(std::function<void(const Error&)> onFailure) { onFailure_ = std::move(onFailure); }
 
     // False while the disk is too slow: several fragments wait for it in memory. Any thread.
     bool isKeepingUp() const;
@@ -74,6 +80,7 @@ private:
     std::uint64_t nextOffset_ = 0;  // where the next fragment will begin
     std::uint32_t fragments_ = 0;
     std::atomic<int> waitingFragments_ = 0;
+    std::function<void(const Error&)> onFailure_;
     Guarded<std::optional<Error>> error_;
     SerialQueue writing_;  // last: its jobs use the rest
 };

@@ -11,7 +11,7 @@ namespace kasto {
 namespace {
 
 std::unexpected<Error> fileFailure(const std::filesystem::path& file, int errorNumber) {
-    return std::unexpected(systemError("The movie " + file.string() + " cannot be written", errorNumber));
+    return std::unexpected(systemError("write the movie " + file.string(), errorNumber));
 }
 
 }  // namespace

@@ -53,8 +53,8 @@ Result<std::vector<std::uint8_t>> avcDecoderConfiguration(Bytes startCodeStream)
         count += nalType(nal) == kSequenceParameters || nalType(nal) == kPictureParameters;
     });
     if (count != 2 || sps.size() < 4 || pps.empty())
-        return failure("The encoder gave no usable parameter sets.");
-    if (sps[1] != kProfileHigh) return failure("The encoder does not encode H.264 High.");
+        return failure("the encoder gave no usable parameter sets");
+    if (sps[1] != kProfileHigh) return failure("the encoder does not encode H.264 High");
 
     std::vector<std::uint8_t> bytes;
     BoxWriter out(bytes);

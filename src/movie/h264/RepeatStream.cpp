@@ -73,7 +73,7 @@ void appendSamples(const Plane& plane, std::uint32_t column, std::uint32_t row, 
 
 Result<RepeatStream> RepeatStream::open(Bytes configuration) {
     constexpr std::size_t kBeforeSets = 6;
-    const auto unknown = [] { return failure("The encoder's stream is of an unknown kind."); };
+    const auto unknown = [] { return failure("the encoder's stream is of an unknown kind"); };
     const auto spsLength = u16At(configuration, kBeforeSets);
     const auto ppsAt = kBeforeSets + 2 + spsLength + 1;
     const auto ppsLength = u16At(configuration, ppsAt);

@@ -80,16 +80,16 @@ void X264Encoder::Close::operator()(x264_t* encoder) const { x264_encoder_close(
 
 Result<X264Encoder> X264Encoder::open(const VideoInputSettings& settings, const char* preset) {
     x264_param_t wanted;
-    if (!isPrepared(wanted, settings, preset)) return failure("The encoder libx264 takes no such settings.");
+    if (!isPrepared(wanted, settings, preset)) return failure("libx264 does not accept these settings");
     X264Encoder made;
     made.encoder_.reset(x264_encoder_open(&wanted));
     if (!made.encoder_ || x264_encoder_maximum_delayed_frames(made.encoder_.get()) != 0)
-        return failure("The encoder libx264 does not start.");
+        return failure("libx264 does not start");
 
     x264_nal_t* nals = nullptr;
     int count = 0;
     const int size = x264_encoder_headers(made.encoder_.get(), &nals, &count);
-    if (size <= 0) return failure("The encoder libx264 does not start.");
+    if (size <= 0) return failure("libx264 does not start");
     auto configuration = avcDecoderConfiguration(bytesOf(nals, size));
     if (!configuration) return std::unexpected(configuration.error());
     made.configuration_ = std::move(*configuration);
@@ -135,7 +135,7 @@ Result<EncodedPicture> X264Encoder::encode(const PixelBuffer& picture, std::int6
     x264_nal_t* nals = nullptr;
     int count = 0;
     const int size = x264_encoder_encode(encoder_.get(), &nals, &count, &in, &out);
-    if (size <= 0) return failure("The encoder libx264 refused a picture.");
+    if (size <= 0) return failure("libx264 refused a picture");
     sample_.clear();
     appendAvcSample(bytesOf(nals, size), sample_);
     return EncodedPicture{.data = sample_, .timeUnits = timeUnits, .isKey = out.b_keyframe != 0};

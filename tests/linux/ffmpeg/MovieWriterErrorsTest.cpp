@@ -9,6 +9,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <atomic>
 #include <cerrno>
 #include <csignal>
 
@@ -34,7 +35,7 @@ TEST(MovieWriterErrorsTest, filesThatCannotBeMadeAreRefused) {
     writeFile(file, "mine");
     const auto there = writers.makeWriter(file, {300, 600});
     ASSERT_FALSE(there);
-    EXPECT_EQ(there.error().description, "The movie " + file.string() + " cannot be written: File exists");
+    EXPECT_EQ(there.error().description, "write the movie " + file.string() + ": File exists");
     EXPECT_FALSE(late.start());
     EXPECT_EQ(late.writer->status(), WriterStatus::failed);
     EXPECT_EQ(late.writer->error().value_or(Error{}).code, EEXIST);
@@ -71,8 +72,8 @@ TEST(MovieWriterErrorsTest, everyEndLeavesItsStatusAndWhatWasWritten) {
         std::string error;
     };
     for (const auto& row :
-         {Row{false, false, WriterStatus::failed, "The movie was never started."},
-          Row{true, false, WriterStatus::failed, "The movie has no pictures."},
+         {Row{false, false, WriterStatus::failed, "the movie was never started"},
+          Row{true, false, WriterStatus::failed, "the movie has no pictures"},
           Row{true, true, WriterStatus::cancelled, ""}, Row{true, true, WriterStatus::completed, ""}}) {
         const auto file = folder / std::to_string(static_cast<int>(row.status)).append(row.error);
         SCOPED_TRACE(file);
@@ -130,20 +131,23 @@ TEST(MovieWriterErrorsTest, takeOnAFullDiskEndsPlayable) {
         const TestFolder folder;
         const auto file = folder / "a.mov";
         TakeOnPaper take(file);
+        std::atomic<int> reports = 0;
+        take.writer->setOnFailure([&](const Error&) { ++reports; });
         ASSERT_TRUE(take.start());
         // Enough for three fragments, too few to begin a fourth.
         take.appendMoving(110);
         ASSERT_TRUE(waitForFragments(file, 3));
         limitFiles(std::filesystem::file_size(file) + (tablesFit ? 5'000 : 100));
-        for (int i = 0; i < 10'000 && !take.writer->error(); ++i) take.appendMoving(1);
+        for (int i = 0; i < 10'000 && reports == 0; ++i) take.appendMoving(1);
         // There is a movie to finish, so the writer is still writing, though it takes nothing more.
         EXPECT_EQ(take.writer->status(), WriterStatus::writing);
         EXPECT_FALSE(take.append(paintedPicture(take.settings, 0, 128, 128), 100'000));
         take.writer->finishWriting();
         limitFiles(RLIM_INFINITY);
-        EXPECT_EQ(take.writer->status(), WriterStatus::failed);
+        EXPECT_EQ(take.writer->status(), WriterStatus::completed);
+        EXPECT_EQ(reports, 1);
         EXPECT_EQ(take.writer->error().value_or(Error{}).description,
-                  "The movie " + file.string() + " cannot be written: File too large");
+                  "write the movie " + file.string() + ": File too large");
         EXPECT_EQ(outermostBoxes(file) == "ftyp mdat moov ", tablesFit) << outermostBoxes(file);
         EXPECT_EQ(MovieProbe(file).times().size(), 3 * kPicturesPerFragment);
         EXPECT_EQ(MovieProbe(file).complaints(), "");

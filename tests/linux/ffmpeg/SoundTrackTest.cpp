@@ -57,7 +57,9 @@ TEST(SoundTimelineTest, followsAClockThatIsOff) {
             line += 480 * (1 + placement.stretch);
             timeline.advance(std::llround(line) - timeline.frames());
             if (i < 3000) continue;
-            ASSERT_NEAR(timeline.frames() / static_cast<double>(kSoundRate), (i + 1) * 0.01 * (1 + off), 0.006) << i;
+            ASSERT_NEAR(timeline.frames() / static_cast<double>(kSoundRate), (i + 1) * 0.01 * (1 + off),
+                        0.006)
+                << i;
         }
     }
 }
