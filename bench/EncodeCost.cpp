@@ -75,7 +75,7 @@ void encodeCost(benchmark::State& state, std::size_t preset, Content content, in
                                 .expectedFrameRate = 60,
                                 .allowFrameReordering = true};
     const auto pictures = makePictures(content, width, height);
-    auto encoder = openSoftwareEncoder(settings, preset).value();
+    auto encoder = openSoftwareEncoderWithPreset(settings, preset).value();
     const auto everywhere = BlockSet::all(width, height);
     std::int64_t timeUnits = 0;
     std::size_t bytes = 0;

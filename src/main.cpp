@@ -3,8 +3,9 @@
 #include "base/DebugLog.h"
 #include "base/HomeFolders.h"
 #include "linux/evdev/EvdevMultitouch.h"
+#include "linux/ffmpeg/AacEncoder.h"
 #include "linux/ffmpeg/FfmpegExports.h"
-#include "linux/ffmpeg/FfmpegMovieWriters.h"
+#include "linux/ffmpeg/HardwareEncoders.h"
 #include "linux/freedesktop/DBusAutomation.h"
 #include "linux/freedesktop/DBusCameraPortal.h"
 #include "linux/freedesktop/DBusRunningInstance.h"
@@ -20,6 +21,9 @@
 #include "linux/x11/server/X11Displays.h"
 #include "linux/x11/server/X11OverlaySupport.h"
 #include "linux/x11/server/X11ScreenAccess.h"
+#include "movie/encoder/EncoderChoice.h"
+#include "movie/h264/SoftwareEncoder.h"
+#include "movie/writer/MovieFileWriters.h"
 #include "platform/OwnWindows.h"
 #include "platform/ScreenCaptureWithSound.h"
 #include "shell/AppDelegate.h"
@@ -177,7 +181,8 @@ int runOnX11(int& argc, char** argv, const CommandLine& line) {
     ScreenCaptureWithSound screenCapture(pictures, sound);
     freedesktop::DBusCameraPortal cameraPortal;
     pipewire::PortalCameras cameraSession(mediaServer, cameraPortal);
-    ffmpeg::FfmpegMovieWriters movieWriters;
+    MovieFileWriters movieWriters(preferHardware(ffmpeg::hardwareEncoders(), openSoftwareEncoder),
+                                  ffmpeg::openAacEncoder);
     ffmpeg::FfmpegExports movieExports;
     freedesktop::DBusRunningInstance runningInstance;
     freedesktop::DBusAutomation automation(runningInstance);

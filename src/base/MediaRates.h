@@ -11,4 +11,7 @@ inline constexpr std::int32_t kMovieTimescale = 600;
 // Sound is captured, placed and encoded at this rate: frames (one sample of each channel) a second.
 inline constexpr int kSoundRate = 48'000;
 
+// Frames in one packet of AAC.
+inline constexpr int kAacPacketFrames = 1024;
+
 }  // namespace kasto

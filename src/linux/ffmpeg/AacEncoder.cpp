@@ -1,11 +1,12 @@
 #include "linux/ffmpeg/AacEncoder.h"
 
 #include "base/MediaRates.h"
-#include "movie/sound/SoundTimeline.h"
+#include "linux/ffmpeg/FfmpegHandles.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
-#include <vector>
+#include <utility>
 
 extern "C" {
 #include <libavutil/audio_fifo.h>
@@ -18,17 +19,30 @@ namespace kasto::ffmpeg {
 
 namespace {
 
-constexpr AVSampleFormat kEncoded = AV_SAMPLE_FMT_FLTP;
-// Stretching is told as frames more in so many.
-constexpr int kStretchedFrames = 1 << 20;
-constexpr int kMostSilenceAtOnce = 8192;
+constexpr AVSampleFormat kEncodedFormat = AV_SAMPLE_FMT_FLTP;
+// libswresample takes the stretch as so many frames more within a distance of so many frames.
+constexpr int kStretchDistance = 1 << 20;
+// Frames of sound that are stretched in one call, with room for what they gain.
+constexpr int kMaxFramesAtOnce = 4096;
+constexpr int kStretchedFrames = 2 * kMaxFramesAtOnce;
+constexpr int kMaxChannels = 2;
+
+struct FreeResampler {
+    void operator()(SwrContext* resampler) const { swr_free(&resampler); }
+};
+struct FreeFifo {
+    void operator()(AVAudioFifo* fifo) const { av_audio_fifo_free(fifo); }
+};
+using Resampler = std::unique_ptr<SwrContext, FreeResampler>;
+using Fifo = std::unique_ptr<AVAudioFifo, FreeFifo>;
 
 Result<CodecContextHandle> openCodec(const AudioInputSettings& settings) {
+    silenceLibav();
     const AVCodec* codec = avcodec_find_encoder(AV_CODEC_ID_AAC);
     if (!codec) return failure("no encoder for AAC is installed");
     CodecContextHandle context(avcodec_alloc_context3(codec));
     if (!context) return std::unexpected(libavError("AAC", AVERROR(ENOMEM)));
-    context->sample_fmt = kEncoded;
+    context->sample_fmt = kEncodedFormat;
     context->sample_rate = kSoundRate;
     context->time_base = {1, kSoundRate};
     context->bit_rate = settings.bitRate;
@@ -40,10 +54,22 @@ Result<CodecContextHandle> openCodec(const AudioInputSettings& settings) {
     return context;
 }
 
+Result<Resampler> openResampler(const AVChannelLayout& channels) {
+    AVChannelLayout layout = channels;
+    SwrContext* made = nullptr;
+    swr_alloc_set_opts2(&made, &layout, kEncodedFormat, kSoundRate, &layout, AV_SAMPLE_FMT_FLT, kSoundRate, 0,
+                        nullptr);
+    Resampler resampler(made);
+    // Without the flag it would copy at equal rates, and could not begin to stretch later.
+    if (!made || av_opt_set_int(made, "flags", SWR_FLAG_RESAMPLE, 0) < 0 || swr_init(made) < 0)
+        return failure("the resampler for sound does not start");
+    return resampler;
+}
+
 FrameHandle makeFrame(const AVCodecContext& context, int frames) {
     FrameHandle frame(av_frame_alloc());
     if (!frame) return nullptr;
-    frame->format = kEncoded;
+    frame->format = kEncodedFormat;
     frame->sample_rate = context.sample_rate;
     frame->nb_samples = frames;
     if (av_channel_layout_copy(&frame->ch_layout, &context.ch_layout) < 0) return nullptr;
@@ -51,114 +77,122 @@ FrameHandle makeFrame(const AVCodecContext& context, int frames) {
     return frame;
 }
 
+class AacEncoder final : public SoundEncoder {
+public:
+    AacEncoder(CodecContextHandle context, Resampler resampler, int channels)
+        : context_(std::move(context)),
+          resampler_(std::move(resampler)),
+          waiting_(av_audio_fifo_alloc(kEncodedFormat, channels, 4 * kAacPacketFrames)),
+          stretched_(makeFrame(*context_, kStretchedFrames)),
+          frame_(makeFrame(*context_, kAacPacketFrames)),
+          packet_(av_packet_alloc()),
+          channels_(channels) {}
+
+    bool isComplete() const { return waiting_ && stretched_ && frame_ && packet_; }
+
+    std::span<const std::uint8_t> specificConfiguration() const override {
+        return {context_->extradata, static_cast<std::size_t>(context_->extradata_size)};
+    }
+
+    int primingFrames() const override { return context_->initial_padding; }
+
+    Result<std::int64_t> encode(std::span<const float> samples, double stretch,
+                                const PacketSink& sink) override {
+        std::int64_t added = 0;
+        swr_set_compensation(resampler_.get(), static_cast<int>(std::lround(stretch * kStretchDistance)),
+                             kStretchDistance);
+        const auto channels = static_cast<std::size_t>(channels_);
+        while (!samples.empty()) {
+            const auto frames = std::min<std::size_t>(samples.size() / channels, kMaxFramesAtOnce);
+            const auto* in = reinterpret_cast<const std::uint8_t*>(samples.data());
+            samples = samples.subspan(frames * channels);
+            const int out = swr_convert(resampler_.get(), stretched_->data, kStretchedFrames, &in,
+                                        static_cast<int>(frames));
+            if (out < 0) return std::unexpected(libavError("convert sound", out));
+            if (av_audio_fifo_write(waiting_.get(), reinterpret_cast<void**>(stretched_->data), out) < out)
+                return std::unexpected(libavError("AAC", AVERROR(ENOMEM)));
+            added += out;
+            if (const auto encoded = encodeWhole(sink); !encoded) return std::unexpected(encoded.error());
+        }
+        return added;
+    }
+
+    Result<std::int64_t> encodeSilence(std::int64_t frames, const PacketSink& sink) override {
+        static constexpr std::array<float, kMaxFramesAtOnce * kMaxChannels> kSilence{};
+        std::int64_t added = 0;
+        while (frames > 0) {
+            const auto part = std::min<std::int64_t>(frames, kMaxFramesAtOnce);
+            const auto encoded =
+                encode({kSilence.data(), static_cast<std::size_t>(part * channels_)}, 0, sink);
+            if (!encoded) return encoded;
+            added += *encoded;
+            frames -= part;
+        }
+        return added;
+    }
+
+    Result<void> finish(const PacketSink& sink) override {
+        if (const int rest = av_audio_fifo_size(waiting_.get()); rest > 0) {
+            if (const auto sent = send(rest, sink); !sent) return sent;
+        }
+        if (const int sent = avcodec_send_frame(context_.get(), nullptr); sent < 0)
+            return std::unexpected(libavError("end the sound", sent));
+        return receive(sink);
+    }
+
+private:
+    Result<void> encodeWhole(const PacketSink& sink) {
+        while (av_audio_fifo_size(waiting_.get()) >= kAacPacketFrames) {
+            if (const auto sent = send(kAacPacketFrames, sink); !sent) return sent;
+        }
+        return {};
+    }
+
+    Result<void> send(int frames, const PacketSink& sink) {
+        // The encoder may still hold a reference to the data sent before.
+        frame_->nb_samples = kAacPacketFrames;
+        if (const int writable = av_frame_make_writable(frame_.get()); writable < 0)
+            return std::unexpected(libavError("encode sound", writable));
+        av_audio_fifo_read(waiting_.get(), reinterpret_cast<void**>(frame_->data), frames);
+        frame_->nb_samples = frames;
+        frame_->pts = sentFrames_;
+        sentFrames_ += frames;
+        if (const int sent = avcodec_send_frame(context_.get(), frame_.get()); sent < 0)
+            return std::unexpected(libavError("encode sound", sent));
+        return receive(sink);
+    }
+
+    Result<void> receive(const PacketSink& sink) {
+        while (true) {
+            const int received = avcodec_receive_packet(context_.get(), packet_.get());
+            if (received == AVERROR(EAGAIN) || received == AVERROR_EOF) return {};
+            if (received < 0) return std::unexpected(libavError("encode sound", received));
+            sink({packet_->data, static_cast<std::size_t>(packet_->size)});
+            av_packet_unref(packet_.get());
+        }
+    }
+
+    CodecContextHandle context_;
+    Resampler resampler_;
+    Fifo waiting_;  // stretched sound that does not fill a packet yet
+    FrameHandle stretched_;
+    FrameHandle frame_;
+    PacketHandle packet_;
+    const int channels_;
+    std::int64_t sentFrames_ = 0;
+};
+
 }  // namespace
 
-void AacEncoder::FreeResampler::operator()(SwrContext* resampler) const { swr_free(&resampler); }
-
-void AacEncoder::FreeFifo::operator()(AVAudioFifo* fifo) const { av_audio_fifo_free(fifo); }
-
-Result<AacEncoder> AacEncoder::open(const AudioInputSettings& settings) {
+Result<std::unique_ptr<SoundEncoder>> openAacEncoder(const AudioInputSettings& settings) {
     auto context = openCodec(settings);
     if (!context) return std::unexpected(context.error());
-    AacEncoder made;
-    made.context_ = std::move(*context);
-    made.channels_ = settings.channels;
-    AVChannelLayout layout = made.context_->ch_layout;
-    SwrContext* resampler = nullptr;
-    swr_alloc_set_opts2(&resampler, &layout, kEncoded, kSoundRate, &layout, AV_SAMPLE_FMT_FLT, kSoundRate, 0,
-                        nullptr);
-    made.resampler_.reset(resampler);
-    // At equal rates it would copy, and could not begin to stretch later.
-    if (!resampler || av_opt_set_int(resampler, "flags", SWR_FLAG_RESAMPLE, 0) < 0 || swr_init(resampler) < 0)
-        return failure("the resampler for sound does not start");
-    made.waiting_.reset(av_audio_fifo_alloc(kEncoded, settings.channels, 4 * kPacketFrames));
-    made.stretched_ = makeFrame(*made.context_, kMostSilenceAtOnce);
-    made.frame_ = makeFrame(*made.context_, kPacketFrames);
-    made.packet_.reset(av_packet_alloc());
-    if (!made.waiting_ || !made.stretched_ || !made.frame_ || !made.packet_)
-        return std::unexpected(libavError("AAC", AVERROR(ENOMEM)));
-    return made;
-}
-
-std::span<const std::uint8_t> AacEncoder::specificConfiguration() const {
-    return {context_->extradata, static_cast<std::size_t>(context_->extradata_size)};
-}
-
-int AacEncoder::primingFrames() const { return context_->initial_padding; }
-
-Result<std::int64_t> AacEncoder::encode(std::span<const float> samples, double stretch,
-                                        const PacketSink& sink) {
-    std::int64_t added = 0;
-    swr_set_compensation(resampler_.get(), static_cast<int>(std::lround(stretch * kStretchedFrames)),
-                         kStretchedFrames);
-    const auto channels = static_cast<std::size_t>(channels_);
-    while (!samples.empty()) {
-        // Less than what the frame takes, which may become longer.
-        const auto frames = std::min<std::size_t>(samples.size() / channels, kMostSilenceAtOnce / 2);
-        const auto* in = reinterpret_cast<const std::uint8_t*>(samples.data());
-        samples = samples.subspan(frames * channels);
-        const int out = swr_convert(resampler_.get(), stretched_->data, kMostSilenceAtOnce, &in,
-                                    static_cast<int>(frames));
-        if (out < 0) return std::unexpected(libavError("convert sound", out));
-        if (av_audio_fifo_write(waiting_.get(), reinterpret_cast<void**>(stretched_->data), out) < out)
-            return std::unexpected(libavError("AAC", AVERROR(ENOMEM)));
-        added += out;
-        if (const auto encoded = encodeWhole(sink); !encoded) return std::unexpected(encoded.error());
-    }
-    return added;
-}
-
-Result<std::int64_t> AacEncoder::encodeSilence(std::int64_t frames, const PacketSink& sink) {
-    static const std::vector<float> zeros(kMostSilenceAtOnce);
-    std::int64_t added = 0;
-    while (frames > 0) {
-        const auto part = std::min<std::int64_t>(frames, kMostSilenceAtOnce / channels_);
-        const auto encoded = encode({zeros.data(), static_cast<std::size_t>(part * channels_)}, 0, sink);
-        if (!encoded) return encoded;
-        added += *encoded;
-        frames -= part;
-    }
-    return added;
-}
-
-Result<void> AacEncoder::finish(const PacketSink& sink) {
-    if (const int rest = av_audio_fifo_size(waiting_.get()); rest > 0) {
-        if (const auto sent = send(rest, sink); !sent) return sent;
-    }
-    if (const int sent = avcodec_send_frame(context_.get(), nullptr); sent < 0)
-        return std::unexpected(libavError("end the sound", sent));
-    return receive(sink);
-}
-
-Result<void> AacEncoder::encodeWhole(const PacketSink& sink) {
-    while (av_audio_fifo_size(waiting_.get()) >= kPacketFrames) {
-        if (const auto sent = send(kPacketFrames, sink); !sent) return sent;
-    }
-    return {};
-}
-
-Result<void> AacEncoder::send(int frames, const PacketSink& sink) {
-    // The encoder may still hold the frame before.
-    frame_->nb_samples = kPacketFrames;
-    if (const int writable = av_frame_make_writable(frame_.get()); writable < 0)
-        return std::unexpected(libavError("encode sound", writable));
-    av_audio_fifo_read(waiting_.get(), reinterpret_cast<void**>(frame_->data), frames);
-    frame_->nb_samples = frames;
-    frame_->pts = sent_;
-    sent_ += frames;
-    if (const int sent = avcodec_send_frame(context_.get(), frame_.get()); sent < 0)
-        return std::unexpected(libavError("encode sound", sent));
-    return receive(sink);
-}
-
-Result<void> AacEncoder::receive(const PacketSink& sink) {
-    while (true) {
-        const int received = avcodec_receive_packet(context_.get(), packet_.get());
-        if (received == AVERROR(EAGAIN) || received == AVERROR_EOF) return {};
-        if (received < 0) return std::unexpected(libavError("encode sound", received));
-        sink({packet_->data, static_cast<std::size_t>(packet_->size)});
-        av_packet_unref(packet_.get());
-    }
+    auto resampler = openResampler((*context)->ch_layout);
+    if (!resampler) return std::unexpected(resampler.error());
+    auto encoder =
+        std::make_unique<AacEncoder>(std::move(*context), std::move(*resampler), settings.channels);
+    if (!encoder->isComplete()) return std::unexpected(libavError("AAC", AVERROR(ENOMEM)));
+    return encoder;
 }
 
 }  // namespace kasto::ffmpeg

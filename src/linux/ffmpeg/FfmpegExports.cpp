@@ -33,12 +33,12 @@ using Output = std::unique_ptr<AVFormatContext, FreeOutput>;
 // Room for the index ahead of the data, so that it need not be moved behind it afterwards: the tables'
 // largest possible entries for each sample, and a little for the rest.
 std::int64_t indexRoom(const AVFormatContext& movie) {
-    constexpr std::int64_t kMostBytesPerSample =
+    constexpr std::int64_t kMaxBytesPerSample =
         4 + 8 + 8 + 8 + 12 + 4 + 1;  // stsz stts ctts co64 stsc stss sdtp
     constexpr std::int64_t kRest = 1 << 16;
     std::int64_t samples = 0;
     for (unsigned i = 0; i < movie.nb_streams; ++i) samples += movie.streams[i]->nb_frames;
-    return samples * kMostBytesPerSample + kRest;
+    return samples * kMaxBytesPerSample + kRest;
 }
 
 class PassthroughSession : public ExportSession {
@@ -114,6 +114,7 @@ private:
 }  // namespace
 
 Result<std::unique_ptr<ExportSession>> FfmpegExports::makePassthroughSession(const fs::path& movie) {
+    silenceLibav();
     AVFormatContext* opened = nullptr;
     const auto name = movie.string();
     int code = avformat_open_input(&opened, name.c_str(), nullptr, nullptr);

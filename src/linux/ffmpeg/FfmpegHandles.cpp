@@ -2,12 +2,15 @@
 
 extern "C" {
 #include <libavutil/error.h>
+#include <libavutil/log.h>
 }
 
 #include <array>
 #include <string>
 
 namespace kasto::ffmpeg {
+
+void silenceLibav() { av_log_set_level(AV_LOG_QUIET); }
 
 Error libavError(std::string_view what, int returned) {
     std::array<char, AV_ERROR_MAX_STRING_SIZE> text{};

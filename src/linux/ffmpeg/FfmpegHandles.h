@@ -25,6 +25,9 @@ using FrameHandle = std::unique_ptr<AVFrame, FfmpegDeleter>;
 using PacketHandle = std::unique_ptr<AVPacket, FfmpegDeleter>;
 using BufferHandle = std::unique_ptr<AVBufferRef, FfmpegDeleter>;
 
+// Keeps the libraries from printing to the terminal: what fails comes back as an error. Any thread.
+void silenceLibav();
+
 // `what`, a colon and the library's text for a negative return value.
 Error libavError(std::string_view what, int returned);
 

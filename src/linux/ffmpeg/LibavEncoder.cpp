@@ -1,6 +1,6 @@
 #include "linux/ffmpeg/LibavEncoder.h"
 
-#include "movie/h264/AvcStream.h"
+#include "linux/ffmpeg/AnnexB.h"
 
 extern "C" {
 #include <libavutil/opt.h>
@@ -35,6 +35,7 @@ FrameHandle frameOver(const PixelBufferRef& picture) {
 }  // namespace
 
 Result<CodecContextHandle> makeEncoderContext(const char* encoderName, const VideoInputSettings& settings) {
+    silenceLibav();
     const AVCodec* codec = avcodec_find_encoder_by_name(encoderName);
     if (!codec) return failure(std::string("the encoder ") + encoderName + " is not installed");
     CodecContextHandle context(avcodec_alloc_context3(codec));
@@ -90,7 +91,7 @@ Result<void> LibavEncoder::encode(const PictureToEncode& picture, const PictureS
     }
     if (!frame) return std::unexpected(libavError("encode a picture", AVERROR(ENOMEM)));
     frame->pts = picture.timeUnits;
-    frame->pict_type = picture.isKeyWanted ? AV_PICTURE_TYPE_I : AV_PICTURE_TYPE_NONE;
+    frame->pict_type = picture.isIdrWanted ? AV_PICTURE_TYPE_I : AV_PICTURE_TYPE_NONE;
     if (const int sent = avcodec_send_frame(context_.get(), frame.get()); sent < 0)
         return std::unexpected(libavError("encode a picture", sent));
     return receive(sink);

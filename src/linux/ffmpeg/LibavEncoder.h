@@ -1,7 +1,7 @@
 #pragma once
 
 #include "linux/ffmpeg/FfmpegHandles.h"
-#include "movie/h264/VideoEncoder.h"
+#include "movie/encoder/VideoEncoder.h"
 
 #include <span>
 #include <string>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "movie/h264/VideoEncoder.h"
+#include "movie/encoder/VideoEncoder.h"
 
 namespace kasto::ffmpeg {
 

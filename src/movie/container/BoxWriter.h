@@ -8,12 +8,14 @@
 
 namespace kasto {
 
-// Appends the big-endian fields and nested boxes of a movie file to a byte buffer, which must outlive it.
+// Appends the big-endian fields and nested boxes of a movie file to a byte buffer, which must outlive the
+// writer. One thread at a time.
 class BoxWriter {
 public:
     explicit BoxWriter(std::vector<std::uint8_t>& out) : out_(out) {}
 
-    // An open box: everything written during its life lies inside it. Boxes close in reverse order.
+    // An open box: everything written during its life lies inside it. Its size is written when it closes.
+    // Boxes close in reverse order.
     class Box {
     public:
         Box(BoxWriter& writer, std::string_view type) : writer_(writer), begin_(writer.size()) {
@@ -31,7 +33,7 @@ public:
 
     [[nodiscard]] Box box(std::string_view type) { return Box(*this, type); }
 
-    // The four bytes that begin the contents of a versioned box.
+    // The first four bytes of a full box's contents.
     void versionAndFlags(std::uint8_t version, std::uint32_t flags) {
         u32(static_cast<std::uint32_t>(version) << 24 | flags);
     }

@@ -6,9 +6,9 @@ namespace kasto {
 
 namespace {
 
-// What a sample depends on.
-constexpr std::uint32_t kKeySample = 0x02000000;
-constexpr std::uint32_t kOtherSample = 0x01010000;
+// sample_flags: a sync sample depends on no other; the rest depend on others and are no sync samples.
+constexpr std::uint32_t kSyncSample = 0x02000000;
+constexpr std::uint32_t kNonSyncSample = 0x01010000;
 constexpr std::size_t kBoxHeaderBytes = 8;
 
 void writeFragmentDefaults(BoxWriter& out, std::size_t trackCount) {
@@ -17,7 +17,7 @@ void writeFragmentDefaults(BoxWriter& out, std::size_t trackCount) {
         const auto trex = out.box("trex");
         out.versionAndFlags(0, 0);
         out.u32(static_cast<std::uint32_t>(i) + 1);
-        out.u32(1);  // the one sample description
+        out.u32(1);  // default_sample_description_index
         out.zeros(12);
     }
 }
@@ -45,7 +45,7 @@ void writeRun(BoxWriter& out, const FragmentRun& run, std::uint64_t fragmentOffs
     for (const auto& sample : run.samples) {
         out.u32(sample.durationUnits);
         out.u32(sample.sizeBytes);
-        out.u32(sample.isKey ? kKeySample : kOtherSample);
+        out.u32(sample.isSync ? kSyncSample : kNonSyncSample);
     }
 }
 
@@ -91,7 +91,7 @@ std::vector<std::uint8_t> fragmentHead(std::uint32_t sequence, std::uint64_t fil
                                        std::span<const FragmentRun> runs) {
     std::vector<std::uint8_t> bytes;
     BoxWriter out(bytes);
-    // The offsets of the data depend on the size of the box that holds them, but not the other way round.
+    // The data offsets within moof depend on its size, which does not depend on them: it is written twice.
     writeFragment(out, sequence, fileOffset, runs, 0);
     const auto dataOffset = static_cast<std::uint32_t>(bytes.size() + kBoxHeaderBytes);
     bytes.clear();

@@ -12,7 +12,7 @@ namespace kasto {
 
 namespace {
 
-constexpr std::uint32_t kOne = 1u << 16;
+constexpr std::uint32_t kFixedOne = 1u << 16;  // in 16.16
 constexpr std::uint32_t kUnspecifiedLanguage = 0x7fff;
 
 std::uint32_t nowSince1904() {
@@ -36,7 +36,7 @@ std::uint32_t durationInMovie(const MovieTrack& track) {
 }
 
 void writeIdentityMatrix(BoxWriter& out) {
-    for (const std::uint32_t value : {kOne, 0u, 0u, 0u, kOne, 0u, 0u, 0u, 1u << 30}) out.u32(value);
+    for (const std::uint32_t value : {kFixedOne, 0u, 0u, 0u, kFixedOne, 0u, 0u, 0u, 1u << 30}) out.u32(value);
 }
 
 void writeMovieHeader(BoxWriter& out, std::span<const MovieTrack> tracks) {
@@ -49,8 +49,8 @@ void writeMovieHeader(BoxWriter& out, std::span<const MovieTrack> tracks) {
     out.u32(nowSince1904());
     out.u32(std::uint32_t{kMovieTimescale});
     out.u32(duration);
-    out.u32(kOne);    // rate
-    out.u16(0x0100);  // volume
+    out.u32(kFixedOne);  // rate
+    out.u16(0x0100);     // volume
     out.zeros(10);
     writeIdentityMatrix(out);
     out.zeros(24);
@@ -74,9 +74,10 @@ void writeTrackHeader(BoxWriter& out, std::size_t index, const MovieTrack& track
     out.u32(static_cast<std::uint32_t>(track.format.height) << 16);
 }
 
-// A track that begins after the movie's zero is preceded by nothing for so long; priming is left out.
+// Writes an edit list where the track begins after the movie's zero, by an empty edit, or has priming, which
+// the edit leaves out.
 void writeEdits(BoxWriter& out, const MovieTrack& track) {
-    constexpr std::uint32_t kNothing = 0xffffffff;
+    constexpr std::uint32_t kEmptyEdit = 0xffffffff;
     const bool beginsLate = track.samples.startUnits != 0;
     if (!beginsLate && track.format.primingUnits == 0) return;
     const auto edts = out.box("edts");
@@ -85,12 +86,12 @@ void writeEdits(BoxWriter& out, const MovieTrack& track) {
     out.u32(beginsLate ? 2 : 1);
     if (beginsLate) {
         out.u32(startInMovie(track));
-        out.u32(kNothing);
-        out.u32(kOne);
+        out.u32(kEmptyEdit);
+        out.u32(kFixedOne);
     }
     out.u32(durationInMovie(track));
     out.u32(track.format.primingUnits);
-    out.u32(kOne);
+    out.u32(kFixedOne);
 }
 
 void writeHandler(BoxWriter& out, std::string_view component, std::string_view type, std::string_view name) {
@@ -115,16 +116,16 @@ void writeMediaInformationHeader(BoxWriter& out, TrackKind kind) {
 }
 
 void writeDataReference(BoxWriter& out) {
-    constexpr std::uint32_t kThisFile = 1;
+    constexpr std::uint32_t kInThisFile = 1;
     const auto dinf = out.box("dinf");
     const auto dref = out.box("dref");
     out.versionAndFlags(0, 0);
     out.u32(1);
     const auto url = out.box("url ");
-    out.versionAndFlags(0, kThisFile);
+    out.versionAndFlags(0, kInThisFile);
 }
 
-// Writes `values` as a count of runs and, for each run of equal values, what `writeRun` makes of it.
+// Calls `writeRun` for each run of equal values, and writes the number of runs before them.
 template <class Values, class Equal, class WriteRun>
 void writeRuns(BoxWriter& out, const Values& values, Equal&& equal, WriteRun&& writeRun) {
     const std::size_t countAt = out.size();
@@ -149,11 +150,11 @@ void writeDurations(BoxWriter& out, const SampleTable& samples) {
     });
 }
 
-void writeKeys(BoxWriter& out, const SampleTable& samples) {
+void writeSyncSamples(BoxWriter& out, const SampleTable& samples) {
     const auto stss = out.box("stss");
     out.versionAndFlags(0, 0);
-    out.u32(static_cast<std::uint32_t>(samples.keys.size()));
-    for (const std::uint32_t number : samples.keys) out.u32(number);
+    out.u32(static_cast<std::uint32_t>(samples.syncSamples.size()));
+    for (const std::uint32_t number : samples.syncSamples) out.u32(number);
 }
 
 void writeChunks(BoxWriter& out, const SampleTable& samples) {
@@ -189,8 +190,9 @@ void writeSampleTable(BoxWriter& out, const MovieTrack& track) {
         out.bytes(track.format.sampleEntry);
     }
     writeDurations(out, track.samples);
-    // Without this table every sample counts as a key sample, as it is for sound.
-    if (track.format.kind == TrackKind::video && !track.samples.isEmpty()) writeKeys(out, track.samples);
+    // Without this table every sample is a sync sample, which is true of sound.
+    if (track.format.kind == TrackKind::video && !track.samples.isEmpty())
+        writeSyncSamples(out, track.samples);
     writeChunks(out, track.samples);
 }
 

@@ -13,8 +13,8 @@ struct MovieTrack {
     const SampleTable& samples;
 };
 
-// Writes what belongs into a movie's one description of itself: its header and, for each track, the format
-// and where every sample lies. Tracks are numbered from 0 here, from 1 in the file. Any thread.
+// Writes the contents of the moov box: the movie's header and, for each track, its format and sample table.
+// Tracks are numbered from 0 here and from 1 in the file. Any thread.
 void writeMovieContents(BoxWriter& out, std::span<const MovieTrack> tracks);
 
 }  // namespace kasto

@@ -6,8 +6,8 @@ namespace kasto {
 
 namespace {
 
-// With this many in memory the disk has been standing still for about as many intervals.
-constexpr int kMostWaitingFragments = 3;
+// So many fragments in memory mean that the disk has not written for as many intervals.
+constexpr int kMaxWaitingFragments = 3;
 
 }  // namespace
 
@@ -60,12 +60,12 @@ void MovieFile::append(std::size_t index, const MovieSample& sample) {
     if (track.open.empty()) track.firstTimeUnits = sample.timeUnits;
     track.lastTimeUnits = sample.timeUnits;
     track.open.push_back(
-        {static_cast<std::uint32_t>(sample.data.size()), sample.durationUnits, sample.isKey});
+        {static_cast<std::uint32_t>(sample.data.size()), sample.durationUnits, sample.isSync});
     track.data.insert(track.data.end(), sample.data.begin(), sample.data.end());
 }
 
 bool MovieFile::endsFragment(const Track& track, const MovieSample& sample) const {
-    if (track.format.kind != TrackKind::video || !sample.isKey || track.open.empty()) return false;
+    if (track.format.kind != TrackKind::video || !sample.isSync || track.open.empty()) return false;
     return static_cast<double>(sample.timeUnits - track.firstTimeUnits) / track.format.timescale >=
            fragmentInterval_.seconds();
 }
@@ -123,8 +123,8 @@ Result<void> MovieFile::complete() {
     const std::uint64_t mediaEnd = file_.sizeBytes();
     const auto tables = completeMovie(movieTracks(Tracks::withSamples));
     const std::span<const std::uint8_t> piece(tables);
-    // What stands behind the header must be on the disk before the header is: a power cut in between leaves
-    // the movie in fragments.
+    // The tables must be on the disk before the header that hides the fragments: after a power cut between
+    // the two the movie is still in fragments.
     if (auto appended = file_.append({&piece, 1}); !appended) return appended;
     if (auto synced = file_.sync(); !synced) return synced;
     const auto header = mediaBoxHeader(mediaEnd - placeholderOffset_);
@@ -139,7 +139,7 @@ std::vector<MovieTrack> MovieFile::movieTracks(Tracks which) const {
     return tracks;
 }
 
-bool MovieFile::isKeepingUp() const { return waitingFragments_ < kMostWaitingFragments; }
+bool MovieFile::isKeepingUp() const { return waitingFragments_ < kMaxWaitingFragments; }
 
 void MovieFile::fail(const Error& error) {
     const bool isFirst = error_.with([&](auto& held) {

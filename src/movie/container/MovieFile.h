@@ -19,18 +19,18 @@ namespace kasto {
 struct MovieSample {
     std::span<const std::uint8_t> data;
     std::int64_t timeUnits = 0;       // in the track's timescale, rising within a track
-    std::uint32_t durationUnits = 0;  // 0: it lasts until the next one
-    bool isKey = false;
+    std::uint32_t durationUnits = 0;  // 0: until the next sample
+    bool isSync = false;              // decoding can begin here
 };
 
-// A movie file on its way to the disk. It is always playable up to the last fragment that is whole on the
+// A movie file while it is written. At any time it plays up to the last fragment that is complete on the
 // disk, and `finish` turns it into an ordinary movie without moving a sample.
 //
-// One thread at a time uses it, except for the two questions any thread may ask. A thread of its own writes
-// the fragments and waits for the disk, so that nobody else does.
+// One thread at a time, except for isKeepingUp() and error(). A thread of its own, the writing thread, writes
+// the fragments and waits for the disk.
 class MovieFile {
 public:
-    // Makes the file, which must not exist.
+    // Creates the file, which must not exist.
     static Result<std::unique_ptr<MovieFile>> create(const std::filesystem::path& file,
                                                      MediaTime fragmentInterval);
     ~MovieFile();
@@ -41,8 +41,8 @@ public:
     // Writes the movie's beginning.
     Result<void> begin();
 
-    // Copies the sample. A video sample that is a key sample begins a new fragment when the open one has
-    // lasted for the interval.
+    // Copies the sample. A video sync sample begins a new fragment when the open one has lasted for the
+    // interval.
     void append(std::size_t track, const MovieSample& sample);
 
     // Completes the movie with what was appended, or with as much of it as the disk took; `error` tells if
@@ -50,14 +50,14 @@ public:
     // there are no pictures. Nothing is appended after this.
     Result<void> finish();
 
-    // Called when the disk takes nothing more, once, on the writing thread or on the caller's. To be set
+    // Called once when writing fails, on the writing thread or the thread that calls `finish`. To be set
     // before `begin`.
     void setOnFailure(std::function<void(const Error&)> onFailure) { onFailure_ = std::move(onFailure); }
 
-    // False while the disk is too slow: several fragments wait for it in memory. Any thread.
+    // False while several fragments wait in memory because the disk is too slow. Any thread.
     bool isKeepingUp() const;
 
-    // Why the file takes nothing more, if so. Any thread.
+    // Why nothing more is written, after a failure. Any thread.
     std::optional<Error> error() const { return error_.copy(); }
 
 private:
@@ -73,7 +73,7 @@ private:
     std::vector<MovieTrack> movieTracks(Tracks which) const;
     void fail(const Error& error);
 
-    OutputFile file_;  // the writing thread's after `begin`, until the queue is drained
+    OutputFile file_;  // used by the writing thread from `begin` until the queue is drained
     const MediaTime fragmentInterval_;
     std::deque<Track> tracks_;
     std::uint64_t placeholderOffset_ = 0;
@@ -82,7 +82,7 @@ private:
     std::atomic<int> waitingFragments_ = 0;
     std::function<void(const Error&)> onFailure_;
     Guarded<std::optional<Error>> error_;
-    SerialQueue writing_;  // last: its jobs use the rest
+    SerialQueue writing_;  // last: its jobs use the other members
 };
 
 }  // namespace kasto

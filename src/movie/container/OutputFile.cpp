@@ -38,7 +38,7 @@ Result<void> OutputFile::append(std::span<const std::span<const std::uint8_t>> p
     std::uint64_t end = sizeBytes_;
     for (const auto& piece : pieces) {
         if (const auto written = writeAt(end, piece); !written) {
-            // If the torn rest cannot be cut off, players stop at it all the same.
+            // If the incomplete fragment cannot be cut off, players stop before it all the same.
             [[maybe_unused]] const int cut = ftruncate(descriptor_, static_cast<off_t>(sizeBytes_));
             return written;
         }

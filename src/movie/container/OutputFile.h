@@ -11,20 +11,20 @@ namespace kasto {
 // A new file that grows at its end. One thread at a time. Errors name the file.
 class OutputFile {
 public:
-    // Fails if there is a file already.
+    // Fails if the file exists.
     static Result<OutputFile> create(const std::filesystem::path& file);
 
     OutputFile(OutputFile&& other) noexcept;
     OutputFile& operator=(OutputFile&&) = delete;
     ~OutputFile();
 
-    // The end of what was appended as a whole.
+    // The sum of all successful appends.
     std::uint64_t sizeBytes() const { return sizeBytes_; }
 
-    // Adds all pieces or nothing: after a failure the file ends where it ended before.
+    // Appends all pieces or none: after a failure the file ends where it ended before.
     Result<void> append(std::span<const std::span<const std::uint8_t>> pieces);
 
-    // Replaces bytes that are there.
+    // Replaces bytes within the file.
     Result<void> overwrite(std::uint64_t offset, std::span<const std::uint8_t> data);
 
     // Returns when everything is on the disk.

@@ -12,7 +12,7 @@ void SampleTable::addChunk(std::uint64_t fileOffset, std::int64_t firstTimeUnits
     for (const auto& sample : samples) {
         sizes.push_back(sample.sizeBytes);
         durations.push_back(sample.durationUnits);
-        if (sample.isKey) keys.push_back(static_cast<std::uint32_t>(sizes.size()));
+        if (sample.isSync) syncSamples.push_back(static_cast<std::uint32_t>(sizes.size()));
     }
 }
 
@@ -23,7 +23,7 @@ void SampleTable::dropFrom(std::uint64_t fileOffset) {
         durations.resize(left);
         chunks.pop_back();
     }
-    while (!keys.empty() && keys.back() > sizes.size()) keys.pop_back();
+    while (!syncSamples.empty() && syncSamples.back() > sizes.size()) syncSamples.pop_back();
 }
 
 std::uint64_t SampleTable::durationUnits() const {

@@ -48,9 +48,7 @@ void writeAvcEntry(TrackFormat& format, std::span<const std::uint8_t> configurat
     }
 }
 
-constexpr std::uint32_t kPacketFrames = 1024;
-
-// A descriptor of less than 128 bytes: its tag, its length, its contents.
+// An MPEG-4 descriptor of less than 128 bytes.
 void writeDescriptor(BoxWriter& out, std::uint8_t tag, std::span<const std::uint8_t> contents) {
     out.u8(tag);
     out.u8(static_cast<std::uint8_t>(contents.size()));
@@ -63,31 +61,31 @@ std::vector<std::uint8_t> decoderDescription(const AudioInputSettings& settings,
     std::vector<std::uint8_t> bytes;
     BoxWriter out(bytes);
     out.u8(0x40);   // MPEG-4 audio
-    out.u8(0x15);   // a stream of sound
-    out.u8(0);      // buffer, three bytes
-    out.u16(6144);  // the most a packet of two channels takes
+    out.u8(0x15);   // an audio stream
+    out.u8(0);      // the buffer's size has three bytes:
+    out.u16(6144);  // the largest packet of two channels
     out.u32(static_cast<std::uint32_t>(settings.bitRate));
     out.u32(static_cast<std::uint32_t>(settings.bitRate));
     writeDescriptor(out, kDecoderSpecific, configuration);
     return bytes;
 }
 
-void writeElementaryStream(BoxWriter& out, const AudioInputSettings& settings,
-                           std::span<const std::uint8_t> configuration) {
-    constexpr std::uint8_t kStream = 3, kDecoder = 4, kPackets = 6;
+void writeEsds(BoxWriter& out, const AudioInputSettings& settings,
+               std::span<const std::uint8_t> configuration) {
+    constexpr std::uint8_t kEsDescriptor = 3, kDecoderConfig = 4, kSlConfig = 6;
     std::vector<std::uint8_t> bytes;
     BoxWriter stream(bytes);
-    stream.u16(0);  // no number
-    stream.u8(0);
-    writeDescriptor(stream, kDecoder, decoderDescription(settings, configuration));
-    const std::uint8_t asInAFile[] = {2};
-    writeDescriptor(stream, kPackets, asInAFile);
+    stream.u16(0);  // ES_ID
+    stream.u8(0);   // flags
+    writeDescriptor(stream, kDecoderConfig, decoderDescription(settings, configuration));
+    const std::uint8_t predefinedForFiles[] = {2};
+    writeDescriptor(stream, kSlConfig, predefinedForFiles);
     const auto esds = out.box("esds");
     out.versionAndFlags(0, 0);
-    writeDescriptor(out, kStream, bytes);
+    writeDescriptor(out, kEsDescriptor, bytes);
 }
 
-// As QuickTime wants it: a description of version 1 with the stream's inside "wave".
+// QuickTime's form: a sound description of version 1 with the esds box inside a wave box.
 void writeAacEntry(TrackFormat& format, const AudioInputSettings& settings,
                    std::span<const std::uint8_t> configuration) {
     constexpr std::uint16_t kVariableRate = 0xfffe;
@@ -103,7 +101,7 @@ void writeAacEntry(TrackFormat& format, const AudioInputSettings& settings,
     out.u16(0);
     out.u16(kSoundRate);
     out.u16(0);
-    out.u32(kPacketFrames);
+    out.u32(kAacPacketFrames);
     out.u32(0);  // bytes of a packet and of a frame vary
     out.u32(0);
     out.u32(2);
@@ -116,8 +114,8 @@ void writeAacEntry(TrackFormat& format, const AudioInputSettings& settings,
         const auto mp4a = out.box("mp4a");
         out.u32(0);
     }
-    writeElementaryStream(out, settings, configuration);
-    out.u32(8);  // the end
+    writeEsds(out, settings, configuration);
+    out.u32(8);  // a terminator: a box of type 0 without contents
     out.u32(0);
 }
 
@@ -128,7 +126,7 @@ TrackFormat aacTrackFormat(const AudioInputSettings& settings, std::span<const s
     TrackFormat format{
         .kind = TrackKind::sound,
         .timescale = kSoundRate,
-        .sampleDuration = kPacketFrames,
+        .sampleDuration = static_cast<std::uint32_t>(kAacPacketFrames),
         .primingUnits = static_cast<std::uint32_t>(primingFrames),
         .sampleEntry = {},
     };

@@ -15,9 +15,9 @@ std::uint32_t BitReader::bits(int count) {
 }
 
 std::uint32_t BitReader::ue() {
-    constexpr int kMostZeros = 31;
+    constexpr int kMaxZeros = 31;
     int zeros = 0;
-    while (zeros < kMostZeros && !flag()) ++zeros;
+    while (zeros < kMaxZeros && !flag()) ++zeros;
     return (1U << zeros) - 1 + bits(zeros);
 }
 

@@ -25,15 +25,15 @@ bool differ(const PixelBuffer& a, const PixelBuffer& b, int column, int row) {
 }  // namespace
 
 bool ChangedMacroblocks::find(const PixelBuffer& a, const PixelBuffer& b, const BlockSet& where,
-                              std::size_t most) {
+                              std::size_t max) {
     list_.clear();
-    for (int row = 0; row < where.rows() && list_.size() <= most; ++row)
+    for (int row = 0; row < where.rows() && list_.size() <= max; ++row)
         where.forEachRun(row, [&](int begin, int end) {
-            for (int column = begin; column < end && list_.size() <= most; ++column)
+            for (int column = begin; column < end && list_.size() <= max; ++column)
                 if (differ(a, b, column, row))
                     list_.push_back(static_cast<std::uint32_t>(row * where.columns() + column));
         });
-    return list_.size() <= most;
+    return list_.size() <= max;
 }
 
 }  // namespace kasto

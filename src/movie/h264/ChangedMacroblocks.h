@@ -9,13 +9,13 @@
 
 namespace kasto {
 
-// The macroblocks in which two i420 pictures of one size differ, in the order of their numbers. One thread at
-// a time.
+// The macroblocks in which two i420 pictures of one size differ, in the order of their addresses. One thread
+// at a time.
 class ChangedMacroblocks {
 public:
-    // Looks for them among the blocks of `where` and stops when there are more than `most`; false then, and
-    // the list is of no use.
-    bool find(const PixelBuffer& a, const PixelBuffer& b, const BlockSet& where, std::size_t most);
+    // Compares the pictures within the blocks of `where`. Stops and returns false when more than `max`
+    // macroblocks differ; the list is then incomplete.
+    bool find(const PixelBuffer& a, const PixelBuffer& b, const BlockSet& where, std::size_t max);
 
     const std::vector<std::uint32_t>& list() const { return list_; }
 

@@ -6,11 +6,11 @@ namespace kasto {
 
 namespace {
 
-// Processor time for text that is being zoomed, the hardest of what a screen shows; bench/encode-cost
-// measures it. The step from superfast to ultrafast costs 5 dB on moving text, so it is taken late.
+// Processor time a pixel for text that is being zoomed, the hardest screen content that bench/encode-cost
+// measures. ultrafast is 5 dB worse than superfast on moving text, so it is the last choice.
 constexpr std::array<double, kX264Presets.size()> kNsPerPixel{14.5, 8.2, 6.0};
 
-// Of all the cores' time; the compositor and the programs that are recorded need the rest.
+// The encoder's share of all cores' time. The compositor and the recorded programs need the rest.
 constexpr double kEncoderShare = 0.35;
 
 }  // namespace

@@ -6,24 +6,25 @@
 
 namespace kasto {
 
-// Chooses libx264's preset anew for each picture: a faster one before the queue of pictures is full and ticks
-// are dropped, the one the take began with when there is time again. One thread at a time.
+// Chooses libx264's preset anew for each picture. When the queue of pictures fills up it takes a faster
+// preset before ticks are dropped; when there is time again it returns step by step to the preset of the
+// start. A return that was too early doubles the wait before the next one. One thread at a time.
 class PresetByLoad {
 public:
-    // `first` is one of kX264Presets by its number, the best that may be chosen.
+    // `first` is the best preset that may be chosen, an index of kX264Presets.
     PresetByLoad(std::size_t first, int picturesPerSecond);
 
-    // For the picture that is encoded next; `backlog` tells how full the queue behind it is, 0 to 1.
+    // The preset for the picture that is encoded next; `backlog` is how full the queue behind it is, 0 to 1.
     std::size_t next(double backlog);
 
 private:
     const std::size_t first_;
     const int perSecond_;
-    std::size_t now_;
-    int sinceChange_;        // pictures
-    int sinceBacklog_ = 0;   // pictures that found the queue nearly empty
-    int patience_;           // pictures before a better preset is tried
-    bool isTrying_ = false;  // a better one than before
+    std::size_t current_;
+    int sinceChange_;        // pictures since the preset changed
+    int sinceBacklog_ = 0;   // pictures that found the queue nearly empty, in a row
+    int wait_;               // as many of them before a better preset is tried
+    bool isTrying_ = false;  // the last change was to a better preset
 };
 
 }  // namespace kasto

@@ -9,27 +9,27 @@ namespace kasto {
 
 namespace {
 
-// What is saved beyond this is forgotten: the movie's rate may not rise far above its average anywhere.
-constexpr double kMostSavedS = 1;
-constexpr double kMostDebtS = 6;
+constexpr double kMaxSavedS = 1;
+constexpr double kMaxDebtS = 6;
 
-// The quantiser of new pictures when all of that is saved, and how much it rises with each second spent.
-constexpr double kBest = 8;
-constexpr double kPerSecond = 8;
-constexpr double kWorst = 44;
+// The QP of a new picture at the largest savings, and its rise with each second of debt.
+constexpr double kQpAtMaxSavings = 8;
+constexpr double kQpPerSecond = 8;
+constexpr double kMaxQpChosen = 44;
 
-// Key pictures are what all others are predicted from.
-constexpr double kBetterForKeys = 3;
+// All pictures up to the next IDR are predicted from it, so it is worth a lower QP.
+constexpr double kIdrBonus = 3;
 
-// Finer than this, a still screen looks the same.
-constexpr int kFinest = 6;
-constexpr double kBetterForStills = 8;
+// A still screen looks no better below this.
+constexpr int kMinQpChosen = 6;
+constexpr double kStillBonus = 8;
+// Encoding again for less would not be seen.
 constexpr int kWorthwhileStep = 4;
 
-static_assert(kFinest >= kFinestQuantiser && kWorst <= kCoarsestQuantiser);
+static_assert(kMinQpChosen >= kMinQp && kMaxQpChosen <= kMaxQp);
 
-int clamped(double quantiser, double finest) {
-    return static_cast<int>(std::lround(std::clamp(quantiser, finest, kWorst)));
+int toQp(double qp) {
+    return static_cast<int>(std::lround(std::clamp<double>(qp, kMinQpChosen, kMaxQpChosen)));
 }
 
 }  // namespace
@@ -40,18 +40,18 @@ RateControl::RateControl(const VideoInputSettings& settings)
 
 void RateControl::spend(std::size_t bytes) {
     debtS_ += static_cast<double>(bytes) / bytesPerSecond_ - secondsPerTick_;
-    debtS_ = std::clamp(debtS_, -kMostSavedS, kMostDebtS);
+    debtS_ = std::clamp(debtS_, -kMaxSavedS, kMaxDebtS);
 }
 
-int RateControl::quantiser(bool isKey) const {
-    return clamped(kBest + kPerSecond * (debtS_ + kMostSavedS) - (isKey ? kBetterForKeys : 0), kFinest);
+int RateControl::qp(bool isIdr) const {
+    return toQp(kQpAtMaxSavings + kQpPerSecond * (debtS_ + kMaxSavedS) - (isIdr ? kIdrBonus : 0));
 }
 
-int RateControl::quantiserOfStill() const { return clamped(quantiser(false) - kBetterForStills, kFinest); }
+int RateControl::stillQp() const { return toQp(qp(false) - kStillBonus); }
 
-bool RateControl::isWorthRefining(int quantiser) const {
-    const int better = quantiserOfStill();
-    return quantiser - better >= kWorthwhileStep || (better < quantiser && better == kFinest);
+bool RateControl::isWorthRefining(int qp) const {
+    const int better = stillQp();
+    return qp - better >= kWorthwhileStep || (better < qp && better == kMinQpChosen);
 }
 
 }  // namespace kasto

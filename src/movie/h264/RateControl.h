@@ -6,32 +6,41 @@
 
 namespace kasto {
 
-// Chooses quantisers so that a movie keeps its average bit rate, counted over all its ticks: pictures that
-// cost little save up for those that cost much. One thread at a time.
+// Chooses the QP of each encoded picture so that the movie keeps its average bit rate.
+//
+// libx264's own control counts the pictures it encodes. Here it sees only some of the ticks, so it would take
+// the first picture after a still screen for a burst and encode it far too coarsely (at 20 dB). This control
+// counts ticks instead: every tick earns a tick's share of the bit rate, and every picture, inserted ones
+// included, spends its size. The difference is kept as a debt in seconds of the average rate, negative while
+// there are savings. QP rises linearly with the debt. Savings are limited to a second, so that the bit rate
+// cannot rise far above its average anywhere, and the debt to six seconds, so that QP recovers after a burst.
+//
+// A picture that has stayed for some ticks is encoded again at a lower QP, as far as the savings allow.
+//
+// One thread at a time.
 class RateControl {
 public:
     explicit RateControl(const VideoInputSettings& settings);
 
-    // One tick has passed and its picture took so much.
+    // Counts a tick whose picture has this size.
     void spend(std::size_t bytes);
 
-    // For a picture that is new.
-    int quantiser(bool isKey) const;
+    // The QP for a new picture.
+    int qp(bool isIdr) const;
 
-    // For one that has been shown before, and is likely to stay.
-    int quantiserOfStill() const;
+    // The QP for a picture that has been shown for some ticks and is likely to stay.
+    int stillQp() const;
 
-    // Whether a still picture of this quantiser is to be encoded once more, as a better one.
-    bool isWorthRefining(int quantiser) const;
+    // Whether a still picture that was encoded with this QP is to be encoded once more with `stillQp`.
+    bool isWorthRefining(int qp) const;
 
-    // True when what was saved pays for so much.
+    // Whether the savings cover so many bytes.
     bool allows(std::size_t bytes) const { return bytesPerSecond_ * -debtS_ >= static_cast<double>(bytes); }
 
 private:
     double bytesPerSecond_;
     double secondsPerTick_;
-    // Seconds of the average rate that were spent too much; below zero: saved. The first picture gets some.
-    double debtS_ = -0.5;
+    double debtS_ = -0.5;  // the savings that the first picture may spend
 };
 
 }  // namespace kasto

@@ -1,16 +1,19 @@
 #pragma once
 
-#include "movie/h264/VideoEncoder.h"
+#include "movie/encoder/VideoEncoder.h"
+
+#include <cstddef>
 
 namespace kasto {
 
-// Encodes with libx264, and spares it what it need not see: a picture that is the one before takes a few
-// bytes, and one that differs from the last encoded picture in a few places only takes those places as they
-// are. Pictures leave at once.
+// Encodes with libx264, but only what needs it: a picture that is the one before becomes a skip picture, and
+// one that differs from the last encoded picture in a few macroblocks becomes a patch picture (see
+// PictureInserter). No picture is held back. The preset is chosen by the size, the frame rate and the
+// machine; when pictures pile up the encoder goes on with a faster one.
 Result<std::unique_ptr<VideoEncoder>> openSoftwareEncoder(const VideoInputSettings& settings);
 
-// The same with one of kX264Presets, by its number. When pictures pile up it goes on with a faster one.
-Result<std::unique_ptr<VideoEncoder>> openSoftwareEncoder(const VideoInputSettings& settings,
-                                                          std::size_t preset);
+// The same with a given best preset: an index of kX264Presets.
+Result<std::unique_ptr<VideoEncoder>> openSoftwareEncoderWithPreset(const VideoInputSettings& settings,
+                                                                    std::size_t preset);
 
 }  // namespace kasto

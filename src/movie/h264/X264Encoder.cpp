@@ -1,6 +1,6 @@
 #include "movie/h264/X264Encoder.h"
 
-#include "movie/h264/AvcStream.h"
+#include "movie/h264/AvcConfiguration.h"
 
 #include <x264.h>
 
@@ -12,18 +12,19 @@ namespace kasto {
 
 namespace {
 
-// Slices of one picture; more of them gain little.
-constexpr unsigned kMostThreads = 8;
+// Each thread encodes one slice of a picture. More slices gain little time and cost bits.
+constexpr unsigned kMaxThreads = 8;
 
-constexpr int kMiddleQuantiser = (kFinestQuantiser + kCoarsestQuantiser) / 2;
+constexpr int kMiddleQp = (kMinQp + kMaxQp) / 2;
 
 constexpr int kBt709 = 1;
-// Each sample of chroma is the mean of two by two pixels.
+// The compositor makes each chroma sample the mean of two by two pixels.
 constexpr int kChromaInTheCenter = 1;
 
-// ultrafast leaves out what makes the stream High, so both are asked for. No picture waits for a later one
-// and nothing looks ahead: on screens that buys no quality, and what the encoder holds is lost in a crash.
-// Variance-driven quantisers would spend the bits on flat areas instead of text (1.9 dB on scrolling text).
+// The preset ultrafast switches CABAC and the 8x8 transform off; without them the stream would not be High,
+// so both are asked for. B pictures and lookahead are off: on screen content they buy no quality, and
+// pictures that the encoder holds back are lost in a crash. Adaptive quantisation is off because it takes
+// bits from text for flat areas (1.9 dB worse on scrolling text).
 constexpr std::array<std::array<const char*, 2>, 11> kParameters{{
     {"cabac", "1"},
     {"8x8dct", "1"},
@@ -34,9 +35,9 @@ constexpr std::array<std::array<const char*, 2>, 11> kParameters{{
     {"sync-lookahead", "0"},
     {"mbtree", "0"},
     {"aq-mode", "0"},
-    // Coloured text and lines show what chroma loses first.
+    // Loss in chroma is seen first, on coloured text and lines.
     {"chroma-qp-offset", "-3"},
-    // With varying times each picture would wait for the next one's.
+    // With a variable frame rate libx264 holds each picture until it knows the time of the next one.
     {"force-cfr", "1"},
 }};
 
@@ -50,16 +51,19 @@ bool isPrepared(x264_param_t& wanted, const VideoInputSettings& settings, const 
     wanted.i_fps_den = 1;
     wanted.i_timebase_num = 1;
     wanted.i_timebase_den = kMovieTimescale;
-    // Each picture brings its own quantiser. With a constant one libx264 spares itself the look at how hard
-    // a picture is, but keeps to the range it has for all kinds of pictures: that is made as wide as can be.
+    // Each picture is given its QP (see RateControl). With constant QP as the method, libx264 does not
+    // measure how hard a picture is, which saves a tenth of its work. It still limits a given QP by the
+    // factors between kinds of pictures, so these are set wide.
     wanted.rc.i_rc_method = X264_RC_CQP;
-    wanted.rc.i_qp_constant = kMiddleQuantiser;
+    wanted.rc.i_qp_constant = kMiddleQp;
     wanted.rc.f_ip_factor = wanted.rc.f_pb_factor = 10;
     wanted.i_keyint_max = settings.maxKeyFrameInterval;
-    // All threads work on one picture: none is held back.
+    // All threads work on slices of one picture. Threads that work on several pictures would hold them back.
     wanted.b_sliced_threads = 1;
-    wanted.i_threads = static_cast<int>(std::clamp(std::thread::hardware_concurrency(), 1u, kMostThreads));
+    wanted.i_threads = static_cast<int>(std::clamp(std::thread::hardware_concurrency(), 1u, kMaxThreads));
     wanted.b_repeat_headers = 0;
+    // Each NAL unit after its length, as a movie file has it.
+    wanted.b_annexb = 0;
     wanted.analyse.b_mb_info = 1;
     wanted.vui.i_sar_width = wanted.vui.i_sar_height = 1;
     wanted.vui.i_colorprim = wanted.vui.i_transfer = wanted.vui.i_colmatrix = kBt709;
@@ -70,8 +74,15 @@ bool isPrepared(x264_param_t& wanted, const VideoInputSettings& settings, const 
     return x264_param_apply_profile(&wanted, "high") == 0;
 }
 
-std::span<const std::uint8_t> bytesOf(const x264_nal_t* nals, int size) {
-    return {nals[0].p_payload, static_cast<std::size_t>(size)};
+constexpr std::size_t kLengthBytes = 4;
+
+// The NAL unit of a type, without its length; empty if there is none.
+std::span<const std::uint8_t> nalOfType(std::span<const x264_nal_t> nals, int type) {
+    for (const auto& nal : nals)
+        if (nal.i_type == type)
+            return std::span<const std::uint8_t>(nal.p_payload, static_cast<std::size_t>(nal.i_payload))
+                .subspan(kLengthBytes);
+    return {};
 }
 
 }  // namespace
@@ -88,43 +99,44 @@ Result<X264Encoder> X264Encoder::open(const VideoInputSettings& settings, const 
 
     x264_nal_t* nals = nullptr;
     int count = 0;
-    const int size = x264_encoder_headers(made.encoder_.get(), &nals, &count);
-    if (size <= 0) return failure("libx264 does not start");
-    auto configuration = avcDecoderConfiguration(bytesOf(nals, size));
+    if (x264_encoder_headers(made.encoder_.get(), &nals, &count) <= 0)
+        return failure("libx264 does not start");
+    const std::span<const x264_nal_t> headers(nals, static_cast<std::size_t>(count));
+    auto configuration = avcDecoderConfiguration(nalOfType(headers, NAL_SPS), nalOfType(headers, NAL_PPS));
     if (!configuration) return std::unexpected(configuration.error());
     made.configuration_ = std::move(*configuration);
     return made;
 }
 
 void X264Encoder::usePreset(const char* preset) {
-    x264_param_t means;
-    if (x264_param_default_preset(&means, preset, nullptr) < 0) return;
+    x264_param_t other;
+    if (x264_param_default_preset(&other, preset, nullptr) < 0) return;
     x264_param_t wanted;
     x264_encoder_parameters(encoder_.get(), &wanted);
-    wanted.b_deblocking_filter = means.b_deblocking_filter;
-    wanted.i_frame_reference = means.i_frame_reference;
-    wanted.analyse.intra = means.analyse.intra;
-    wanted.analyse.inter = means.analyse.inter;
-    wanted.analyse.i_me_method = means.analyse.i_me_method;
-    // There would be no way back from none at all.
-    wanted.analyse.i_subpel_refine = std::max(1, means.analyse.i_subpel_refine);
-    // What it refuses stays as it was.
+    wanted.b_deblocking_filter = other.b_deblocking_filter;
+    wanted.i_frame_reference = other.i_frame_reference;
+    wanted.analyse.intra = other.analyse.intra;
+    wanted.analyse.inter = other.analyse.inter;
+    wanted.analyse.i_me_method = other.analyse.i_me_method;
+    // libx264 cannot leave level 0 again.
+    wanted.analyse.i_subpel_refine = std::max(1, other.analyse.i_subpel_refine);
+    // If libx264 refuses, it goes on with the settings it has.
     (void)x264_encoder_reconfig(encoder_.get(), &wanted);
 }
 
-Result<EncodedPicture> X264Encoder::encode(const PixelBuffer& picture, std::int64_t timeUnits, int quantiser,
-                                           bool asKey, const BlockSet& changed) {
-    flags_.assign(static_cast<std::size_t>(changed.columns() * changed.rows()), X264_MBINFO_CONSTANT);
+Result<EncodedPicture> X264Encoder::encode(const PixelBuffer& picture, std::int64_t timeUnits, int qp,
+                                           bool asIdr, const BlockSet& changed) {
+    mbInfo_.assign(static_cast<std::size_t>(changed.columns() * changed.rows()), X264_MBINFO_CONSTANT);
     for (int row = 0; row < changed.rows(); ++row)
         changed.forEachRun(row, [&](int begin, int end) {
-            std::fill_n(flags_.begin() + row * changed.columns() + begin, end - begin, std::uint8_t{0});
+            std::fill_n(mbInfo_.begin() + row * changed.columns() + begin, end - begin, std::uint8_t{0});
         });
     x264_picture_t in;
     x264_picture_init(&in);
-    in.i_type = asKey ? X264_TYPE_IDR : X264_TYPE_AUTO;
-    in.i_qpplus1 = quantiser + 1;
+    in.i_type = asIdr ? X264_TYPE_IDR : X264_TYPE_AUTO;
+    in.i_qpplus1 = qp + 1;
     in.i_pts = timeUnits;
-    in.prop.mb_info = flags_.data();
+    in.prop.mb_info = mbInfo_.data();
     in.img.i_csp = X264_CSP_I420;
     in.img.i_plane = picture.planeCount();
     for (int i = 0; i < picture.planeCount(); ++i) {
@@ -136,9 +148,9 @@ Result<EncodedPicture> X264Encoder::encode(const PixelBuffer& picture, std::int6
     int count = 0;
     const int size = x264_encoder_encode(encoder_.get(), &nals, &count, &in, &out);
     if (size <= 0) return failure("libx264 refused a picture");
-    sample_.clear();
-    appendAvcSample(bytesOf(nals, size), sample_);
-    return EncodedPicture{.data = sample_, .timeUnits = timeUnits, .isKey = out.b_keyframe != 0};
+    return EncodedPicture{.data = {nals[0].p_payload, static_cast<std::size_t>(size)},
+                          .timeUnits = timeUnits,
+                          .isIdr = out.b_keyframe != 0};
 }
 
 }  // namespace kasto

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "imaging/BlockSet.h"
-#include "movie/h264/VideoEncoder.h"
+#include "movie/encoder/VideoEncoder.h"
 
 #include <memory>
 #include <vector>
@@ -10,12 +10,12 @@ struct x264_t;
 
 namespace kasto {
 
-// The quantisers of H.264 that a movie may use.
-inline constexpr int kFinestQuantiser = 6;
-inline constexpr int kCoarsestQuantiser = 46;
+// The range of QP that a movie uses.
+inline constexpr int kMinQp = 6;
+inline constexpr int kMaxQp = 46;
 
-// libx264 as a take needs it: High, no picture predicted from a later one, and none held back. One thread at
-// a time.
+// libx264 as a take needs it: profile High, no picture predicted from a later one, and none held back. One
+// thread at a time.
 class X264Encoder {
 public:
     // The preset is one of libx264's names.
@@ -24,15 +24,15 @@ public:
     // The contents of an avcC box.
     std::span<const std::uint8_t> decoderConfiguration() const { return configuration_; }
 
-    // Goes on with the means of another preset, as far as the one it was opened with allows: the stream stays
-    // of one kind. Cheap.
+    // Goes on with another preset's motion search, references and partitions, as far as the parameter sets of
+    // the stream allow. Takes no noticeable time.
     void usePreset(const char* preset);
 
-    // Encodes an i420 picture of the encoder's size; times must rise. All of the picture gets the quantiser,
-    // which is between the finest and the coarsest. Outside the blocks of `changed` the picture is the one
-    // before. The data is valid until the next call.
-    Result<EncodedPicture> encode(const PixelBuffer& picture, std::int64_t timeUnits, int quantiser,
-                                  bool asKey, const BlockSet& changed);
+    // Encodes an i420 picture of the encoder's size; times must rise. The whole picture gets the QP, from
+    // kMinQp to kMaxQp. Outside the blocks of `changed` the picture must equal the one encoded before. The
+    // data is valid until the next call.
+    Result<EncodedPicture> encode(const PixelBuffer& picture, std::int64_t timeUnits, int qp, bool asIdr,
+                                  const BlockSet& changed);
 
 private:
     struct Close {
@@ -43,8 +43,7 @@ private:
 
     std::unique_ptr<x264_t, Close> encoder_;
     std::vector<std::uint8_t> configuration_;
-    std::vector<std::uint8_t> flags_;  // of the macroblocks
-    std::vector<std::uint8_t> sample_;
+    std::vector<std::uint8_t> mbInfo_;  // per macroblock, libx264's X264_MBINFO_ flags
 };
 
 }  // namespace kasto

@@ -1,5 +1,5 @@
 #include "linux/ffmpeg/FfmpegExports.h"
-#include "linux/ffmpeg/TakeOnPaper.h"
+#include "movie/writer/TakeOnPaper.h"
 #include "support/MovieProbe.h"
 #include "support/SmallFileSystem.h"
 #include "support/TestFolder.h"

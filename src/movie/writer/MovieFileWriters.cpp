@@ -1,16 +1,13 @@
-#include "linux/ffmpeg/FfmpegMovieWriters.h"
+#include "movie/writer/MovieFileWriters.h"
 
-#include "linux/ffmpeg/FfmpegMovieWriter.h"
-
-extern "C" {
-#include <libavutil/log.h>
-}
+#include "movie/writer/MovieFileWriter.h"
 
 #include <unistd.h>
 
 #include <cerrno>
+#include <utility>
 
-namespace kasto::ffmpeg {
+namespace kasto {
 
 namespace {
 
@@ -23,16 +20,16 @@ int whyNotWritable(const std::filesystem::path& file) {
 
 }  // namespace
 
-// What goes wrong comes back as an error; an encoder that is only tried says nothing on the terminal.
-FfmpegMovieWriters::FfmpegMovieWriters() { av_log_set_level(AV_LOG_QUIET); }
+MovieFileWriters::MovieFileWriters(VideoEncoderMaker openVideoEncoder, SoundEncoderMaker openSoundEncoder)
+    : openVideoEncoder_(std::move(openVideoEncoder)), openSoundEncoder_(std::move(openSoundEncoder)) {}
 
-Result<std::unique_ptr<MovieWriter>> FfmpegMovieWriters::makeWriter(const std::filesystem::path& file,
-                                                                    MediaTime fragmentInterval) {
+Result<std::unique_ptr<MovieWriter>> MovieFileWriters::makeWriter(const std::filesystem::path& file,
+                                                                  MediaTime fragmentInterval) {
     if (fragmentInterval.timescale <= 0 || fragmentInterval.value <= 0)
         return failure("the fragments of a movie need a length");
     if (const int errorNumber = whyNotWritable(file))
         return std::unexpected(systemError("write the movie " + file.string(), errorNumber));
-    return std::make_unique<FfmpegMovieWriter>(file, fragmentInterval);
+    return std::make_unique<MovieFileWriter>(file, fragmentInterval, openVideoEncoder_, openSoundEncoder_);
 }
 
-}  // namespace kasto::ffmpeg
+}  // namespace kasto

@@ -2,44 +2,44 @@
 
 #include "base/Guarded.h"
 #include "base/SerialQueue.h"
-#include "linux/ffmpeg/AacEncoder.h"
 #include "movie/container/MovieFile.h"
 #include "movie/container/TrackFormat.h"
+#include "movie/encoder/SoundEncoder.h"
 #include "movie/sound/SoundTimeline.h"
 #include "platform/MovieWriter.h"
 
 #include <atomic>
 #include <limits>
+#include <memory>
 #include <optional>
 
-namespace kasto::ffmpeg {
+namespace kasto {
 
-// A sound track of a movie: places buffers on the movie's time, encodes them and hands them to the file, on
-// the movie's encoding queue. Sound that comes while a second of it waits is refused.
+// A sound track of a movie: places buffers on the movie's time line, encodes them and writes them to the
+// file, on the movie's encoding queue. Sound is refused while a second of it waits in the queue.
 class SoundTrack final : public AudioWriterInput {
 public:
-    explicit SoundTrack(const AudioInputSettings& settings) : settings_(settings) {}
+    SoundTrack(const AudioInputSettings& settings, std::unique_ptr<SoundEncoder> encoder)
+        : settings_(settings), encoder_(std::move(encoder)) {}
 
-    // Opens the encoder. Blocks.
-    Result<void> open();
-
-    // Adds the track to the file and takes sound from now on. Both outlive the track's use.
+    // Adds the track to the file and accepts sound from now on. The file and the queue must outlive the
+    // track's use.
     void beginIn(MovieFile& file, SerialQueue& encoding);
 
     // The movie's zero; only the first call counts.
     void startSession(MediaTime time);
 
-    // The pictures have come to this time: sound that should have been there by now is silence. On the
-    // encoding queue.
+    // Tells how far the pictures have come, in seconds: sound that is missing by then becomes silence. On
+    // the encoding queue.
     void movieReached(double movieTimeS);
 
-    // Ends the track at this time of the movie. On the encoding queue.
+    // Fills the track with silence up to this time of the movie and ends it. On the encoding queue.
     void finish(double movieTimeS);
 
-    // Takes nothing more.
+    // Accepts nothing more. Any thread.
     void cancel() { accepting_ = false; }
 
-    // Why no more sound is taken, if the encoder failed. Any thread.
+    // Why no more sound is accepted, if the encoder failed. Any thread.
     std::optional<Error> error() const { return error_.copy(); }
 
     bool isReadyForMoreMediaData() const override;
@@ -54,7 +54,7 @@ private:
     void fail(const Error& error);
 
     const AudioInputSettings settings_;
-    std::optional<AacEncoder> encoder_;  // the encoding queue's, as is what follows
+    const std::unique_ptr<SoundEncoder> encoder_;  // used on the encoding queue, like the next two
     SoundTimeline timeline_;
     std::int64_t packets_ = 0;
     MovieFile* file_ = nullptr;
@@ -66,4 +66,4 @@ private:
     Guarded<std::optional<Error>> error_;
 };
 
-}  // namespace kasto::ffmpeg
+}  // namespace kasto

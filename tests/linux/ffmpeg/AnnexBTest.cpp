@@ -1,4 +1,4 @@
-#include "movie/h264/AvcStream.h"
+#include "linux/ffmpeg/AnnexB.h"
 
 #include <gtest/gtest.h>
 
@@ -7,7 +7,7 @@ namespace {
 
 using Bytes = std::vector<std::uint8_t>;
 
-TEST(AvcStreamTest, samplesHoldLengthsInsteadOfStartCodes) {
+TEST(AnnexBTest, samplesHoldLengthsInsteadOfStartCodes) {
     const Bytes expected{0, 0, 0, 2, 0x65, 7, 0, 0, 0, 5, 0x41, 0, 1, 3, 9};
     for (const Bytes& stream : {
              Bytes{0, 0, 0, 1, 0x65, 7, 0, 0, 1, 0x41, 0, 1, 3, 9},
@@ -22,7 +22,7 @@ TEST(AvcStreamTest, samplesHoldLengthsInsteadOfStartCodes) {
     }
 }
 
-TEST(AvcStreamTest, decoderConfigurationNeedsOneSetOfEachKindOfProfileHigh) {
+TEST(AnnexBTest, decoderConfigurationNeedsOneSetOfEachKindOfProfileHigh) {
     EXPECT_TRUE(avcDecoderConfiguration(Bytes{0, 0, 1, 0x67, 100, 0, 42, 0, 0, 1, 0x68, 1, 0, 0, 1, 6, 9}));
     for (const Bytes& stream :
          {Bytes{}, Bytes{0, 0}, Bytes{0, 0, 1}, Bytes{1, 2, 3, 4}, Bytes{0, 0, 1, 0x67, 100, 0, 42},

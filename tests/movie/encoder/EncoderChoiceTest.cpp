@@ -1,13 +1,13 @@
-#include "linux/ffmpeg/EncoderChoice.h"
-#include "linux/ffmpeg/TakeOnPaper.h"
+#include "movie/encoder/EncoderChoice.h"
 #include "movie/h264/EncoderPreset.h"
 #include "movie/h264/PresetByLoad.h"
+#include "movie/writer/TakeOnPaper.h"
 
 #include <gtest/gtest.h>
 
 #include <string>
 
-namespace kasto::ffmpeg {
+namespace kasto {
 namespace {
 
 enum class Fault { none, fallback, doesNotOpen, failsToEncode, losesAPicture, reorders, noKeys, failsToEnd };
@@ -24,7 +24,7 @@ struct FakeEncoder : VideoEncoder {
         if (fault == Fault::losesAPicture && index == 1) return {};
         if (fault == Fault::reorders) timeUnits = 100 - timeUnits;
         const std::uint8_t byte = 1;
-        sink({{&byte, 1}, timeUnits, index == 0 || (picture.isKeyWanted && fault != Fault::noKeys)});
+        sink({{&byte, 1}, timeUnits, index == 0 || (picture.isIdrWanted && fault != Fault::noKeys)});
         return {};
     }
 
@@ -46,8 +46,9 @@ VideoEncoderMaker making(Fault fault) {
 TEST(EncoderChoiceTest, takesTheFirstThatPassesItsTrialElseTheFallback) {
     for (const Fault fault : {Fault::none, Fault::doesNotOpen, Fault::failsToEncode, Fault::losesAPicture,
                               Fault::reorders, Fault::noKeys, Fault::failsToEnd}) {
-        const VideoEncoderMaker hardware[] = {making(Fault::failsToEncode), making(fault)};
-        const auto chosen = chooseVideoEncoder(hardware, making(Fault::fallback), test::kSmallVideo);
+        const auto open =
+            preferHardware({making(Fault::failsToEncode), making(fault)}, making(Fault::fallback));
+        const auto chosen = open(test::kSmallVideo);
         const auto& encoder = static_cast<const FakeEncoder&>(*chosen.value());
         EXPECT_EQ(encoder.fault, fault == Fault::none ? fault : Fault::fallback) << static_cast<int>(fault);
         EXPECT_EQ(encoder.encoded, 0);
@@ -89,4 +90,4 @@ TEST(EncoderChoiceTest, presetYieldsToABacklogAndComesBack) {
 }
 
 }  // namespace
-}  // namespace kasto::ffmpeg
+}  // namespace kasto

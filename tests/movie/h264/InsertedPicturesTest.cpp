@@ -1,6 +1,6 @@
 #include "linux/ffmpeg/FfmpegHandles.h"
 #include "movie/h264/EncoderPreset.h"
-#include "movie/h264/RepeatStream.h"
+#include "movie/h264/PictureInserter.h"
 #include "movie/h264/SoftwareEncoder.h"
 #include "movie/h264/X264Encoder.h"
 
@@ -15,7 +15,7 @@
 #include <random>
 #include <vector>
 
-namespace kasto::ffmpeg {
+namespace kasto {
 namespace {
 
 constexpr int kWidth = 208;
@@ -94,9 +94,9 @@ public:
     }
 
 private:
-    CodecContextHandle context_;
-    PacketHandle packet_{av_packet_alloc()};
-    FrameHandle frame_{av_frame_alloc()};
+    ffmpeg::CodecContextHandle context_;
+    ffmpeg::PacketHandle packet_{av_packet_alloc()};
+    ffmpeg::FrameHandle frame_{av_frame_alloc()};
 };
 
 // Another maker's decoder, that a picture which only one of them understands is found.
@@ -167,25 +167,25 @@ private:
 
 struct Sample {
     std::vector<std::uint8_t> data;
-    bool isKey;
+    bool isIdr;
 };
 
-class RepeatedPicturesTest : public testing::TestWithParam<std::size_t> {};
+class InsertedPicturesTest : public testing::TestWithParam<std::size_t> {};
 
-TEST_P(RepeatedPicturesTest, DecodeAsThePictureBeforeThem) {
+TEST_P(InsertedPicturesTest, DecodeAsThePictureBeforeThem) {
     constexpr int kKeyInterval = 100;
-    auto encoder = openSoftwareEncoder({.width = kWidth,
-                                        .height = kHeight,
-                                        .averageBitRate = 2'000'000,
-                                        .maxKeyFrameInterval = kKeyInterval,
-                                        .expectedFrameRate = 60},
-                                       GetParam());
+    auto encoder = openSoftwareEncoderWithPreset({.width = kWidth,
+                                                  .height = kHeight,
+                                                  .averageBitRate = 2'000'000,
+                                                  .maxKeyFrameInterval = kKeyInterval,
+                                                  .expectedFrameRate = 60},
+                                                 GetParam());
     ASSERT_TRUE(encoder) << encoder.error().description;
     std::vector<Sample> samples;
     std::vector<Luma> shown;
     std::int64_t units = 0;
     const PictureSink sink = [&](const EncodedPicture& picture) {
-        samples.push_back({{picture.data.begin(), picture.data.end()}, picture.isKey});
+        samples.push_back({{picture.data.begin(), picture.data.end()}, picture.isIdr});
     };
     std::minstd_rand random(3);
     PixelBufferRef before;
@@ -211,7 +211,7 @@ TEST_P(RepeatedPicturesTest, DecodeAsThePictureBeforeThem) {
     std::optional<Decoder> fromKey;
     Luma previous;
     std::size_t repeats = 0;
-    std::size_t sinceKey = 0;
+    std::size_t sinceIdr = 0;
     for (std::size_t i = 0; i < samples.size(); ++i) {
         const auto decoded = whole.decode(samples[i].data);
         second.decode(samples[i].data);
@@ -221,10 +221,10 @@ TEST_P(RepeatedPicturesTest, DecodeAsThePictureBeforeThem) {
             EXPECT_TRUE(decoded == previous) << "picture " << i << " repeats another than the one before";
         }
         EXPECT_LT(difference(decoded, shown[i]), 6) << "picture " << i;
-        sinceKey = samples[i].isKey ? 0 : sinceKey + 1;
-        EXPECT_LT(sinceKey, kKeyInterval);
+        sinceIdr = samples[i].isIdr ? 0 : sinceIdr + 1;
+        EXPECT_LT(sinceIdr, kKeyInterval);
         // Seeking: who begins at a key picture sees the same.
-        if (samples[i].isKey) fromKey.emplace((*encoder)->decoderConfiguration());
+        if (samples[i].isIdr) fromKey.emplace((*encoder)->decoderConfiguration());
         EXPECT_TRUE(fromKey->decode(samples[i].data) == decoded) << "picture " << i;
         previous = decoded;
     }
@@ -233,13 +233,13 @@ TEST_P(RepeatedPicturesTest, DecodeAsThePictureBeforeThem) {
 }
 
 // A small square that moves, stays, and goes: where it is, and where it was, the movie shows just that.
-TEST_P(RepeatedPicturesTest, ShowSmallChangesAsTheyAre) {
-    auto encoder = openSoftwareEncoder({.width = kWidth,
-                                        .height = kHeight,
-                                        .averageBitRate = 40'000'000,
-                                        .maxKeyFrameInterval = 100,
-                                        .expectedFrameRate = 60},
-                                       GetParam());
+TEST_P(InsertedPicturesTest, ShowSmallChangesAsTheyAre) {
+    auto encoder = openSoftwareEncoderWithPreset({.width = kWidth,
+                                                  .height = kHeight,
+                                                  .averageBitRate = 40'000'000,
+                                                  .maxKeyFrameInterval = 100,
+                                                  .expectedFrameRate = 60},
+                                                 GetParam());
     ASSERT_TRUE(encoder) << encoder.error().description;
     Decoder decoder((*encoder)->decoderConfiguration());
     SecondDecoder second((*encoder)->decoderConfiguration());
@@ -287,9 +287,9 @@ TEST_P(RepeatedPicturesTest, ShowSmallChangesAsTheyAre) {
 
 // The encoder's stream as it is, and with others between its pictures: one decoder sees the same as the
 // other.
-TEST_P(RepeatedPicturesTest, LeaveTheEncodersPicturesAsTheyAre) {
+TEST_P(InsertedPicturesTest, LeaveTheEncodersPicturesAsTheyAre) {
     auto encoder = X264Encoder::open({kWidth, kHeight, 2'000'000, 60, 60}, kX264Presets[GetParam()]).value();
-    auto stream = RepeatStream::open(encoder.decoderConfiguration()).value();
+    auto stream = PictureInserter::open(encoder.decoderConfiguration()).value();
     Decoder plain(encoder.decoderConfiguration());
     Decoder mixed(stream.decoderConfiguration());
     const auto all = BlockSet::all(kWidth, kHeight);
@@ -303,9 +303,9 @@ TEST_P(RepeatedPicturesTest, LeaveTheEncodersPicturesAsTheyAre) {
             encoder.encode(*blocks(upTo(7)), i * 10, 8 + static_cast<int>(upTo(36)), i % 40 == 0, all);
         ASSERT_TRUE(made);
         const auto shown = decoded(plain, made->data);
-        ASSERT_TRUE(decoded(mixed, stream.encoded(made->data)) == shown) << "picture " << i;
+        ASSERT_TRUE(decoded(mixed, stream.rewritten(made->data)) == shown) << "picture " << i;
         for (unsigned more = upTo(4); more > 0; --more) {
-            ASSERT_TRUE(decoded(mixed, stream.repeated()) == shown) << "after picture " << i;
+            ASSERT_TRUE(decoded(mixed, stream.skipPicture()) == shown) << "after picture " << i;
             const auto other = blocks(7 + upTo(7));
             constexpr unsigned kAcross = kWidth / 16;
             const unsigned patch = upTo(kAcross * ((kHeight + 15) / 16));
@@ -314,14 +314,14 @@ TEST_P(RepeatedPicturesTest, LeaveTheEncodersPicturesAsTheyAre) {
                  ++y)
                 std::copy_n(other->plane(0).data + y * other->plane(0).strideBytes + patch % kAcross * 16, 16,
                             expected.begin() + y * kWidth + patch % kAcross * 16);
-            ASSERT_TRUE(decoded(mixed, stream.patched(*other, std::array{patch})) == expected)
+            ASSERT_TRUE(decoded(mixed, stream.patchPicture(*other, std::array{patch})) == expected)
                 << "after picture " << i << ", macroblock " << patch;
         }
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(Presets, RepeatedPicturesTest, testing::Range<std::size_t>(0, kX264Presets.size()),
+INSTANTIATE_TEST_SUITE_P(Presets, InsertedPicturesTest, testing::Range<std::size_t>(0, kX264Presets.size()),
                          [](const auto& test) { return kX264Presets[test.param]; });
 
 }  // namespace
-}  // namespace kasto::ffmpeg
+}  // namespace kasto

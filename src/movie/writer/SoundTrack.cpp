@@ -1,24 +1,18 @@
-#include "linux/ffmpeg/SoundTrack.h"
+#include "movie/writer/SoundTrack.h"
 
+#include "base/DebugLog.h"
 #include "base/MediaRates.h"
 
 #include <cmath>
 #include <utility>
 
-namespace kasto::ffmpeg {
+namespace kasto {
 
 namespace {
 
-constexpr std::int64_t kMostQueuedFrames = kSoundRate;
+constexpr std::int64_t kMaxQueuedFrames = kSoundRate;
 
 }  // namespace
-
-Result<void> SoundTrack::open() {
-    auto encoder = AacEncoder::open(settings_);
-    if (!encoder) return std::unexpected(encoder.error());
-    encoder_.emplace(std::move(*encoder));
-    return {};
-}
 
 void SoundTrack::beginIn(MovieFile& file, SerialQueue& encoding) {
     file_ = &file;
@@ -33,7 +27,7 @@ void SoundTrack::startSession(MediaTime time) {
 }
 
 bool SoundTrack::isReadyForMoreMediaData() const {
-    return accepting_ && queuedFrames_ < kMostQueuedFrames && file_->isKeepingUp() && !file_->error();
+    return accepting_ && queuedFrames_ < kMaxQueuedFrames && file_->isKeepingUp() && !file_->error();
 }
 
 bool SoundTrack::append(const AudioSamples& samples, MediaTime presentationTime) {
@@ -87,17 +81,16 @@ void SoundTrack::finish(double movieTimeS) {
 PacketSink SoundTrack::toFile() {
     return [this](std::span<const std::uint8_t> packet) {
         file_->append(indexInFile_, {.data = packet,
-                                     .timeUnits = packets_++ * AacEncoder::kPacketFrames,
-                                     .durationUnits = AacEncoder::kPacketFrames,
-                                     .isKey = true});
+                                     .timeUnits = packets_++ * kAacPacketFrames,
+                                     .durationUnits = kAacPacketFrames,
+                                     .isSync = true});
     };
 }
 
 void SoundTrack::fail(const Error& error) {
     accepting_ = false;
-    error_.with([&](auto& held) {
-        if (!held) held = error;
-    });
+    error_.set(error);
+    DebugLog::log("a sound track ends early: " + error.description);
 }
 
-}  // namespace kasto::ffmpeg
+}  // namespace kasto

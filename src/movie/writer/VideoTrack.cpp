@@ -1,23 +1,22 @@
-#include "linux/ffmpeg/VideoTrack.h"
-
-#include "linux/ffmpeg/EncoderChoice.h"
+#include "movie/writer/VideoTrack.h"
 
 #include <algorithm>
 #include <cmath>
 #include <utility>
 
-namespace kasto::ffmpeg {
+namespace kasto {
 
 namespace {
 
-// One being drawn, the one drawn last, which may be given again, and those the encoder is reading.
+// The buffer that is being drawn, the one drawn before, which may be appended again, and two that the encoder
+// reads.
 constexpr int kBuffersBesideQueue = 4;
 
-// Eight pictures, fewer when they are so large that the queue would take too much memory.
+// The queue holds eight pictures, or fewer so that it takes at most kMaxBytes of memory.
 int queueLimitFor(const VideoInputSettings& settings) {
-    constexpr std::int64_t kMostBytes = 64 << 20;
+    constexpr std::int64_t kMaxBytes = 64 << 20;
     const std::int64_t pictureBytes = std::int64_t{settings.width} * settings.height * 3 / 2;
-    return static_cast<int>(std::clamp<std::int64_t>(kMostBytes / pictureBytes, 3, 8));
+    return static_cast<int>(std::clamp<std::int64_t>(kMaxBytes / pictureBytes, 3, 8));
 }
 
 std::int64_t toVideoUnits(MediaTime time) {
@@ -30,8 +29,8 @@ std::int64_t toVideoUnits(MediaTime time) {
 VideoTrack::VideoTrack(VideoInputSettings settings, MediaTime fragmentInterval)
     : settings_(settings), fragmentInterval_(fragmentInterval), queueLimit_(queueLimitFor(settings)) {}
 
-Result<void> VideoTrack::open() {
-    auto encoder = openVideoEncoder(settings_);
+Result<void> VideoTrack::open(const VideoEncoderMaker& openEncoder) {
+    auto encoder = openEncoder(settings_);
     if (!encoder) return std::unexpected(encoder.error());
     encoder_ = std::move(*encoder);
     return {};
@@ -78,13 +77,13 @@ bool VideoTrack::append(const PixelBufferRef& buffer, MediaTime presentationTime
 
 void VideoTrack::encode(PictureToEncode& picture) {
     if (discarding_) return;
-    picture.isKeyWanted = beginsFragment(picture.timeUnits);
+    picture.isIdrWanted = beginsFragment(picture.timeUnits);
     picture.backlog = (queued_ - 1.0) / queueLimit_;
     if (const auto encoded = encoder_->encode(picture, toFile()); !encoded) fail(encoded.error());
     reached_(static_cast<double>(picture.timeUnits) / kMovieTimescale);
 }
 
-// The file cuts its fragments at key pictures, so one is made where a cut is due.
+// The file begins a fragment at an IDR picture, so the encoder is asked for one when a fragment is due.
 bool VideoTrack::beginsFragment(std::int64_t timeUnits) {
     const bool begins =
         fragmentStartUnits_ == kNone ||
@@ -96,7 +95,7 @@ bool VideoTrack::beginsFragment(std::int64_t timeUnits) {
 PictureSink VideoTrack::toFile() {
     return [this](const EncodedPicture& picture) {
         file_->append(indexInFile_,
-                      {.data = picture.data, .timeUnits = picture.timeUnits, .isKey = picture.isKey});
+                      {.data = picture.data, .timeUnits = picture.timeUnits, .isSync = picture.isIdr});
     };
 }
 
@@ -121,4 +120,4 @@ void VideoTrack::fail(const Error& error) {
     if (onFailure_) onFailure_(error);
 }
 
-}  // namespace kasto::ffmpeg
+}  // namespace kasto

@@ -1,5 +1,5 @@
 #include "movie/h264/BitStream.h"
-#include "movie/h264/RepeatStream.h"
+#include "movie/h264/PictureInserter.h"
 #include "movie/h264/X264Encoder.h"
 
 #include <gtest/gtest.h>
@@ -8,15 +8,15 @@
 #include <random>
 #include <vector>
 
-namespace kasto::ffmpeg {
+namespace kasto {
 namespace {
 
 using Bytes = std::vector<std::uint8_t>;
 
 constexpr std::uint8_t kSlice = 0x41;
-constexpr std::uint8_t kKeySlice = 0x65;
+constexpr std::uint8_t kIdrSlice = 0x65;
 
-class RepeatStreamTest : public testing::Test {
+class PictureInserterTest : public testing::Test {
 protected:
     int upTo(int limit) { return static_cast<int>(random_() % static_cast<unsigned>(limit)); }
 
@@ -33,7 +33,7 @@ protected:
         BitWriter out;
         begin(out, type, firstMacroblock);
         out.bits(random_(), 4);
-        if (type == kKeySlice) out.ue(random_() % 4);
+        if (type == kIdrSlice) out.ue(random_() % 4);
         for (int i = upTo(40); i > 0; --i) out.bits(upTo(3) ? 0 : random_(), 1 + upTo(12));
         out.stop();
         return out.bytes();
@@ -49,23 +49,23 @@ protected:
 
     std::minstd_rand random_{17};
     const X264Encoder encoder_ = X264Encoder::open({64, 48, 1'000'000, 60, 60}, "superfast").value();
-    RepeatStream stream_ = RepeatStream::open(encoder_.decoderConfiguration()).value();
+    PictureInserter stream_ = PictureInserter::open(encoder_.decoderConfiguration()).value();
 };
 
 // All of a slice is there again, and its place in between, however the bits fall.
-TEST_F(RepeatStreamTest, slicesKeepEveryBit) {
-    std::uint32_t sinceKey = 0;
+TEST_F(PictureInserterTest, slicesKeepEveryBit) {
+    std::uint32_t sinceIdr = 0;
     for (int picture = 0; picture < 20'000; ++picture) {
-        const std::uint8_t type = picture % 50 == 0 ? kKeySlice : kSlice;
-        sinceKey = type == kKeySlice ? 0 : sinceKey + 1;
+        const std::uint8_t type = picture % 50 == 0 ? kIdrSlice : kSlice;
+        sinceIdr = type == kIdrSlice ? 0 : sinceIdr + 1;
         if (upTo(3) == 0 && type == kSlice) {
-            stream_.repeated();
-            ++sinceKey;
+            stream_.skipPicture();
+            ++sinceIdr;
         }
         const Bytes units[] = {slice(type, 0), slice(type, 1 + upTo(9000))};
         Bytes sample;
         for (const Bytes& unit : units) append(unit, sample);
-        const auto out = stream_.encoded(sample);
+        const auto out = stream_.rewritten(sample);
         std::size_t at = 0;
         for (const Bytes& unit : units) {
             ASSERT_LE(at + 4, out.size());
@@ -82,7 +82,7 @@ TEST_F(RepeatStreamTest, slicesKeepEveryBit) {
             ASSERT_TRUE(same(8) && before.ue() == after.ue() && before.ue() == after.ue() &&
                         before.ue() == after.ue() && same(4));
             ASSERT_TRUE(type == kSlice || before.ue() == after.ue());
-            ASSERT_EQ(after.bits(16), 2 * sinceKey % 0x10000);
+            ASSERT_EQ(after.bits(16), 2 * sinceIdr % 0x10000);
             while (before.position() < unit.size() * 8) ASSERT_TRUE(same(1)) << before.position();
         }
         ASSERT_EQ(at, out.size());
@@ -90,27 +90,27 @@ TEST_F(RepeatStreamTest, slicesKeepEveryBit) {
 }
 
 // Whatever comes instead of an encoder's stream is refused or passed on; the sanitizers watch.
-TEST_F(RepeatStreamTest, damagedStreamsDoNoHarm) {
+TEST_F(PictureInserterTest, damagedStreamsDoNoHarm) {
     const auto good = encoder_.decoderConfiguration();
     int opened = 0;
     for (int i = 0; i < 20'000; ++i) {
         Bytes configuration(good.begin(), good.end() - upTo(2) * upTo(static_cast<int>(good.size())));
         for (int flips = upTo(4); flips > 0 && !configuration.empty(); --flips)
             configuration[random_() % configuration.size()] = static_cast<std::uint8_t>(random_());
-        auto stream = RepeatStream::open(configuration);
+        auto stream = PictureInserter::open(configuration);
         if (!stream) continue;
         ++opened;
         Bytes sample;
-        append(slice(upTo(2) ? kSlice : kKeySlice, 0), sample);
+        append(slice(upTo(2) ? kSlice : kIdrSlice, 0), sample);
         for (int flips = upTo(6); flips > 0; --flips)
             sample[random_() % sample.size()] = static_cast<std::uint8_t>(random_());
         sample.resize(sample.size() - random_() % sample.size());
-        EXPECT_LE(stream->encoded(sample).size(), sample.size() * 2 + 16);
-        EXPECT_GT(stream->repeated().size(), 8u);
+        EXPECT_LE(stream->rewritten(sample).size(), sample.size() * 2 + 16);
+        EXPECT_GT(stream->skipPicture().size(), 8u);
     }
     EXPECT_GT(opened, 2000);
     EXPECT_LT(opened, 18'000);
 }
 
 }  // namespace
-}  // namespace kasto::ffmpeg
+}  // namespace kasto

@@ -1,9 +1,9 @@
 #pragma once
 
 #include "base/Guarded.h"
-#include "linux/ffmpeg/SoundTrack.h"
-#include "linux/ffmpeg/VideoTrack.h"
 #include "movie/container/MovieFile.h"
+#include "movie/writer/SoundTrack.h"
+#include "movie/writer/VideoTrack.h"
 #include "platform/MovieWriter.h"
 
 #include <atomic>
@@ -12,18 +12,19 @@
 #include <memory>
 #include <vector>
 
-namespace kasto::ffmpeg {
+namespace kasto {
 
-// Writes H.264 and AAC into a QuickTime movie. All tracks are encoded on one queue, whose thread is the only
-// one to use the file.
+// Writes H.264 and AAC into a QuickTime movie. All tracks are encoded on one queue, the movie's encoding
+// queue, which passes finished fragments to the file's writing thread.
 //
 // When the disk is full or the video encoder fails in mid-take, that is reported once and nothing more is
 // accepted, but the status stays `writing`: there is a movie to finish. A sound track whose encoder fails
 // ends early, and the movie goes on.
-class FfmpegMovieWriter final : public MovieWriter {
+class MovieFileWriter final : public MovieWriter {
 public:
-    FfmpegMovieWriter(std::filesystem::path file, MediaTime fragmentInterval);
-    ~FfmpegMovieWriter() override;
+    MovieFileWriter(std::filesystem::path file, MediaTime fragmentInterval,
+                    VideoEncoderMaker openVideoEncoder, SoundEncoderMaker openSoundEncoder);
+    ~MovieFileWriter() override;
 
     WriterInput* addVideoInput(const VideoInputSettings& settings) override;
     AudioWriterInput* addAudioInput(const AudioInputSettings& settings) override;
@@ -43,19 +44,21 @@ private:
     };
 
     Result<void> open();
-    void report(const Error& error);
     void endTracks();
     void fail(const Error& error);
+    void report(const Error& error);
 
     const std::filesystem::path path_;
     const MediaTime fragmentInterval_;
+    const VideoEncoderMaker openVideoEncoder_;
+    const SoundEncoderMaker openSoundEncoder_;
     std::function<void(const Error&)> onFailure_;
-    std::atomic<bool> isReported_ = false;  // a failure was, or none is any more
+    std::atomic<bool> mayReport_ = true;  // until a failure was reported, or the writing ends
     Guarded<Outcome> outcome_;
-    std::unique_ptr<MovieFile> file_;  // from the start on until the writer goes
+    std::unique_ptr<MovieFile> file_;  // from the start until the writer is destroyed
     std::unique_ptr<VideoTrack> video_;
     std::vector<std::unique_ptr<SoundTrack>> sounds_;
-    std::unique_ptr<SerialQueue> encoding_;  // last: its jobs use the rest
+    std::unique_ptr<SerialQueue> encoding_;  // last: its jobs use the other members
 };
 
-}  // namespace kasto::ffmpeg
+}  // namespace kasto

@@ -3,7 +3,7 @@
 #include "base/Guarded.h"
 #include "base/SerialQueue.h"
 #include "movie/container/MovieFile.h"
-#include "movie/h264/VideoEncoder.h"
+#include "movie/encoder/VideoEncoder.h"
 #include "platform/MovieWriter.h"
 
 #include <atomic>
@@ -12,42 +12,42 @@
 #include <memory>
 #include <optional>
 
-namespace kasto::ffmpeg {
+namespace kasto {
 
-// The video track of a movie: a short queue of pictures that are encoded and handed to the file. A picture
-// that finds the queue full is refused, as is one whose time, in units of 1/600 s, is not after the one
+// The video track of a movie: a short queue of pictures, which are encoded and written to the file. A picture
+// is refused when the queue is full, or when its time is not at least one unit of 1/600 s after the picture
 // before.
 class VideoTrack final : public WriterInput, public PixelBufferAdaptor {
 public:
     VideoTrack(VideoInputSettings settings, MediaTime fragmentInterval);
 
     // Opens the encoder. Blocks.
-    Result<void> open();
+    Result<void> open(const VideoEncoderMaker& openEncoder);
 
-    // Adds the track to the file, which like the queue outlives its use, and takes pictures from now on.
-    // Pictures are encoded on the queue, and `reached` is called there with the time of each, in seconds.
+    // Adds the track to the file and accepts pictures from now on. The file and the queue must outlive the
+    // track's use. Pictures are encoded on the queue, and `reached` is called there with the time of each.
     void beginIn(MovieFile& file, SerialQueue& encoding, std::function<void(double movieTimeS)> reached);
 
     // The movie's zero; only the first call counts.
     void startSession(MediaTime time);
 
-    // Hands everything to the file and returns the time at which the last picture begins, 0 without any. On
-    // the encoding queue.
+    // Encodes and writes what the encoder still holds. Returns the time in seconds at which the last picture
+    // begins, 0 if there is none. On the encoding queue.
     double finish();
 
-    // Forgets what is queued and takes nothing more.
+    // Discards the queued pictures and accepts no more. Any thread.
     void cancel();
 
     // Called on the encoding queue when the encoder fails, once. To be set before `beginIn`.
     void setOnFailure(std::function<void(const Error&)> onFailure) { onFailure_ = std::move(onFailure); }
 
-    // Why no more pictures are taken, if the encoder failed. Any thread.
+    // Why no more pictures are accepted, if the encoder failed. Any thread.
     std::optional<Error> error() const { return error_.copy(); }
 
     bool isReadyForMoreMediaData() const override;
     void markAsFinished() override { accepting_ = false; }
 
-    // Has as many buffers as the queue takes, and a few for whoever draws and for the encoder.
+    // Has as many buffers as the queue can hold, and a few for the compositor and the encoder.
     PixelBufferPool* pixelBufferPool() override { return pool_.get(); }
     bool append(const PixelBufferRef& buffer, MediaTime presentationTime, const BlockSet& changed) override;
 
@@ -78,4 +78,4 @@ private:
     std::function<void(double movieTimeS)> reached_;
 };
 
-}  // namespace kasto::ffmpeg
+}  // namespace kasto

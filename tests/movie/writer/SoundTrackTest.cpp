@@ -1,6 +1,6 @@
 #include "base/MediaRates.h"
-#include "linux/ffmpeg/TakeOnPaper.h"
 #include "movie/sound/SoundTimeline.h"
+#include "movie/writer/TakeOnPaper.h"
 #include "support/MovieProbe.h"
 #include "support/TestFolder.h"
 #include "support/WaitUntil.h"
@@ -12,7 +12,7 @@
 #include <limits>
 #include <memory>
 
-namespace kasto::ffmpeg {
+namespace kasto {
 namespace {
 
 using namespace test;
@@ -169,4 +169,4 @@ TEST(SoundTrackTest, beepsAreHeardWhenTheyHappened) {
 }
 
 }  // namespace
-}  // namespace kasto::ffmpeg
+}  // namespace kasto

@@ -1,5 +1,7 @@
-#include "linux/ffmpeg/TakeOnPaper.h"
+#include "movie/writer/TakeOnPaper.h"
 
+#include "linux/ffmpeg/AacEncoder.h"
+#include "movie/h264/SoftwareEncoder.h"
 #include "support/TestFolder.h"
 #include "support/WaitUntil.h"
 
@@ -10,7 +12,7 @@
 
 namespace kasto::test {
 
-using namespace ffmpeg;
+MovieFileWriters softwareWriters() { return {openSoftwareEncoder, ffmpeg::openAacEncoder}; }
 
 PixelBufferRef paintedPicture(const VideoInputSettings& settings, int luma, int cb, int cr, int texture) {
     auto picture = PixelBuffer::make(PixelFormat::i420, settings.width, settings.height);
@@ -30,7 +32,7 @@ PixelBufferRef paintedPicture(const VideoInputSettings& settings, int luma, int 
 TakeOnPaper::TakeOnPaper(const std::filesystem::path& file, VideoInputSettings wanted,
                          MediaTime fragmentInterval)
     : settings(wanted),
-      writer(FfmpegMovieWriters().makeWriter(file, fragmentInterval).value()),
+      writer(softwareWriters().makeWriter(file, fragmentInterval).value()),
       input(writer->addVideoInput(settings)),
       adaptor(writer->adaptor(*input)) {}
 

@@ -1,25 +1,29 @@
-#include "linux/ffmpeg/FfmpegMovieWriter.h"
+#include "movie/writer/MovieFileWriter.h"
 
 #include <unistd.h>
 
 #include <utility>
 
-namespace kasto::ffmpeg {
+namespace kasto {
 
 namespace {
 
-// What libx264 takes.
-constexpr int kMostPixelsASide = 16'384;
+// libx264's limit.
+constexpr int kMaxSidePx = 16'384;
 
 }  // namespace
 
-FfmpegMovieWriter::FfmpegMovieWriter(std::filesystem::path file, MediaTime fragmentInterval)
-    : path_(std::move(file)), fragmentInterval_(fragmentInterval) {}
+MovieFileWriter::MovieFileWriter(std::filesystem::path file, MediaTime fragmentInterval,
+                                 VideoEncoderMaker openVideoEncoder, SoundEncoderMaker openSoundEncoder)
+    : path_(std::move(file)),
+      fragmentInterval_(fragmentInterval),
+      openVideoEncoder_(std::move(openVideoEncoder)),
+      openSoundEncoder_(std::move(openSoundEncoder)) {}
 
-FfmpegMovieWriter::~FfmpegMovieWriter() { cancelWriting(); }
+MovieFileWriter::~MovieFileWriter() { cancelWriting(); }
 
-WriterInput* FfmpegMovieWriter::addVideoInput(const VideoInputSettings& settings) {
-    const auto fits = [](int sizePx) { return sizePx > 0 && sizePx <= kMostPixelsASide && sizePx % 2 == 0; };
+WriterInput* MovieFileWriter::addVideoInput(const VideoInputSettings& settings) {
+    const auto fits = [](int sizePx) { return sizePx > 0 && sizePx <= kMaxSidePx && sizePx % 2 == 0; };
     const bool sizeFits = fits(settings.width) && fits(settings.height);
     const bool ratesFit = settings.averageBitRate > 0 && settings.maxKeyFrameInterval > 0 &&
                           settings.expectedFrameRate > 0 && settings.expectedFrameRate <= kMovieTimescale;
@@ -28,29 +32,29 @@ WriterInput* FfmpegMovieWriter::addVideoInput(const VideoInputSettings& settings
     return video_.get();
 }
 
-AudioWriterInput* FfmpegMovieWriter::addAudioInput(const AudioInputSettings& settings) {
+AudioWriterInput* MovieFileWriter::addAudioInput(const AudioInputSettings& settings) {
     const bool fits = (settings.channels == 1 || settings.channels == 2) && settings.bitRate > 0;
     if (status() != WriterStatus::unknown || !fits) return nullptr;
-    // A movie without sound is better than none.
-    auto sound = std::make_unique<SoundTrack>(settings);
-    if (!sound->open()) return nullptr;
-    sounds_.push_back(std::move(sound));
+    // Without an encoder the movie has no such track, which is better than no movie.
+    auto encoder = openSoundEncoder_(settings);
+    if (!encoder) return nullptr;
+    sounds_.push_back(std::make_unique<SoundTrack>(settings, std::move(*encoder)));
     return sounds_.back().get();
 }
 
-PixelBufferAdaptor* FfmpegMovieWriter::adaptor(WriterInput& videoInput) {
+PixelBufferAdaptor* MovieFileWriter::adaptor(WriterInput& videoInput) {
     return &videoInput == video_.get() ? video_.get() : nullptr;
 }
 
-void FfmpegMovieWriter::setOnFailure(std::function<void(const Error&)> onFailure) {
+void MovieFileWriter::setOnFailure(std::function<void(const Error&)> onFailure) {
     onFailure_ = std::move(onFailure);
 }
 
-void FfmpegMovieWriter::report(const Error& error) {
-    if (!isReported_.exchange(true) && onFailure_) onFailure_(error);
+void MovieFileWriter::report(const Error& error) {
+    if (mayReport_.exchange(false) && onFailure_) onFailure_(error);
 }
 
-bool FfmpegMovieWriter::startWriting() {
+bool MovieFileWriter::startWriting() {
     if (status() != WriterStatus::unknown) return false;
     if (const auto opened = open(); !opened) {
         if (video_) video_->cancel();
@@ -61,9 +65,9 @@ bool FfmpegMovieWriter::startWriting() {
     return true;
 }
 
-Result<void> FfmpegMovieWriter::open() {
+Result<void> MovieFileWriter::open() {
     if (!video_) return failure("the movie has no video track");
-    if (const auto opened = video_->open(); !opened) return opened;
+    if (auto opened = video_->open(openVideoEncoder_); !opened) return opened;
     auto file = MovieFile::create(path_, fragmentInterval_);
     if (!file) return std::unexpected(file.error());
     file_ = std::move(*file);
@@ -75,21 +79,21 @@ Result<void> FfmpegMovieWriter::open() {
     });
     for (const auto& sound : sounds_) sound->beginIn(*file_, *encoding_);
     const auto begun = file_->begin();
-    // A file without a beginning is of use to nobody.
+    // Without its beginning the file cannot be played.
     if (!begun) unlink(path_.c_str());
     return begun;
 }
 
-void FfmpegMovieWriter::startSession(MediaTime time) {
+void MovieFileWriter::startSession(MediaTime time) {
     if (status() != WriterStatus::writing) return;
     video_->startSession(time);
     for (const auto& sound : sounds_) sound->startSession(time);
 }
 
-void FfmpegMovieWriter::finishWriting() {
+void MovieFileWriter::finishWriting() {
     if (status() == WriterStatus::unknown) fail({"the movie was never started", 0});
     if (status() != WriterStatus::writing) return;
-    isReported_ = true;
+    mayReport_ = false;
     endTracks();
     const auto finished = file_->finish();
     // The encoder's error came first, if there are two.
@@ -102,7 +106,7 @@ void FfmpegMovieWriter::finishWriting() {
     }
 }
 
-void FfmpegMovieWriter::endTracks() {
+void MovieFileWriter::endTracks() {
     encoding_->async([this] {
         const double endS = video_->finish();
         for (const auto& sound : sounds_) sound->finish(endS);
@@ -110,8 +114,8 @@ void FfmpegMovieWriter::endTracks() {
     encoding_->drain();
 }
 
-void FfmpegMovieWriter::cancelWriting() {
-    isReported_ = true;
+void MovieFileWriter::cancelWriting() {
+    mayReport_ = false;
     outcome_.with([](Outcome& outcome) {
         if (outcome.status == WriterStatus::unknown || outcome.status == WriterStatus::writing)
             outcome.status = WriterStatus::cancelled;
@@ -121,19 +125,19 @@ void FfmpegMovieWriter::cancelWriting() {
     encoding_.reset();
 }
 
-WriterStatus FfmpegMovieWriter::status() const {
+WriterStatus MovieFileWriter::status() const {
     return outcome_.with([](const Outcome& outcome) { return outcome.status; });
 }
 
-std::optional<Error> FfmpegMovieWriter::error() const {
+std::optional<Error> MovieFileWriter::error() const {
     if (auto failed = outcome_.copy().error) return failed;
     if (status() != WriterStatus::writing) return std::nullopt;
     if (auto failed = video_->error()) return failed;
     return file_->error();
 }
 
-void FfmpegMovieWriter::fail(const Error& error) {
+void MovieFileWriter::fail(const Error& error) {
     outcome_.with([&](Outcome& outcome) { outcome = {WriterStatus::failed, error}; });
 }
 
-}  // namespace kasto::ffmpeg
+}  // namespace kasto

@@ -1,5 +1,5 @@
-#include "linux/ffmpeg/TakeOnPaper.h"
 #include "movie/container/FragmentBoxes.h"
+#include "movie/writer/TakeOnPaper.h"
 #include "support/MovieProbe.h"
 #include "support/TestFolder.h"
 #include "support/WaitUntil.h"
@@ -9,7 +9,7 @@
 #include <algorithm>
 #include <array>
 
-namespace kasto::ffmpeg {
+namespace kasto {
 namespace {
 
 using namespace test;
@@ -144,4 +144,4 @@ TEST(MovieWriterTest, samplesMayLieBeyondFourGigabytes) {
 }
 
 }  // namespace
-}  // namespace kasto::ffmpeg
+}  // namespace kasto

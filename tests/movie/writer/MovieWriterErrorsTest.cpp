@@ -1,4 +1,4 @@
-#include "linux/ffmpeg/TakeOnPaper.h"
+#include "movie/writer/TakeOnPaper.h"
 #include "support/MovieProbe.h"
 #include "support/TestFolder.h"
 #include "support/WaitUntil.h"
@@ -13,7 +13,7 @@
 #include <cerrno>
 #include <csignal>
 
-namespace kasto::ffmpeg {
+namespace kasto {
 namespace {
 
 using namespace test;
@@ -29,7 +29,7 @@ bool waitForFragments(const std::filesystem::path& file, int count) {
 
 TEST(MovieWriterErrorsTest, filesThatCannotBeMadeAreRefused) {
     const TestFolder folder;
-    FfmpegMovieWriters writers;
+    auto writers = softwareWriters();
     const auto file = folder / "there.mov";
     TakeOnPaper late(file);
     writeFile(file, "mine");
@@ -45,7 +45,7 @@ TEST(MovieWriterErrorsTest, filesThatCannotBeMadeAreRefused) {
 
 TEST(MovieWriterErrorsTest, whatDoesNotFitIsRefused) {
     const TestFolder folder;
-    auto writer = FfmpegMovieWriters().makeWriter(folder / "b.mov", {300, 600}).value();
+    auto writer = softwareWriters().makeWriter(folder / "b.mov", {300, 600}).value();
     const VideoInputSettings wrong[] = {
         {321, 180, 9, 60, 30}, {16'386, 180, 9, 60, 30}, {320, 180, 0, 60, 30}, {320, 180, 9, 60, 0}};
     for (const auto& settings : wrong) EXPECT_EQ(writer->addVideoInput(settings), nullptr);
@@ -155,4 +155,4 @@ TEST(MovieWriterErrorsTest, takeOnAFullDiskEndsPlayable) {
 }
 
 }  // namespace
-}  // namespace kasto::ffmpeg
+}  // namespace kasto

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "linux/ffmpeg/FfmpegMovieWriters.h"
+#include "movie/writer/MovieFileWriters.h"
 
 #include <filesystem>
 #include <memory>
@@ -8,7 +8,8 @@
 
 namespace kasto::test {
 
-using namespace ffmpeg;
+// Writers with the software encoder.
+MovieFileWriters softwareWriters();
 
 inline constexpr VideoInputSettings kSmallVideo{320, 180, 2'000'000, 120, 60};
 
