@@ -1,12 +1,5 @@
 #include "linux/x11/input/X11ScrollMonitor.h"
 
-#include "base/Thread.h"
-
-#include <poll.h>
-#include <sys/eventfd.h>
-
-#include <array>
-#include <cerrno>
 #include <utility>
 #include <vector>
 
@@ -14,7 +7,8 @@ namespace kasto::x11 {
 
 namespace {
 
-// A mouse may move a thousand times a second: what comes within one poll of the pointer is read together.
+// A mouse may report a thousand motions a second. The thread wakes at most once in this time and reads all
+// events that have arrived since; it is about as long as the pause between two polls of the pointer.
 constexpr int kGatherMs = 8;
 
 bool selectRawEvents(const Connection& connection) {
@@ -30,7 +24,7 @@ bool selectRawEvents(const Connection& connection) {
         xcb_input_event_mask_t head;
         std::uint32_t mask;
     };
-    // Masters: a scroll arrives once, whichever device it comes from.
+    // Every device is attached to a master device, so the masters' events tell each scroll exactly once.
     const Selection scrolls{{XCB_INPUT_DEVICE_ALL_MASTER, 1},
                             XCB_INPUT_XI_EVENT_MASK_RAW_MOTION | XCB_INPUT_XI_EVENT_MASK_RAW_BUTTON_PRESS};
     const Selection changes{{XCB_INPUT_DEVICE_ALL, 1},
@@ -48,37 +42,32 @@ std::unique_ptr<X11ScrollMonitor> X11ScrollMonitor::open(const std::string& disp
                                                          const PointerInput& pointer,
                                                          std::function<void(const ScrollEvent&)> onScroll) {
     auto connection = Connection::open(displayName);
-    FileDescriptor stop(eventfd(0, EFD_CLOEXEC));
-    if (!connection || !stop || !selectRawEvents(*connection)) return nullptr;
+    auto thread = PollThread::make();
+    if (!connection || !thread || !selectRawEvents(*connection)) return nullptr;
     return std::unique_ptr<X11ScrollMonitor>(
-        new X11ScrollMonitor(std::move(*connection), std::move(stop), pointer, std::move(onScroll)));
+        new X11ScrollMonitor(std::move(*connection), std::move(*thread), pointer, std::move(onScroll)));
 }
 
-X11ScrollMonitor::X11ScrollMonitor(Connection connection, FileDescriptor stop, const PointerInput& pointer,
+X11ScrollMonitor::X11ScrollMonitor(Connection connection, PollThread thread, const PointerInput& pointer,
                                    std::function<void(const ScrollEvent&)> onScroll)
     : connection_(std::move(connection)),
-      stop_(std::move(stop)),
       pointer_(pointer),
       onScroll_(std::move(onScroll)),
-      extension_(xcb_get_extension_data(connection_.raw(), &xcb_input_id)->major_opcode) {
-    thread_ = std::thread([this] { run(); });
+      extension_(xcb_get_extension_data(connection_.raw(), &xcb_input_id)->major_opcode),
+      thread_(std::move(thread)) {
+    thread_.start("scroll", [this](const PollWaiter& waiter) { run(waiter); });
 }
 
-X11ScrollMonitor::~X11ScrollMonitor() {
-    eventfd_write(stop_.get(), 1);
-    thread_.join();
-}
+X11ScrollMonitor::~X11ScrollMonitor() = default;
 
-void X11ScrollMonitor::run() {
-    nameThread("scroll");
-    std::array<pollfd, 2> waits{pollfd{stop_.get(), POLLIN, 0},
-                                pollfd{xcb_get_file_descriptor(connection_.raw()), POLLIN, 0}};
+void X11ScrollMonitor::run(const PollWaiter& waiter) {
+    using Wake = PollWaiter::Wake;
+    const int fd = xcb_get_file_descriptor(connection_.raw());
     while (!connection_.isLost()) {
         takeEvents();
-        if (poll(waits.data(), waits.size(), -1) < 0 && errno != EINTR) return;
-        if (waits[0].revents != 0) return;
+        if (waiter.wait({fd}) == Wake::stopped) return;
         takeEvents();
-        if (poll(waits.data(), 1, kGatherMs) > 0) return;
+        if (waiter.pause(kGatherMs) == Wake::stopped) return;
     }
 }
 

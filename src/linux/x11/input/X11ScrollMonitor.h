@@ -1,16 +1,15 @@
 #pragma once
 
-#include "base/FileDescriptor.h"
+#include "base/PollThread.h"
 #include "linux/x11/input/ScrollDevices.h"
 #include "linux/x11/server/Connection.h"
 #include "platform/PointerInput.h"
 
-#include <thread>
-
 namespace kasto::x11 {
 
-// Scrolling anywhere on an X server, by the raw events it sends to whoever asks: nothing is grabbed. A
-// connection and a thread of its own; when the server goes, no more scrolling is reported.
+// Scrolling anywhere on an X screen, by XInput2's raw events. Nothing is grabbed, so every program still gets
+// the scroll events meant for it. Uses a connection and a thread of its own; once the server is gone, no more
+// scrolling is reported.
 class X11ScrollMonitor : public ScrollMonitor {
 public:
     // `pointer` tells the modifiers and outlives the monitor. Null when the server has no raw events.
@@ -19,19 +18,18 @@ public:
     ~X11ScrollMonitor() override;
 
 private:
-    X11ScrollMonitor(Connection connection, FileDescriptor stop, const PointerInput& pointer,
+    X11ScrollMonitor(Connection connection, PollThread thread, const PointerInput& pointer,
                      std::function<void(const ScrollEvent&)> onScroll);
-    void run();
+    void run(const PollWaiter& waiter);
     void takeEvents();
     void report(Vector notches, const PointerState& held) const;
 
     const Connection connection_;
-    const FileDescriptor stop_;
     const PointerInput& pointer_;
     const std::function<void(const ScrollEvent&)> onScroll_;
     const std::uint8_t extension_;
     ScrollDevices devices_{connection_.raw()};
-    std::thread thread_;
+    PollThread thread_;
 };
 
 }  // namespace kasto::x11

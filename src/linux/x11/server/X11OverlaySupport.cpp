@@ -1,29 +1,33 @@
 #include "linux/x11/server/X11OverlaySupport.h"
 
-#include "base/FileDescriptor.h"
 #include "base/Guarded.h"
 #include "base/MediaClock.h"
-#include "base/Thread.h"
+#include "base/PollThread.h"
 #include "linux/x11/server/Connection.h"
 
-#include <poll.h>
-#include <sys/eventfd.h>
 #include <xcb/shape.h>
 #include <xcb/xfixes.h>
 
 #include <algorithm>
 #include <array>
 #include <atomic>
-#include <cerrno>
 #include <cstring>
-#include <thread>
 
 namespace kasto::x11 {
 
+namespace {
+
+constexpr int kPauseAfterRaiseMs = 50;
+
+// How long a compositing manager takes from owning its selection to drawing the screen.
+constexpr int kManagerStartMs = 1000;
+
+}  // namespace
+
 class X11OverlaySupport::Watch {
 public:
-    Watch(Connection connection, FileDescriptor stop, std::uint8_t xfixesEvent)
-        : connection_(std::move(connection)), stop_(std::move(stop)), xfixesEvent_(xfixesEvent) {
+    Watch(Connection connection, PollThread thread, std::uint8_t xfixesEvent)
+        : connection_(std::move(connection)), xfixesEvent_(xfixesEvent), thread_(std::move(thread)) {
         auto* c = connection_.raw();
         managerSelection_ = connection_.atom("_NET_WM_CM_S" + std::to_string(connection_.screenNumber()));
         const Reply<xcb_xfixes_query_version_reply_t> version(
@@ -33,12 +37,7 @@ public:
                                               XCB_XFIXES_SELECTION_EVENT_MASK_SELECTION_WINDOW_DESTROY |
                                               XCB_XFIXES_SELECTION_EVENT_MASK_SELECTION_CLIENT_CLOSE);
         askForManager();
-        thread_ = std::thread([this] { run(); });
-    }
-
-    ~Watch() {
-        eventfd_write(stop_.get(), 1);
-        thread_.join();
+        thread_.start("overlay", [this](const PollWaiter& waiter) { run(waiter); });
     }
 
     void keepAbove(std::vector<xcb_window_t> windows) {
@@ -51,33 +50,29 @@ public:
     std::atomic<bool> hasManager = false;
 
 private:
-    void run() {
-        // Another program that wants to be on top as well must not lead to a race without end.
-        constexpr int kRestMs = 50;
-        // What a manager takes from its coming to the first picture.
-        constexpr int kManagerStartsMs = 1000;
-        nameThread("overlay");
+    void run(const PollWaiter& waiter) {
+        using Wake = PollWaiter::Wake;
+        const int fd = xcb_get_file_descriptor(connection_.raw());
         while (true) {
             const bool isCovered = takeEvents();
             if (connection_.isLost()) return;
-            if (isCovered) raise();
+            // Two programs that both want to be on top would raise their windows in turn without end. The
+            // pause after each raise keeps that to 20 times a second.
+            if (isCovered) {
+                raise();
+                if (waiter.pause(kPauseAfterRaiseMs) == Wake::stopped) return;
+                continue;
+            }
             const bool awaitsManager = managerSinceS_ && !hasManager;
-            if (awaitsManager && mediaClockNow() - *managerSinceS_ >= kManagerStartsMs / 1000.0)
+            if (awaitsManager && mediaClockNow() - *managerSinceS_ >= kManagerStartMs / 1000.0)
                 hasManager = true;
-            const int timeoutMs = isCovered ? kRestMs : awaitsManager ? kManagerStartsMs : -1;
-            if (waitForStop(timeoutMs, !isCovered)) return;
+            const auto timeoutMs =
+                managerSinceS_ && !hasManager ? std::optional(kManagerStartMs) : std::nullopt;
+            if (waiter.wait({fd}, timeoutMs) == Wake::stopped) return;
         }
     }
 
-    // True when the program is to end the watch; returns on events, if wanted, or when the time is over.
-    bool waitForStop(int timeoutMs, bool wakesForEvents) {
-        std::array<pollfd, 2> waits{pollfd{stop_.get(), POLLIN, 0},
-                                    pollfd{xcb_get_file_descriptor(connection_.raw()), POLLIN, 0}};
-        if (poll(waits.data(), wakesForEvents ? 2 : 1, timeoutMs) < 0 && errno != EINTR) return true;
-        return waits[0].revents != 0;
-    }
-
-    // True if some window may be above ours now.
+    // True if another window may be above ours now.
     bool takeEvents() {
         const auto ours = above_.copy();
         bool isCovered = false;
@@ -86,7 +81,7 @@ private:
             if (type == xfixesEvent_ + XCB_XFIXES_SELECTION_NOTIFY) {
                 noteManager(*reinterpret_cast<const xcb_xfixes_selection_notify_event_t*>(event.get()));
             } else if (type >= XCB_MAP_NOTIFY && type <= XCB_CIRCULATE_NOTIFY) {
-                // All of them name the window in the same place.
+                // The window has the same offset in all of these events.
                 const auto window = reinterpret_cast<const xcb_map_notify_event_t*>(event.get())->window;
                 isCovered |= std::ranges::find(ours, window) == ours.end();
             }
@@ -120,12 +115,11 @@ private:
     }
 
     Connection connection_;
-    FileDescriptor stop_;
     std::uint8_t xfixesEvent_;
     xcb_atom_t managerSelection_ = XCB_NONE;
-    std::optional<double> managerSinceS_;  // the thread's own, once it runs
+    std::optional<double> managerSinceS_;  // used by the thread only, once it runs
     Guarded<std::vector<xcb_window_t>> above_;
-    std::thread thread_;
+    PollThread thread_;
 };
 
 Result<std::unique_ptr<X11OverlaySupport>> X11OverlaySupport::open(const std::string& displayName,
@@ -134,10 +128,10 @@ Result<std::unique_ptr<X11OverlaySupport>> X11OverlaySupport::open(const std::st
     if (!connection) return std::unexpected(connection.error());
     const auto xfixesEvent = connection->firstEventOf(xcb_xfixes_id, "XFIXES");
     if (!xfixesEvent) return std::unexpected(xfixesEvent.error());
-    FileDescriptor stop(eventfd(0, EFD_CLOEXEC));
-    if (!stop) return std::unexpected(systemError("eventfd", errno));
+    auto thread = PollThread::make();
+    if (!thread) return std::unexpected(thread.error());
     return std::unique_ptr<X11OverlaySupport>(new X11OverlaySupport(
-        std::make_unique<Watch>(std::move(*connection), std::move(stop), *xfixesEvent), ui));
+        std::make_unique<Watch>(std::move(*connection), std::move(*thread), *xfixesEvent), ui));
 }
 
 X11OverlaySupport::X11OverlaySupport(std::unique_ptr<Watch> watch, xcb_connection_t* ui)
