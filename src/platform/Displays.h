@@ -2,7 +2,6 @@
 
 #include "base/Geometry.h"
 
-#include <functional>
 #include <optional>
 #include <string>
 #include <vector>
@@ -30,9 +29,6 @@ public:
 
     // 0 when there is no display at all.
     virtual DisplayId mainDisplay() const = 0;
-
-    // Called after displays came, went, moved or changed size, on a thread of the maker's.
-    virtual void setOnChange(std::function<void()> onChange) = 0;
 };
 
 }  // namespace kasto

@@ -31,7 +31,6 @@ struct FakeDisplays : Displays {
         return std::nullopt;
     }
     DisplayId mainDisplay() const override { return displays.front().id; }
-    void setOnChange(std::function<void()>) override {}
 };
 
 struct FakeScreenAccess : ScreenAccess {

@@ -1,18 +1,11 @@
 #include "linux/x11/server/X11Displays.h"
 
-#include "base/FileDescriptor.h"
 #include "base/Guarded.h"
-#include "base/Thread.h"
+#include "base/PollThread.h"
 #include "linux/x11/server/Connection.h"
 #include "linux/x11/server/Monitors.h"
 
-#include <poll.h>
-#include <sys/eventfd.h>
-
 #include <algorithm>
-#include <array>
-#include <cerrno>
-#include <thread>
 
 namespace kasto::x11 {
 
@@ -38,76 +31,55 @@ const Monitor* mainOf(const Layout& layout) {
 
 }  // namespace
 
+// Keeps the layout as the X server has it now, on a connection and a thread of its own.
 class X11Displays::Watch {
 public:
-    Watch(Connection connection, FileDescriptor stop, std::uint8_t randrEvent)
-        : connection_(std::move(connection)), stop_(std::move(stop)), randrEvent_(randrEvent) {
-        // Monitors that are defined or dropped by hand show as a change of the root window only.
+    Watch(Connection connection, PollThread thread, std::uint8_t randrEvent)
+        : connection_(std::move(connection)), randrEvent_(randrEvent), thread_(std::move(thread)) {
+        // RandR sends no event for monitors that `xrandr --setmonitor` defines or deletes. The server then
+        // sends a ConfigureNotify for the root window only.
         const std::uint32_t mask = XCB_EVENT_MASK_PROPERTY_CHANGE | XCB_EVENT_MASK_STRUCTURE_NOTIFY;
         xcb_change_window_attributes(connection_.raw(), connection_.root(), XCB_CW_EVENT_MASK, &mask);
         layout.set(readLayout(connection_));
-        thread_ = std::thread([this] { run(); });
-    }
-
-    ~Watch() {
-        eventfd_write(stop_.get(), 1);
-        thread_.join();
+        thread_.start("displays", [this](const PollWaiter& waiter) { run(waiter); });
     }
 
     Guarded<Layout> layout;
-    Guarded<std::function<void()>> onChange;
 
 private:
-    void run() {
-        nameThread("displays");
-        std::array<pollfd, 2> waits{pollfd{xcb_get_file_descriptor(connection_.raw()), POLLIN, 0},
-                                    pollfd{stop_.get(), POLLIN, 0}};
+    void run(const PollWaiter& waiter) {
+        const int fd = xcb_get_file_descriptor(connection_.raw());
         while (true) {
-            const bool relevant = takeEvents();
-            if (connection_.isLost()) {
-                update({});
-                return;
-            }
-            if (relevant) {
-                // Events that come with the replies are in xcb's own queue and wake no poll: look again.
-                update(readLayout(connection_));
+            const bool isAffected = takeEvents();
+            if (connection_.isLost()) return layout.set({});
+            if (isAffected) {
+                // Replies may bring further events along. Those are in xcb's queue already and do not make
+                // the descriptor readable, so they are taken before the next wait.
+                layout.set(readLayout(connection_));
                 continue;
             }
-            if (poll(waits.data(), waits.size(), -1) < 0 && errno != EINTR) return;
-            if (waits[1].revents != 0) return;
+            if (waiter.wait({fd}) == PollWaiter::Wake::stopped) return;
         }
     }
 
+    // True if one of the events may have changed the layout.
     bool takeEvents() {
-        bool relevant = false;
+        bool isAffected = false;
         while (const Reply<xcb_generic_event_t> event{xcb_poll_for_event(connection_.raw())}) {
             const int type = event->response_type & 0x7f;
             if (type == XCB_PROPERTY_NOTIFY) {
                 const auto* property = reinterpret_cast<const xcb_property_notify_event_t*>(event.get());
-                relevant |= property->atom == XCB_ATOM_RESOURCE_MANAGER;
+                isAffected |= property->atom == XCB_ATOM_RESOURCE_MANAGER;
             } else {
-                relevant |= type == XCB_CONFIGURE_NOTIFY || type == randrEvent_ || type == randrEvent_ + 1;
+                isAffected |= type == XCB_CONFIGURE_NOTIFY || type == randrEvent_ || type == randrEvent_ + 1;
             }
         }
-        return relevant;
-    }
-
-    void update(Layout now) {
-        const bool changed = layout.with([&](Layout& known) {
-            if (known == now) return false;
-            known = std::move(now);
-            return true;
-        });
-        if (!changed) return;
-        onChange.with([](const auto& callback) {
-            if (callback) callback();
-        });
+        return isAffected;
     }
 
     Connection connection_;
-    FileDescriptor stop_;
     std::uint8_t randrEvent_;
-    std::thread thread_;
+    PollThread thread_;
 };
 
 Result<std::unique_ptr<X11Displays>> X11Displays::open(const std::string& displayName) {
@@ -115,10 +87,10 @@ Result<std::unique_ptr<X11Displays>> X11Displays::open(const std::string& displa
     if (!connection) return std::unexpected(connection.error());
     const auto randrEvent = selectMonitorEvents(*connection);
     if (!randrEvent) return std::unexpected(randrEvent.error());
-    FileDescriptor stop(eventfd(0, EFD_CLOEXEC));
-    if (!stop) return std::unexpected(systemError("eventfd", errno));
+    auto thread = PollThread::make();
+    if (!thread) return std::unexpected(thread.error());
     return std::unique_ptr<X11Displays>(
-        new X11Displays(std::make_unique<Watch>(std::move(*connection), std::move(stop), *randrEvent)));
+        new X11Displays(std::make_unique<Watch>(std::move(*connection), std::move(*thread), *randrEvent)));
 }
 
 X11Displays::X11Displays(std::unique_ptr<Watch> watch) : watch_(std::move(watch)) {}
@@ -153,8 +125,6 @@ DisplayId X11Displays::mainDisplay() const {
         return main ? main->id : 0;
     });
 }
-
-void X11Displays::setOnChange(std::function<void()> onChange) { watch_->onChange.set(std::move(onChange)); }
 
 std::optional<PixelRect> X11Displays::boundsPx(DisplayId display) const {
     return watch_->layout.with([&](const Layout& layout) -> std::optional<PixelRect> {

@@ -21,10 +21,6 @@ public:
     std::optional<DisplayId> displayAt(Point globalPts) const override;
     DisplayId mainDisplay() const override;
 
-    // When this returns, the former callback is not running and is not called again. Not to be called from
-    // the callback.
-    void setOnChange(std::function<void()> onChange) override;
-
     // Where a display lies in the root window. Any thread.
     std::optional<PixelRect> boundsPx(DisplayId display) const;
 
