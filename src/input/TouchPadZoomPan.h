@@ -8,41 +8,45 @@
 
 #include <memory>
 #include <mutex>
+#include <span>
 #include <vector>
 
 namespace kasto {
 
-// Zooms and pans the recorded view by the touchpad while a take runs: three fingers spread, pinch or move, or
-// with option two fingers spread or pinch.
+// Zooms and pans the recorded view by touchpad gestures while a take runs: three fingers that spread, pinch
+// or move together, or two fingers that spread or pinch while option is held.
 //
-// Held by a shared pointer, because a contact frame that is under way keeps its receiver. `start` and `stop`
-// belong to the main thread and may be repeated; it is stopped before it is let go. Model and desktop
-// services outlive it.
+// `start` and `stop` are called on the main thread and may be repeated; `stop` is called before the object is
+// destroyed. The model and the services outlive it. It is held by a shared pointer because kastoMTCallback
+// keeps its receiver alive during a frame.
 class TouchPadZoomPan : public std::enable_shared_from_this<TouchPadZoomPan> {
 public:
     TouchPadZoomPan(CaptureModel& model, Multitouch& multitouch, const PointerInput& pointer,
                     const ScreenAccess& screenAccess);
 
     void start();
+
+    // Returns when no frame of the touchpads is being taken any more.
     void stop();
 
-    // One contact frame, as `MTContactCallback` has it. Any thread.
-    void takeContacts(const void* records, std::int32_t count, double t);
+    // One contact frame and its time in seconds. Any thread.
+    void takeFrame(std::span<const Contact> contacts, double t);
 
-    // One frame's fingers, in parts of the pad with y upwards, and its time in seconds. Any thread.
+    // The fingers that are on the pad, in parts of its size with y upwards, and the frame's time in seconds.
+    // Any thread.
     void ingestFrame(const std::vector<Point>& points, double t);
 
 private:
     void applyThreeFingers(const ThreeFingerInterpreter::Output& output);
     void applyTwoFingers(double zoomDelta);
-    void describe(const void* records, std::int32_t count);
+    void describe(std::span<const Contact> contacts);
 
     CaptureModel& model_;
     Multitouch& multitouch_;
     const PointerInput& pointer_;
     const ScreenAccess& screenAccess_;
 
-    std::mutex lock_;  // guards what follows, up to the devices; the model's lock is taken under it
+    std::mutex lock_;  // guards the members down to loggedZoom2_; the model's lock is taken while it is held
     ThreeFingerInterpreter interp3_{3};
     ThreeFingerInterpreter interp2_{2};
     int debugFrames_ = 0;
@@ -51,13 +55,8 @@ private:
     bool loggedPan_ = false;
     bool loggedZoom2_ = false;
 
-    std::unique_ptr<MTDeviceList> deviceList_;
-    std::vector<void*> devices_;
+    std::unique_ptr<MultitouchReading> reading_;  // between start and stop
     bool loggedMissing_ = false;
 };
-
-// Hands a contact frame to the one that listens; 0 always.
-extern "C" std::int32_t kastoMTCallback(void* device, const void* contacts, std::int32_t count,
-                                        double timestampS, std::int32_t frame);
 
 }  // namespace kasto

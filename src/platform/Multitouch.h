@@ -1,62 +1,50 @@
 #pragma once
 
-#include <array>
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <memory>
-#include <vector>
+#include <span>
 
 namespace kasto {
 
 // One finger of a contact frame.
-struct MTContact {
-    static constexpr std::int32_t kHovering = 2;  // near the pad, or a palm
-    static constexpr std::int32_t kMakingTouch = 3;
-    static constexpr std::int32_t kTouching = 4;
-    static constexpr std::int32_t kBreakingTouch = 5;
+struct Contact {
+    // The numbers appear in the log.
+    enum class State : std::int32_t { hovering = 2, makingTouch = 3, touching = 4, breakingTouch = 5 };
 
-    std::array<std::byte, 20> unusedBefore{};
-    std::int32_t state = 0;
-    std::array<std::byte, 8> unusedBetween{};
-    float x = 0;  // 0 at the pad's left edge to 1 at its right one
-    float y = 0;  // 0 at its lower edge, the one next to the user, to 1
-    std::array<std::byte, 56> unusedAfter{};
+    State state = State::hovering;  // palms count as hovering
+    float x = 0;                    // from 0 at the touchpad's left edge to 1 at its right edge
+    float y = 0;                    // from 0 at its lower edge, next to the user, to 1 at its upper edge
+
+    bool isOnPad() const { return state == State::makingTouch || state == State::touching; }
 };
-static_assert(sizeof(MTContact) == 96 && offsetof(MTContact, state) == 20);
-static_assert(offsetof(MTContact, x) == 32 && offsetof(MTContact, y) == 36);
 
-// A contact frame: `count` consecutive contacts, its time on a monotonic clock in seconds and a running
-// number. No contacts at all end whatever the fingers were doing. Called on a thread of the maker's.
-using MTContactCallback = std::int32_t (*)(void* device, const void* contacts, std::int32_t count,
-                                           double timestampS, std::int32_t frame);
-
-// The touchpads of one moment; they stay usable while this lives.
-class MTDeviceList {
+// Reads the touchpads while it exists. Its destructor returns when no frame is being handed out any more.
+// Main thread.
+class MultitouchReading {
 public:
-    virtual ~MTDeviceList() = default;
-    virtual const std::vector<void*>& devices() const = 0;
+    virtual ~MultitouchReading() = default;
+
+    // How many touchpads were open when the reading began.
+    virtual std::size_t touchpadCount() const = 0;
 };
 
-// Raw contacts of the touchpads, which go on working for everybody else. Main thread; the maker outlives its
-// lists.
+// The fingers on the touchpads, before the system turns them into pointer motion. Reading takes nothing away
+// from other programs. Main thread.
 class Multitouch {
 public:
+    // All contacts of one touchpad at one time of the monotonic clock, in seconds. Called on a thread of the
+    // reading's own, never concurrently; the contacts are valid during the call. A frame without contacts
+    // ends whatever the fingers were doing.
+    using OnFrame = std::function<void(std::span<const Contact>, double timeS)>;
+
     virtual ~Multitouch() = default;
 
-    // Null when contacts cannot be read here; an empty list when there is no touchpad.
-    virtual std::unique_ptr<MTDeviceList> createList() = 0;
-
-    // Frames of a started device go to its callback. A touchpad that is plugged in while others are started
-    // reports to the callback of one of them.
-    virtual void registerCB(void* device, MTContactCallback callback) = 0;
-    virtual void unregisterCB(void* device, MTContactCallback callback) = 0;
-
-    // `mode` is 0. A device that is lost (unplugged, or revoked while the system sleeps) reports one frame
-    // without contacts and goes on when it is back.
-    virtual void start(void* device, std::int32_t mode) = 0;
-
-    // When the last started device is stopped, no frame is under way any more. Not from a callback.
-    virtual void stop(void* device) = 0;
+    // Reads every touchpad there is, and from then on every one that is plugged in or comes back. A touchpad
+    // that is unplugged, or that the session loses access to, reports one frame without contacts. Null when
+    // there are touchpads but none of them may be read.
+    virtual std::unique_ptr<MultitouchReading> read(OnFrame onFrame) = 0;
 };
 
 }  // namespace kasto

@@ -1,13 +1,16 @@
 #include "base/PreferenceStore.h"
 #include "base/Prefs.h"
+#include "input/ContactRecords.h"
 #include "input/TouchPadZoomPan.h"
 #include "support/FakeDesktop.h"
 #include "support/LogLines.h"
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
+#include <array>
+#include <atomic>
 #include <cmath>
+#include <cstring>
 #include <thread>
 
 namespace kasto::test {
@@ -76,22 +79,20 @@ protected:
     TouchPadZoomPanTest() {
         model.configure({0, 0, 1000, 500}, 1000, 500);
         model.setMouse({500, 250}, false);
-        desktop.multitouch.pads = {&model, nullptr, &desktop};
         desktop.pointer.at = Point{};
     }
     ~TouchPadZoomPanTest() override { touchPad->stop(); }
 
     // Fingers in a row about (x, y), each `reach` from the next one, and one that only hovers.
     void touch(int fingers, double x, double y, double reach) {
-        std::vector<MTContact> contacts(static_cast<std::size_t>(fingers) + 1);
+        std::vector<Contact> contacts(static_cast<std::size_t>(fingers) + 1);
         for (int i = 0; i < fingers; ++i) {
             auto& contact = contacts[static_cast<std::size_t>(i)];
-            contact.state = i % 2 ? MTContact::kMakingTouch : MTContact::kTouching;
+            contact.state = i % 2 ? Contact::State::makingTouch : Contact::State::touching;
             contact.x = static_cast<float>(x + reach * (i - (fingers - 1) / 2.0));
             contact.y = static_cast<float>(y);
         }
-        contacts.back().state = MTContact::kHovering;
-        desktop.multitouch.touch(contacts, t += 0.01);
+        desktop.multitouch.onFrame(contacts, t += 0.01);
     }
     // What is seen once everything has settled.
     Rect crop() {
@@ -109,7 +110,6 @@ protected:
 
 TEST_F(TouchPadZoomPanTest, FingersZoomAndPanTheModel) {
     touchPad->start();
-    EXPECT_EQ(desktop.multitouch.started, (std::vector<void*>{&model, &desktop}));
     for (const double reach : {0.1, 0.11, 0.125}) touch(3, 0.5, 0.5, reach);
     const double zoom = std::pow(0.125 / 0.11, 1.4);
     EXPECT_NEAR(1000 / crop().width, zoom, 0.01);
@@ -147,28 +147,58 @@ TEST_F(TouchPadZoomPanTest, DoesWithoutTouchpadsAndWithoutContacts) {
     for (int start = 0; start < 2; ++start) touchPad->start();
     EXPECT_EQ(log.all(),
               std::vector<std::string>{"kasto: MultitouchSupport unavailable — 3-finger zoom/pan disabled"});
-    kastoMTCallback(nullptr, nullptr, 3, 0, 0);  // nobody listens
 
     desktop.multitouch.unavailable = false;
     touchPad->start();
     touch(3, 0.5, 0.5, 0.1);
     touch(3, 0.55, 0.5, 0.1);
-    kastoMTCallback(nullptr, nullptr, 3, t += 0.2, 0);
+    desktop.multitouch.onFrame({}, t += 0.2);
     touch(3, 0.7, 0.5, 0.3);  // arms afresh
     EXPECT_EQ(crop(), (Rect{0, 0, 1000, 500}));
 }
 
-TEST_F(TouchPadZoomPanTest, FramesMayArriveWhileItIsStopped) {
+// Three fingers in a row around x, as records of 96 bytes at an odd address.
+std::vector<std::byte> records(float x) {
+    std::vector<std::byte> bytes(1 + 3 * 96);
+    for (std::size_t i = 0; i < 3; ++i) {
+        const std::int32_t state = i == 1 ? 3 : 4;
+        const std::array place{x + 0.1F * (static_cast<float>(i) - 1), 0.5F};
+        std::memcpy(&bytes[1 + i * 96 + 20], &state, sizeof(state));
+        std::memcpy(&bytes[1 + i * 96 + 32], place.data(), sizeof(place));
+    }
+    return bytes;
+}
+
+TEST_F(TouchPadZoomPanTest, TakesContactRecordsWhileItRuns) {
+    const auto at = [&](float x, std::int32_t count) {
+        EXPECT_EQ(kastoMTCallback(nullptr, records(x).data() + 1, count, t += 0.01, 0), 0);
+    };
+    for (const bool isRunning : {false, true}) {
+        if (isRunning) touchPad->start();
+        model.zoom(std::log(2));
+        const auto before = crop();
+        at(0.5F, 3);
+        for (int i = 1; i < 4; ++i) at(0.5F + 0.02F * static_cast<float>(i), 3);
+        EXPECT_EQ(crop().midX() < before.midX() - 3, isRunning);
+    }
+    EXPECT_EQ(kastoMTCallback(nullptr, nullptr, 3, t += 0.2, 0), 0);  // ends the gesture
+    const auto before = crop();
+    at(0.9F, -1);
+    at(0.9F, 3);  // arms afresh
+    EXPECT_EQ(crop(), before);
+}
+
+TEST_F(TouchPadZoomPanTest, RecordsMayArriveWhileItIsStopped) {
     std::atomic<bool> ends = false;
     std::thread frames([&] {
-        const std::vector<MTContact> contacts(3, {.state = MTContact::kTouching, .x = 0.5F});
-        for (int i = 0; !ends; ++i) kastoMTCallback(nullptr, contacts.data(), i % 4, i * 0.01, i);
+        const auto bytes = records(0.5F);
+        for (int i = 0; !ends; ++i) kastoMTCallback(nullptr, bytes.data() + 1, i % 4, i * 0.01, i);
     });
     for (int i = 0; i < 200; ++i) {
         touchPad->start();
         touchPad->stop();
     }
-    EXPECT_TRUE(desktop.multitouch.started.empty());
+    EXPECT_FALSE(desktop.multitouch.onFrame);
     ends = true;
     frames.join();
 }

@@ -45,29 +45,21 @@ struct FakeScreenAccess : ScreenAccess {
 
 // Touchpads that a test touches.
 struct FakeMultitouch : Multitouch {
-    struct List : MTDeviceList {
-        explicit List(std::vector<void*> listed) : pads(std::move(listed)) {}
-        const std::vector<void*>& devices() const override { return pads; }
-        std::vector<void*> pads;
+    struct Reading : MultitouchReading {
+        explicit Reading(FakeMultitouch& fake) : multitouch(fake) {}
+        ~Reading() override { multitouch.onFrame = nullptr; }
+        std::size_t touchpadCount() const override { return 2; }
+        FakeMultitouch& multitouch;
     };
 
     bool unavailable = false;
-    std::vector<void*> pads;
-    std::vector<void*> started;
-    MTContactCallback callback = nullptr;
+    OnFrame onFrame;  // while they are read
 
-    // A frame of fingers in the state given.
-    void touch(const std::vector<MTContact>& contacts, double t) const {
-        if (callback) callback(pads.at(0), contacts.data(), static_cast<std::int32_t>(contacts.size()), t, 0);
+    std::unique_ptr<MultitouchReading> read(OnFrame callback) override {
+        if (unavailable) return nullptr;
+        onFrame = std::move(callback);
+        return std::make_unique<Reading>(*this);
     }
-
-    std::unique_ptr<MTDeviceList> createList() override {
-        return unavailable ? nullptr : std::make_unique<List>(pads);
-    }
-    void registerCB(void*, MTContactCallback registered) override { callback = registered; }
-    void unregisterCB(void*, MTContactCallback) override { callback = nullptr; }
-    void start(void* device, std::int32_t) override { started.push_back(device); }
-    void stop(void* device) override { std::erase(started, device); }
 };
 
 // The only one that runs.

@@ -7,7 +7,9 @@ namespace kasto::evdev {
 
 namespace {
 
-// Where a value lies in a range, 0 to 1; in the middle of a range that is none.
+using State = Contact::State;
+
+// A value's place in a range, from 0 to 1; 0.5 if the range is empty.
 double partOf(const AxisRange& range, int value) {
     const double span = static_cast<double>(range.maximum) - range.minimum;
     if (!(span > 0)) return 0.5;
@@ -34,9 +36,9 @@ int fingersOfTool(int code) {
 }  // namespace
 
 ContactDecoder::ContactDecoder(const TouchpadShape& shape)
-    : shape_(shape), slots_(static_cast<std::size_t>(std::clamp(shape.slots, 0, kMostContacts))) {
-    listed_.reserve(kMostContacts);
-    contacts_.reserve(kMostContacts);
+    : shape_(shape), slots_(static_cast<std::size_t>(std::clamp(shape.slots, 0, kMaxContacts))) {
+    listed_.reserve(kMaxContacts);
+    contacts_.reserve(kMaxContacts);
 }
 
 ContactDecoder::Outcome ContactDecoder::take(const input_event& event) {
@@ -55,7 +57,7 @@ ContactDecoder::Outcome ContactDecoder::takeSync(int code) {
         return Outcome::stateLost;
     }
     if (code == SYN_MT_REPORT && slots_.empty()) {
-        if (pending_.trackingId >= 0 && listed_.size() < kMostContacts) listed_.push_back(pending_);
+        if (pending_.trackingId >= 0 && listed_.size() < kMaxContacts) listed_.push_back(pending_);
         pending_ = {};
     }
     if (code != SYN_REPORT) return Outcome::pending;
@@ -64,7 +66,7 @@ ContactDecoder::Outcome ContactDecoder::takeSync(int code) {
 
 void ContactDecoder::takeAxis(int code, int value) {
     if (code == ABS_MT_SLOT) {
-        // Contacts of a slot beyond those the pad has are nobody's.
+        // An index without a slot: what follows for it is ignored.
         currentSlot_ = value < 0 ? slots_.size() : static_cast<std::size_t>(value);
         return;
     }
@@ -72,7 +74,7 @@ void ContactDecoder::takeAxis(int code, int value) {
     auto& slot = slots_.empty() ? pending_ : slots_[currentSlot_];
     switch (code) {
         case ABS_MT_TRACKING_ID:
-            // A finger that follows another one without a frame between them touches anew.
+            // Another finger took over the slot within one frame: it makes a new touch.
             if (value >= 0 && value != slot.trackingId) slot.wasTouching = false;
             slot.trackingId = value;
             break;
@@ -94,7 +96,7 @@ void ContactDecoder::takeAxis(int code, int value) {
         default:
             return;
     }
-    // Without slots a place is enough for a contact.
+    // Without slots a contact needs no tracking id: any axis value begins one.
     if (slots_.empty() && slot.trackingId < 0) slot.trackingId = 0;
 }
 
@@ -121,12 +123,12 @@ void ContactDecoder::restore(std::span<const Slot> slots, int currentSlot, int c
 }
 
 void ContactDecoder::repeat() {
-    std::erase_if(contacts_, [](const auto& contact) { return contact.state == MTContact::kBreakingTouch; });
+    std::erase_if(contacts_, [](const auto& contact) { return contact.state == State::breakingTouch; });
     for (auto& contact : contacts_)
-        if (contact.state == MTContact::kMakingTouch) contact.state = MTContact::kTouching;
+        if (contact.state == State::makingTouch) contact.state = State::touching;
 }
 
-// True if there is something to tell: fingers, or their end.
+// True if the frame has contacts, or ends those of the frame before.
 bool ContactDecoder::buildFrame() {
     const bool hadContacts = !contacts_.empty();
     contacts_.clear();
@@ -136,9 +138,7 @@ bool ContactDecoder::buildFrame() {
     }
     for (auto& slot : slots_) addTracked(slot);
     addCounted();
-    hasFingers_ = std::ranges::any_of(contacts_, [](const MTContact& contact) {
-        return contact.state == MTContact::kMakingTouch || contact.state == MTContact::kTouching;
-    });
+    hasFingers_ = std::ranges::any_of(contacts_, [](const Contact& contact) { return contact.isOnPad(); });
     listed_.clear();
     return hadContacts || !contacts_.empty();
 }
@@ -151,31 +151,32 @@ bool ContactDecoder::touches(const Slot& slot) const {
 void ContactDecoder::addTracked(TrackedSlot& slot) {
     const bool touching = touches(slot);
     if (slot.trackingId < 0 && !slot.wasTouching) return;
-    const auto state = !touching ? slot.trackingId < 0 ? MTContact::kBreakingTouch : MTContact::kHovering
-                       : slot.wasTouching ? MTContact::kTouching
-                                          : MTContact::kMakingTouch;
+    const auto state = !touching          ? slot.trackingId < 0 ? State::breakingTouch : State::hovering
+                       : slot.wasTouching ? State::touching
+                                          : State::makingTouch;
     slot.wasTouching = touching;
     add(partOf(shape_.x, slot.x), 1 - partOf(shape_.y, slot.y), state);
 }
 
-// A pad may count more fingers than it tracks: those are taken to be in the middle of the others.
+// A touchpad may count more fingers than it tracks. The others are placed in the middle of the tracked ones,
+// so that their number is right and the mean place stays.
 void ContactDecoder::addCounted() {
     const int counted = std::bit_width(toolFingers_) - 1;
     if (slots_.empty() || counted <= static_cast<int>(slots_.size())) return;
     double x = 0, y = 0;
     int touching = 0;
     for (const auto& contact : contacts_) {
-        if (contact.state != MTContact::kMakingTouch && contact.state != MTContact::kTouching) continue;
+        if (!contact.isOnPad()) continue;
         x += contact.x;
         y += contact.y;
         ++touching;
     }
     if (touching == 0) return;
-    for (int i = touching; i < counted; ++i) add(x / touching, y / touching, MTContact::kTouching);
+    for (int i = touching; i < counted; ++i) add(x / touching, y / touching, State::touching);
 }
 
-void ContactDecoder::add(double x, double y, std::int32_t state) {
-    if (contacts_.size() >= kMostContacts) return;
+void ContactDecoder::add(double x, double y, State state) {
+    if (contacts_.size() >= kMaxContacts) return;
     auto& contact = contacts_.emplace_back();
     contact.state = state;
     contact.x = static_cast<float>(x);

@@ -2,35 +2,29 @@
 
 #include "platform/Multitouch.h"
 
+#include <functional>
 #include <memory>
-#include <vector>
 
 namespace kasto::evdev {
 
-// The touchpads of the kernel's input devices. Nothing is grabbed. While one is started, a thread of its own
-// reads them, follows those that come and go, and opens one again that was revoked.
+class TouchpadSource;
+
+// The touchpads of the kernel's input devices. Nothing is grabbed. A reading has a thread of its own, which
+// also opens touchpads that are plugged in, and reopens those the session lost access to for a while.
 class EvdevMultitouch : public Multitouch {
 public:
-    EvdevMultitouch();
-    ~EvdevMultitouch() override;
+    using MakeSource = std::function<std::unique_ptr<TouchpadSource>()>;
 
-    // Null when there are touchpads and none of them may be read.
-    std::unique_ptr<MTDeviceList> createList() override;
-    void registerCB(void* device, MTContactCallback callback) override;
-    void unregisterCB(void* device, MTContactCallback callback) override;
-    void start(void* device, std::int32_t mode) override;
-    void stop(void* device) override;
+    // Takes the touchpads from the device manager.
+    EvdevMultitouch();
+    // Takes them from another source, one for each reading.
+    explicit EvdevMultitouch(MakeSource makeSource);
+
+    std::unique_ptr<MultitouchReading> read(OnFrame onFrame) override;
 
 private:
-    struct Pad;
-    class List;
-    class Reader;
-
-    template <class Edit>
-    void change(void* device, Edit&& edit);
-
-    std::vector<std::weak_ptr<Pad>> pads_;  // of the newest list, which keeps them open
-    std::unique_ptr<Reader> reader_;        // while a pad is started
+    class Reading;
+    const MakeSource makeSource_;
 };
 
 }  // namespace kasto::evdev

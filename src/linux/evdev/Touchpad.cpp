@@ -42,7 +42,7 @@ Result<TouchpadShape> shapeOf(int fd, const std::string& path) {
     const TouchpadShape shape{
         .x = rangeOf(device.get(), ABS_MT_POSITION_X),
         .y = rangeOf(device.get(), ABS_MT_POSITION_Y),
-        .slots = std::clamp(libevdev_get_num_slots(device.get()), 0, ContactDecoder::kMostContacts),
+        .slots = std::clamp(libevdev_get_num_slots(device.get()), 0, ContactDecoder::kMaxContacts),
         .hasPressure = libevdev_has_event_code(device.get(), EV_ABS, ABS_MT_PRESSURE) != 0,
         .noPressure = libevdev_get_abs_minimum(device.get(), ABS_MT_PRESSURE)};
     if (shape.x.minimum >= shape.x.maximum || shape.y.minimum >= shape.y.maximum)
@@ -50,11 +50,11 @@ Result<TouchpadShape> shapeOf(int fd, const std::string& path) {
     return shape;
 }
 
-// One axis of all slots; as it is in `slots` where the pad has none such.
+// Reads one axis of all slots into a field. The field stays as it is when the touchpad lacks the axis.
 void readSlots(int fd, int axis, int Slot::*field, std::vector<Slot>& slots) {
     struct {
         std::int32_t code;
-        std::array<std::int32_t, ContactDecoder::kMostContacts> values;
+        std::array<std::int32_t, ContactDecoder::kMaxContacts> values;
     } request{axis, {}};
     if (ioctl(fd, EVIOCGMTSLOTS(sizeof(request)), &request) < 0) return;
     for (std::size_t i = 0; i < slots.size(); ++i) slots[i].*field = request.values[i];
@@ -84,16 +84,16 @@ Result<std::unique_ptr<Touchpad>> Touchpad::open(const std::string& path) {
     if (!shape) return std::unexpected(shape.error());
     int clock = CLOCK_MONOTONIC;
     if (ioctl(fd.get(), EVIOCSCLOCKID, &clock) < 0) return std::unexpected(systemError(path, errno));
-    std::unique_ptr<Touchpad> opened(new Touchpad(std::move(fd), *shape));
-    opened->restore();
-    return opened;
+    return std::make_unique<Touchpad>(std::move(fd), *shape);
 }
 
 Touchpad::Touchpad(FileDescriptor fd, const TouchpadShape& shape)
-    : fd_(std::move(fd)), slots_(static_cast<std::size_t>(shape.slots)), decoder_(shape) {}
+    : fd_(std::move(fd)), slotCount_(static_cast<std::size_t>(shape.slots)), decoder_(shape) {
+    restore();
+}
 
 void Touchpad::restore() {
-    std::vector<Slot> slots(slots_);
+    std::vector<Slot> slots(slotCount_);
     readSlots(fd(), ABS_MT_TRACKING_ID, &Slot::trackingId, slots);
     readSlots(fd(), ABS_MT_POSITION_X, &Slot::x, slots);
     readSlots(fd(), ABS_MT_POSITION_Y, &Slot::y, slots);

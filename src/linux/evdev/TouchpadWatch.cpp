@@ -48,7 +48,7 @@ std::optional<std::string> TouchpadWatch::touchpadNode(const Device& device) {
     const char* touchpad = udev_device_get_property_value(device.get(), "ID_INPUT_TOUCHPAD");
     const char* name = udev_device_get_sysname(device.get());
     if (!node || !name || !touchpad || std::string_view(touchpad) != "1") return std::nullopt;
-    // A touchpad has an older node as well, which knows one finger only.
+    // A touchpad also has a node named mouse*, of an older interface that reports pointer motion only.
     if (!std::string_view(name).starts_with("event")) return std::nullopt;
     return node;
 }

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "linux/evdev/TouchpadSource.h"
+
 #include <libudev.h>
 
 #include <memory>
@@ -9,19 +11,17 @@
 
 namespace kasto::evdev {
 
-// The touchpads that the device manager knows. One thread.
-class TouchpadWatch {
+// The touchpads that udev, the system's device manager, knows.
+class TouchpadWatch : public TouchpadSource {
 public:
     TouchpadWatch();
 
-    // Device nodes of the touchpads there are; those that cannot be read included.
-    std::vector<std::string> present() const;
-
-    // Readable when a device has come or gone; -1 where the device manager tells no changes.
-    int fd() const;
-
-    // The node of a touchpad that has come since; call until there is none.
-    std::optional<std::string> nextAdded();
+    std::vector<std::string> present() const override;
+    int fd() const override;
+    std::optional<std::string> nextAdded() override;
+    Result<std::unique_ptr<Touchpad>> open(const std::string& path) const override {
+        return Touchpad::open(path);
+    }
 
 private:
     struct Free {
@@ -32,6 +32,7 @@ private:
     };
     using Device = std::unique_ptr<udev_device, Free>;
 
+    // The path of the device's node; none when it is no touchpad.
     static std::optional<std::string> touchpadNode(const Device& device);
 
     std::unique_ptr<udev, Free> udev_;

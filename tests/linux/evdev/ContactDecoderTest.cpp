@@ -42,7 +42,8 @@ std::string framesOf(ContactDecoder& decoder, const std::string& events) {
         text += outcome == Outcome::frame ? "[" : "!";
         if (outcome == Outcome::stateLost) continue;
         for (const auto& contact : decoder.contacts())
-            text += std::to_string(contact.state) + "@" + std::to_string(std::lround(contact.x * 100)) + "," +
+            text += std::to_string(static_cast<int>(contact.state)) + "@" +
+                    std::to_string(std::lround(contact.x * 100)) + "," +
                     std::to_string(std::lround(contact.y * 100)) + " ";
         text += "]";
     }
@@ -95,12 +96,13 @@ TEST(ContactDecoderTest, RestoresWhatTheKernelKnowsAndRepeatsRestingFingers) {
     const Slot slots[] = {
         {.trackingId = 1, .x = 600, .y = 450, .pressure = 9}, {}, {.trackingId = 8, .pressure = 9}};
     decoder.restore(slots, 2, 2);
-    std::vector<int> states;
+    using enum Contact::State;
+    std::vector<Contact::State> states;
     for (const auto& contact : decoder.contacts()) states.push_back(contact.state);
-    EXPECT_EQ(states, (std::vector{4, 5, 3}));
+    EXPECT_EQ(states, (std::vector{touching, breakingTouch, makingTouch}));
     decoder.repeat();
     ASSERT_EQ(decoder.contacts().size(), 2u);
-    EXPECT_EQ(decoder.contacts()[1].state, 4);
+    EXPECT_EQ(decoder.contacts()[1].state, touching);
     EXPECT_TRUE(decoder.hasFingers());
     EXPECT_EQ(framesOf(decoder, "id=-1 | slot=0 id=-1 |"), "[4@50,50 5@0,95 ][5@50,50 ]");
     EXPECT_FALSE(decoder.hasFingers());
@@ -126,11 +128,11 @@ TEST(ContactDecoderTest, SurvivesAnyEvents) {
                 decoder.restore(std::vector(random() % 40, Slot{small, any, any}), small, small);
             if (random() % 2) decoder.repeat();
             ++frames;
-            ASSERT_LE(decoder.contacts().size(), static_cast<std::size_t>(ContactDecoder::kMostContacts));
+            ASSERT_LE(decoder.contacts().size(), static_cast<std::size_t>(ContactDecoder::kMaxContacts));
             for (const auto& contact : decoder.contacts()) {
                 ASSERT_TRUE(contact.x >= 0 && contact.x <= 1 && contact.y >= 0 && contact.y <= 1);
-                ASSERT_TRUE(contact.state >= MTContact::kHovering &&
-                            contact.state <= MTContact::kBreakingTouch);
+                ASSERT_TRUE(contact.state >= Contact::State::hovering &&
+                            contact.state <= Contact::State::breakingTouch);
             }
         }
     }
