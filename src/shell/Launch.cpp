@@ -1,4 +1,5 @@
 #include "base/DebugLog.h"
+#include "input/KeyCodes.h"
 #include "platform/ScreenAccess.h"
 #include "settings/SettingsController.h"
 #include "shell/AppDelegate.h"
@@ -34,8 +35,7 @@ void AppDelegate::applicationDidFinishLaunching() {
     buildMainMenu();
     makeStatusItem();
     updateIcon();
-    hotKey_ =
-        HotKey::make(desktop_.hotKeys, HotKey::kKeyR, HotKey::kControl | HotKey::kOption | HotKey::kCommand);
+    hotKey_ = HotKey::make(desktop_.hotKeys, kToggleChord);
     if (hotKey_) {
         hotKey_->onPress = [this, queue = std::weak_ptr(mainQueue_)] {
             if (const auto main = queue.lock()) main->async([this] { toggleRecording(); });

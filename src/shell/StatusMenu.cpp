@@ -2,6 +2,7 @@
 
 #include "base/PreferenceStore.h"
 #include "base/Prefs.h"
+#include "input/KeyCodes.h"
 #include "platform/ScreenAccess.h"
 #include "shell/AppDelegate.h"
 #include "shell/MenuText.h"
@@ -18,7 +19,6 @@ namespace {
 // Menus follow the desktop, where Ctrl goes with the key of a command; the hot key is the keyboard's own.
 constexpr KeyChord kSettingsKeys{.key = U',', .control = true};
 constexpr KeyChord kQuitKeys{.key = U'q', .control = true};
-constexpr KeyChord kRecordKeys{.key = U'r', .control = true, .option = true, .command = true};
 
 constexpr auto kHelpLines = std::to_array<const char*>({
     "3-finger spread / pinch — zoom in / out",
@@ -54,7 +54,7 @@ std::vector<MenuEntry> AppDelegate::statusMenuEntries() {
         {.title = "settings…", .keyEquivalent = kSettingsKeys, .action = [this] { showSettings(); }},
         {},
         {.title = isRecording_ ? "stop recording" : "start recording",
-         .keyEquivalent = kRecordKeys,
+         .keyEquivalent = kToggleChord,
          .action = [this] { toggleRecording(); }},
         {},
     };
