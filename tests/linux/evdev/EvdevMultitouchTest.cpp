@@ -41,9 +41,9 @@ struct Hardware {
     // One finger at x, or none where x is negative.
     void touch(const std::string& path, int x) {
         const std::array events{
-            input_event{.type = EV_ABS, .code = ABS_MT_TRACKING_ID, .value = x < 0 ? -1 : 1},
-            input_event{.type = EV_ABS, .code = ABS_MT_POSITION_X, .value = x},
-            input_event{.type = EV_SYN, .code = SYN_REPORT, .value = 0}};
+            input_event{.time = {}, .type = EV_ABS, .code = ABS_MT_TRACKING_ID, .value = x < 0 ? -1 : 1},
+            input_event{.time = {}, .type = EV_ABS, .code = ABS_MT_POSITION_X, .value = x},
+            input_event{.time = {}, .type = EV_SYN, .code = SYN_REPORT, .value = 0}};
         devices.with([&](auto& all) {
             EXPECT_EQ(write(all[path].toPad.get(), events.data(), sizeof events), ssize_t(sizeof events));
         });
@@ -135,10 +135,6 @@ TEST_F(EvdevMultitouchTest, ReadsEveryTouchpadAndRepeatsFingersThatRest) {
     EXPECT_TRUE(sees(10)) << "a finger that rests is repeated";
     hardware.touch("a", -1);
     EXPECT_TRUE(touchIsSeen("b", 20));
-    reading.reset();
-    frames.set({});
-    hardware.touch("b", 30);
-    EXPECT_TRUE(frames.copy().empty()) << "nothing is reported after the end";
 }
 
 TEST_F(EvdevMultitouchTest, FollowsTouchpadsThatComeAndGo) {
@@ -152,8 +148,8 @@ TEST_F(EvdevMultitouchTest, FollowsTouchpadsThatComeAndGo) {
     ASSERT_TRUE(waitUntil([&] { return hardware.added.copy().empty(); }));
     EXPECT_TRUE(touchIsSeen("a", 20));
 
-    hardware.unplug("a");
     frames.set({});
+    hardware.unplug("a");
     EXPECT_TRUE(sees(-1)) << "losing a touchpad ends what its fingers were doing";
     EXPECT_TRUE(waitUntil([&] { return hardware.isOpen("a"); })) << "it is opened again when that works";
     EXPECT_TRUE(touchIsSeen("a", 30));

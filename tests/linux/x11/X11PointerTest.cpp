@@ -47,20 +47,25 @@ TEST_F(X11PointerTest, ModifiersFollowTheServersMapping) {
         });
         return held;
     };
-    const auto expectAll = [&] {
-        EXPECT_EQ(heldWith("Super_L"), "m");
+    const std::string rightAlt = "108";
+    // Each modifier's key; what Super means besides command; what the key right of the space bar means.
+    const auto expectAll = [&](const std::string& super, const std::string& right) {
+        EXPECT_EQ(heldWith("Super_L"), super);
         EXPECT_EQ(heldWith("Alt_L"), "o");
         EXPECT_EQ(heldWith("Control_L"), "c");
         EXPECT_EQ(heldWith("ISO_Level3_Shift"), "f");
         EXPECT_EQ(heldWith("Shift_L"), "");
+        EXPECT_EQ(heldWith(rightAlt), right);
     };
-    expectAll();
-    ASSERT_EQ(server.run({"xmodmap", "-e", "clear mod1", "-e", "clear mod4", "-e", "add mod4 = Alt_L", "-e",
-                          "add mod1 = Super_L"}),
-              0);
-    expectAll();
+    expectAll("mf", "o");  // without AltGr
+    ASSERT_EQ(server.run({"setxkbmap", "de"}), 0);
+    expectAll("m", "f");
     ASSERT_EQ(server.run({"setxkbmap", "us,de"}), 0);  // right Alt in one group is AltGr in the other
-    expectAll();
+    expectAll("mf", "o");
+    ASSERT_EQ(server.run({"xmodmap", "-e", "clear mod1", "-e", "clear mod4", "-e", "add mod4 = Alt_L Alt_R",
+                          "-e", "add mod1 = Super_L"}),
+              0);
+    expectAll("mf", "o");
 }
 
 TEST_F(X11PointerTest, ScrollingIsSeenAndStillReachesTheProgramUnderThePointer) {
@@ -123,7 +128,8 @@ TEST_F(X11PointerTest, AFollowerKnowsEveryChangeWhoeverGrabs) {
         xdotool({"mousemove_relative", "5", "6", "mousedown", "1"});
         EXPECT_TRUE(knows({.globalPts = {315, 226}, .left = true}));
         xdotool({"mousemove_relative", "5", "6", "keydown", "Super_L", "mousedown", "3"});
-        EXPECT_TRUE(knows({.globalPts = {320, 232}, .left = true, .right = true, .command = true}));
+        EXPECT_TRUE(
+            knows({.globalPts = {320, 232}, .left = true, .right = true, .command = true, .fn = true}));
         xdotool({"mouseup", "1", "mouseup", "3", "keyup", "Super_L", "keydown", "Control_L"});
         EXPECT_TRUE(knows({.globalPts = {320, 232}, .control = true}));
         xdotool({"keyup", "Control_L"});

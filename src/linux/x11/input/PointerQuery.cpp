@@ -15,7 +15,8 @@ Result<PointerQuery> PointerQuery::open(const std::string& displayName, const X1
 PointerQuery::PointerQuery(Connection connection, const X11Displays& displays)
     : connection_(std::move(connection)),
       displays_(&displays),
-      modifiers_(std::make_unique<Guarded<ModifierBits>>(readModifierBits(connection_.raw()))) {}
+      keyboard_(connection_.raw(), KeyboardReader::Watch::mapping),
+      modifiers_(std::make_unique<Guarded<ModifierBits>>(keyboard_.modifierBits())) {}
 
 std::optional<PointerState> PointerQuery::ask() const {
     auto* c = connection_.raw();
@@ -38,16 +39,15 @@ PointerState PointerQuery::stateOf(int rootX, int rootY, unsigned mask) const {
             .fn = has(modifiers.fn)};
 }
 
-// The mapping's changes are sent unasked.
 bool PointerQuery::takeEvents() const {
     bool any = false;
-    // Reading the mapping may bring more events along.
+    // Reading the mapping takes round trips, and their replies may bring further events along.
     for (bool isMapped = true; std::exchange(isMapped, false);) {
         while (const Reply<xcb_generic_event_t> event{xcb_poll_for_event(connection_.raw())}) {
             any = true;
-            isMapped |= (event->response_type & 0x7f) == XCB_MAPPING_NOTIFY;
+            isMapped |= keyboard_.isChange(*event);
         }
-        if (isMapped) modifiers_->set(readModifierBits(connection_.raw()));
+        if (isMapped) modifiers_->set(keyboard_.modifierBits());
     }
     return any;
 }

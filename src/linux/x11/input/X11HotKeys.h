@@ -1,5 +1,6 @@
 #pragma once
 
+#include "linux/x11/input/Keyboard.h"
 #include "platform/HotKeyService.h"
 
 #include <xcb/xcb.h>
@@ -9,14 +10,14 @@
 
 namespace kasto::x11 {
 
-// Chords by passive key grabs on the root window, in every state of the lock keys and every layout group.
-// Main thread.
+// Chords and clicks by passive grabs on the root window. They hold in every state of the lock keys, and
+// follow the keyboard's mapping and its active layout group. Main thread.
 //
-// The grabs are made on the connection of the program's user interface, whose events are handed in: a grab of
-// another connection would keep that interface from opening a menu while the keys are down.
+// The grabs are made on the connection of the user interface, which hands its events in here. A grab of
+// another connection would keep the user interface from opening a menu while the keys are down.
 class X11HotKeys : public HotKeyService {
 public:
-    // The connection must outlive this; its first screen is listened to.
+    // The connection must outlive this. Its first screen is used.
     explicit X11HotKeys(xcb_connection_t* connection);
     ~X11HotKeys() override;
 
@@ -25,15 +26,17 @@ public:
 
     std::unique_ptr<HotKeyRegistration> keepFnRightClick() override;
 
-    // To be called with every event of the connection. True if the event was of
-    // what is kept here and goes no further.
+    // To be called with every event of the connection. True if the event belongs to a grab, so that the user
+    // interface is not to handle it.
     bool handleEvent(const xcb_generic_event_t* event);
 
 private:
     class Grab;
+    class KeyGrab;
     class ClickGrab;
     xcb_connection_t* connection_;
     xcb_window_t root_;
+    KeyboardReader keyboard_;
     std::vector<Grab*> grabs_;
 };
 
