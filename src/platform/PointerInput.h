@@ -8,11 +8,15 @@
 
 namespace kasto {
 
+// The pointer at one moment.
 struct PointerState {
     Point globalPts{};
-    bool left = false;  // buttons that are down
+    // Buttons that are down.
+    bool left = false;
     bool right = false;
-    bool command = false;  // modifiers that are held
+    // Modifiers that are held. A port chooses the keys; on X11 they are Super, Alt, Ctrl, and AltGr for fn
+    // (Super as well where a keyboard layout has no AltGr).
+    bool command = false;
     bool option = false;
     bool control = false;
     bool fn = false;
@@ -20,12 +24,12 @@ struct PointerState {
     bool operator==(const PointerState&) const = default;
 };
 
-// One scroll of a wheel or a trackpad, with the modifiers that are held meanwhile.
+// One scroll of a wheel or touchpad, and the modifiers held at that time.
 struct ScrollEvent {
-    // How far a notch of a wheel goes; smooth scrolling reports parts of it.
+    // The distance of one notch of a wheel. Smooth scrolling reports parts of it.
     static constexpr double kPtsPerNotch = 48;
 
-    // Towards the content's beginning: positive when the wheel turns up, or left.
+    // Positive towards the beginning of the content: the wheel turns up, or to the left.
     Vector deltaPts{};
     bool command = false;
     bool option = false;
@@ -33,55 +37,55 @@ struct ScrollEvent {
     bool fn = false;
 };
 
-// Reports scrolling while it exists. Destroyed by its owner, not from its callback; the callback is not
-// running and is not called again when that returns.
+// Reports scrolling while it exists. When its destructor returns, the callback is not running and is not
+// called again. Not to be destroyed from the callback.
 class ScrollMonitor {
 public:
     virtual ~ScrollMonitor() = default;
 };
 
-// Reads the pointer again and again. One thread at a time; it does not outlive the PointerInput.
+// Tells the pointer's state to a caller that asks many times a second. Used by one thread at a time. It does
+// not outlive the PointerInput that made it.
 class PointerFollower {
 public:
     virtual ~PointerFollower() = default;
 
-    // Pointer, buttons and modifiers as they are now; none when they cannot be told.
+    // The present state; none when it cannot be read.
     virtual std::optional<PointerState> state() = 0;
 };
 
-// The pointer, wherever it is and whoever has the focus. It only watches: every program still gets what is
-// meant for it. Any thread.
+// The pointer of the desktop, whichever window it is over or has the focus. Reading it takes nothing away
+// from other programs. Any thread.
 class PointerInput {
 public:
     virtual ~PointerInput() = default;
 
-    // Pointer, buttons and modifiers at one moment; none when they cannot be told.
+    // The present state; none when it cannot be read. May block for a round trip to the desktop.
     virtual std::optional<PointerState> state() const = 0;
 
-    // For those who ask many times a second. Where the desktop tells of changes, an answer costs next to
-    // nothing as long as there is none.
+    // A follower that is cheap to ask. On a desktop that reports changes it sends no request while nothing
+    // changes; the default asks `state` each time.
     virtual std::unique_ptr<PointerFollower> follow() const;
 
-    // In global points; none when it cannot be told.
+    // The place in global points; none when it cannot be read.
     std::optional<Point> location() const {
         const auto now = state();
         return now ? std::optional(now->globalPts) : std::nullopt;
     }
 
-    // Calls `onScroll` for every scroll from now on, on a thread of the monitor's own. Null where scrolling
-    // cannot be watched. The monitor does not outlive this object.
+    // Calls `onScroll` for every scroll from now on, on a thread of the monitor's own. Null where the desktop
+    // does not report scrolling. The monitor does not outlive this object.
     virtual std::unique_ptr<ScrollMonitor> monitorScroll(
         std::function<void(const ScrollEvent&)> onScroll) const = 0;
 };
 
-// Asks each time.
 inline std::unique_ptr<PointerFollower> PointerInput::follow() const {
-    struct Asking : PointerFollower {
-        explicit Asking(const PointerInput& input) : pointer(input) {}
+    struct AskingFollower : PointerFollower {
+        explicit AskingFollower(const PointerInput& input) : pointer(input) {}
         std::optional<PointerState> state() override { return pointer.state(); }
         const PointerInput& pointer;
     };
-    return std::make_unique<Asking>(*this);
+    return std::make_unique<AskingFollower>(*this);
 }
 
 }  // namespace kasto

@@ -9,11 +9,12 @@ namespace kasto::x11 {
 
 namespace {
 
-constexpr double kMostNotches = 50;
-constexpr double kLeastIncrement = 1e-3;
+constexpr double kMaxNotches = 50;
+constexpr double kMinIncrement = 1e-3;
 
 double toDouble(xcb_input_fp3232_t value) { return value.integral + value.frac / 4294967296.0; }
 
+// Without scroll axes a wheel presses buttons 4 to 7, once per notch.
 Vector notchesOfButton(std::uint32_t button) {
     switch (button) {
         case 4:
@@ -34,8 +35,8 @@ Vector notchesOfButton(std::uint32_t button) {
 Vector ScrollDevices::notchesOf(const xcb_input_raw_button_press_event_t& event) {
     const auto& axes = axesOf(event.sourceid);
     if (event.event_type == XCB_INPUT_RAW_BUTTON_PRESS) {
-        const bool repeated = (event.flags & XCB_INPUT_POINTER_EVENT_FLAGS_POINTER_EMULATED) != 0;
-        return repeated || !axes.empty() ? Vector{} : notchesOfButton(event.detail);
+        const bool isEmulated = (event.flags & XCB_INPUT_POINTER_EVENT_FLAGS_POINTER_EMULATED) != 0;
+        return isEmulated || !axes.empty() ? Vector{} : notchesOfButton(event.detail);
     }
     Vector notches;
     const auto* mask = xcb_input_raw_button_press_valuator_mask(&event);
@@ -45,9 +46,9 @@ Vector ScrollDevices::notchesOf(const xcb_input_raw_button_press_event_t& event)
         const double moved = toDouble(*value++);
         const auto axis = std::ranges::find(axes, valuator, &Axis::valuator);
         if (axis == axes.end()) continue;
-        // A scroll axis counts towards the content's end.
+        // A scroll axis grows towards the end of the content.
         (axis->isVertical ? notches.dy : notches.dx) -=
-            std::clamp(moved / axis->increment, -kMostNotches, kMostNotches);
+            std::clamp(moved / axis->increment, -kMaxNotches, kMaxNotches);
     }
     return notches;
 }
@@ -66,7 +67,7 @@ const std::vector<ScrollDevices::Axis>& ScrollDevices::axesOf(xcb_input_device_i
         if (it.data->type != XCB_INPUT_DEVICE_CLASS_TYPE_SCROLL) continue;
         const auto* scroll = reinterpret_cast<const xcb_input_scroll_class_t*>(it.data);
         const double increment = toDouble(scroll->increment);
-        if (std::abs(increment) < kLeastIncrement) continue;
+        if (std::abs(increment) < kMinIncrement) continue;
         axes.push_back({scroll->number, scroll->scroll_type == XCB_INPUT_SCROLL_TYPE_VERTICAL, increment});
     }
     return axes;

@@ -10,24 +10,25 @@
 
 namespace kasto::x11 {
 
-// Which axes of the pointing devices scroll, and what their raw events mean in notches of a wheel. Devices
-// are asked for when they first move. One thread.
+// Converts raw events of pointing devices into notches of a wheel. A device is asked for its scroll axes when
+// its first event arrives. One thread.
 class ScrollDevices {
 public:
     explicit ScrollDevices(xcb_connection_t* connection) : connection_(connection) {}
 
-    // How far a raw event scrolls, in notches towards the content's beginning; nothing for other motions and
-    // for the presses with which a server repeats smooth scrolling. Values beyond reason are cut.
+    // How far a raw motion or button press scrolls, in notches, positive towards the beginning of the
+    // content. Zero for motion of the pointer, for presses of other buttons, and for the presses that a
+    // server makes up from smooth scrolling, which has been counted already. Never more than 50 notches.
     Vector notchesOf(const xcb_input_raw_button_press_event_t& event);
 
-    // Devices have changed: they are asked anew.
+    // To be called after devices have changed: they are asked again.
     void forget() { axesOf_.clear(); }
 
 private:
     struct Axis {
-        int valuator = 0;
+        int valuator = 0;  // the axis number
         bool isVertical = false;
-        double increment = 1;  // of a notch
+        double increment = 1;  // how far the axis moves in one notch
     };
     const std::vector<Axis>& axesOf(xcb_input_device_id_t device);
 

@@ -11,15 +11,15 @@ namespace kasto::x11 {
 
 class X11Displays;
 
-// The pointer of an X screen, asked over a connection of its own.
+// The pointer of an X screen, over a connection of its own.
 class X11Pointer : public PointerInput {
 public:
-    // `displays` tells the scale and must outlive the pointer. An empty name takes $DISPLAY.
+    // `displays` provides the scale and must outlive the pointer. An empty name takes $DISPLAY.
     static Result<std::unique_ptr<X11Pointer>> open(const std::string& displayName,
                                                     const X11Displays& displays);
 
-    // Blocks for one round trip. None when the server is gone or the pointer is on another of its screens.
-    // The modifiers follow the server's modifier mapping; AltGr counts as fn where no Fn key is mapped.
+    // One round trip. None when the server is gone, or when the pointer is on another of its screens. The
+    // modifiers follow the server's modifier mapping (see ModifierBits for fn).
     std::optional<PointerState> state() const override;
 
     std::unique_ptr<PointerFollower> follow() const override;

@@ -1,10 +1,7 @@
 #include "linux/x11/input/X11PointerFollower.h"
 
 #include "base/MediaClock.h"
-
-#define explicit explicit_  // a field of a structure in the header
-#include <xcb/xkb.h>
-#undef explicit
+#include "linux/x11/input/Xkb.h"
 
 #include <poll.h>
 #include <xcb/xcbext.h>
@@ -19,14 +16,14 @@ namespace kasto::x11 {
 
 namespace {
 
-// Whatever should go unreported is not missed for longer.
-constexpr double kAsksAgainS = 0.25;
+// The server is asked at least this often, in case something was not reported.
+constexpr double kAskAtLeastEveryS = 0.25;
 
-// Less than from one answer to the next.
-constexpr std::int32_t kMostLagMs = 4;
+// How old the reported place may be while the pointer moves: half the time between two polls of it.
+constexpr std::int32_t kMaxLagMs = 4;
 
-// Reports of a server's own events, each 32 bytes.
-constexpr std::uint8_t kFromServer = 0;
+// The category of a RECORD reply that carries events, and the size of each event.
+constexpr std::uint8_t kEventCategory = 0;
 constexpr std::size_t kEventBytes = 32;
 
 }  // namespace
@@ -50,8 +47,7 @@ X11PointerFollower::~X11PointerFollower() {
 
 bool X11PointerFollower::start() { return watchModifiers() && watchDevices() && watchPointer(); }
 
-// Over the reports' connection: the server tells clients of XKB no more of the core's mapping, by which the
-// query knows the modifiers.
+// XKB reports a change of the modifiers at once, RECORD only with the next pointer event.
 bool X11PointerFollower::watchModifiers() {
     auto* c = reports_.raw();
     const Reply<xcb_xkb_use_extension_reply_t> xkb(
@@ -64,8 +60,8 @@ bool X11PointerFollower::watchModifiers() {
     return !Reply<xcb_generic_error_t>(xcb_request_check(c, selected));
 }
 
-// The server sends its reports when it sends something else, to whomever, and the newest one the next time.
-// These events come at once: they tell that there is more to be known.
+// The server batches RECORD's replies and sends them with whatever it sends next. Raw events are flushed at
+// once. They wake the follower up and tell it that a report is due.
 bool X11PointerFollower::watchDevices() {
     constexpr std::uint32_t kRaw = XCB_INPUT_XI_EVENT_MASK_RAW_MOTION |
                                    XCB_INPUT_XI_EVENT_MASK_RAW_BUTTON_PRESS |
@@ -87,10 +83,10 @@ bool X11PointerFollower::watchPointer() {
         xcb_record_query_version_reply(c, xcb_record_query_version(c, 1, 13), nullptr));
     if (!record) return false;
     const auto id = xcb_generate_id(c);
-    constexpr xcb_record_client_spec_t kEverybody = XCB_RECORD_CS_ALL_CLIENTS;
+    constexpr xcb_record_client_spec_t kAllClients = XCB_RECORD_CS_ALL_CLIENTS;
     xcb_record_range_t range{};
     range.device_events = {XCB_BUTTON_PRESS, XCB_MOTION_NOTIFY};
-    const auto created = xcb_record_create_context_checked(c, id, 0, 1, 1, &kEverybody, &range);
+    const auto created = xcb_record_create_context_checked(c, id, 0, 1, 1, &kAllClients, &range);
     if (const Reply<xcb_generic_error_t> error{xcb_request_check(c, created)}) return false;
     context_ = {query_.connection(), id};
     reportsSequence_ = xcb_record_enable_context(reports_.raw(), id).sequence;
@@ -101,19 +97,21 @@ bool X11PointerFollower::watchPointer() {
 std::optional<PointerState> X11PointerFollower::state() {
     std::array<pollfd, 2> waits{pollfd{xcb_get_file_descriptor(reports_.raw()), POLLIN, 0},
                                 pollfd{xcb_get_file_descriptor(query_.connection().raw()), POLLIN, 0}};
-    // One look at both costs less than trying to read either.
+    // One look at both descriptors costs less than trying to read from either.
     const bool hasNews = poll(waits.data(), waits.size(), 0) > 0;
     if (waits[0].revents != 0) {
         takeReports();
         takeEvents();
     }
-    if (waits[1].revents != 0) isStale_ |= query_.takeEvents() || query_.connection().isLost();
-    // While the pointer moves fast, a report that is a moment old will do; its last one will not.
+    if (waits[1].revents != 0) mustAsk_ |= query_.takeEvents() || query_.connection().isLost();
+    // While the pointer moves, a report that is a few milliseconds old is good enough. Once it rests, its
+    // last place is asked for if the report of it is still missing.
     const auto lagMs = static_cast<std::int32_t>(movedMs_ - reportedMs_);
-    isStale_ |= lagMs > (hasNews ? kMostLagMs : 0) || !isTold_;
-    // Window managers freeze clicks while they think about the focus, and reports with them.
-    isStale_ |= known_ && (known_->left || known_->right);
-    if (isStale_ || mediaClockNow() - askedS_ >= kAsksAgainS) ask();
+    mustAsk_ |= lagMs > (hasNews ? kMaxLagMs : 0) || !hasReports_;
+    // A window manager may freeze the pointer's events at a press until it has decided about the focus. No
+    // motion and no release is reported meanwhile.
+    mustAsk_ |= known_ && (known_->left || known_->right);
+    if (mustAsk_ || mediaClockNow() - askedS_ >= kAskAtLeastEveryS) ask();
     return known_;
 }
 
@@ -121,8 +119,8 @@ void X11PointerFollower::ask() {
     askedS_ = mediaClockNow();
     reportedMs_ = movedMs_;
     known_ = query_.ask();
-    // What came along with the answer may be newer.
-    isStale_ = query_.takeEvents();
+    // Events that came along with the answer may be newer than the answer.
+    mustAsk_ = query_.takeEvents();
 }
 
 void X11PointerFollower::takeReports() {
@@ -133,13 +131,13 @@ void X11PointerFollower::takeReports() {
         const Reply<xcb_record_enable_context_reply_t> report(
             static_cast<xcb_record_enable_context_reply_t*>(reply));
         if (!report) {
-            isTold_ = false;
+            hasReports_ = false;
             break;
         }
         takeReport(*report);
         reply = error = nullptr;
     }
-    isTold_ &= !reports_.isLost();
+    hasReports_ &= !reports_.isLost();
 }
 
 void X11PointerFollower::takeEvents() {
@@ -149,26 +147,26 @@ void X11PointerFollower::takeEvents() {
         if (isRaw && raw->event_type == XCB_INPUT_RAW_MOTION)
             movedMs_ = raw->time;
         else
-            isStale_ = true;  // buttons or modifiers
+            mustAsk_ = true;  // a button or a modifier has changed
     }
 }
 
 void X11PointerFollower::takeReport(const xcb_record_enable_context_reply_t& report) {
-    if (report.category != kFromServer) return;
+    if (report.category != kEventCategory) return;
     const auto* bytes = xcb_record_enable_context_data(&report);
     const auto length = static_cast<std::size_t>(xcb_record_enable_context_data_length(&report));
     for (std::size_t at = 0; at + kEventBytes <= length; at += kEventBytes) {
         xcb_motion_notify_event_t event;
         std::memcpy(&event, bytes + at, sizeof event);
-        // Other events carry the buttons as they were before.
-        isStale_ |= (event.response_type & 0x7f) != XCB_MOTION_NOTIFY ||
+        // The other events, presses and releases, carry the state before the change.
+        mustAsk_ |= (event.response_type & 0x7f) != XCB_MOTION_NOTIFY ||
                     event.root != query_.connection().root() || !known_;
-        if (isStale_) continue;
-        const auto told = query_.stateOf(event.root_x, event.root_y, event.state);
-        known_->globalPts = told.globalPts;
+        if (mustAsk_) continue;
+        const auto reported = query_.stateOf(event.root_x, event.root_y, event.state);
+        known_->globalPts = reported.globalPts;
         reportedMs_ = event.time;
-        // Motion that was held back tells of buttons and modifiers of another time.
-        isStale_ = told != *known_;
+        // Motion that was frozen carries buttons and modifiers of an earlier time.
+        mustAsk_ = reported != *known_;
     }
 }
 

@@ -10,18 +10,24 @@
 
 namespace kasto::x11 {
 
-// Knows the pointer without asking: the server reports its motion, whatever caused it, and its buttons
-// through the RECORD extension, and changes of the modifiers through XKB. Keys themselves are not listened
-// to. Nothing is grabbed, and grabs of others do not matter.
+// Follows the pointer of an X server with as few questions as possible.
+//
+// A question is a round trip, which at 120 a second costs the server more than the rest of kasto's input. So
+// the server reports instead, over a second connection: RECORD tells each motion and each button, whatever
+// caused it (a device, XTEST or a warp); XKB tells changes of the modifiers; XInput2's raw events tell at
+// once that a device has moved, even before RECORD's report of it arrives. The key presses themselves are not
+// listened to, nothing is grabbed, and the grabs of other programs make no difference.
+//
+// The follower asks only when the reports leave something open: a button or modifier has changed, a report is
+// late, a button is held (a window manager may hold reports back), or a quarter of a second has passed.
 class X11PointerFollower : public PointerFollower {
 public:
-    // Null where the server lacks an extension or refuses. An empty name takes $DISPLAY.
+    // Null where the server lacks one of the extensions or refuses to report. An empty name takes $DISPLAY.
     static std::unique_ptr<X11PointerFollower> open(const std::string& displayName,
                                                     const X11Displays& displays);
     ~X11PointerFollower() override;
 
-    // Looks at what the server has reported so far. It asks only after reports that do not tell all, and now
-    // and then.
+    // Never waits for a report, but may ask, which takes one round trip. None when the server is gone.
     std::optional<PointerState> state() override;
 
 private:
@@ -36,15 +42,16 @@ private:
     void ask();
 
     PointerQuery query_;
-    Connection reports_;  // nothing can be asked over it once they run
+    Connection reports_;  // once the reports run, no request on it is answered any more
     ServerObject<xcb_record_free_context> context_;
     unsigned reportsSequence_ = 0;
     std::optional<PointerState> known_;
-    bool isTold_ = true;  // without reports each answer is asked for
-    bool isStale_ = true;
-    xcb_timestamp_t movedMs_ = 0;     // by a device, at last
-    xcb_timestamp_t reportedMs_ = 0;  // as is known
-    double askedS_ = 0;
+    bool hasReports_ = true;  // false once they have ended; every state is asked for then
+    bool mustAsk_ = true;     // what is known may be wrong
+    // Times of the server: the last motion of a device, and the last motion whose place is known.
+    xcb_timestamp_t movedMs_ = 0;
+    xcb_timestamp_t reportedMs_ = 0;
+    double askedS_ = 0;  // the media clock's time of the last question
 };
 
 }  // namespace kasto::x11
