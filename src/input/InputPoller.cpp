@@ -1,7 +1,7 @@
 #include "input/InputPoller.h"
 
 #include "base/MediaClock.h"
-#include "base/Prefs.h"
+#include "options/Prefs.h"
 
 namespace kasto {
 

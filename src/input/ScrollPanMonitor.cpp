@@ -1,7 +1,7 @@
 #include "input/ScrollPanMonitor.h"
 
 #include "base/DebugLog.h"
-#include "base/Prefs.h"
+#include "options/Prefs.h"
 
 #include <utility>
 

@@ -1,8 +1,8 @@
 #include "input/TouchPadZoomPan.h"
 
 #include "base/DebugLog.h"
-#include "base/Prefs.h"
 #include "input/ContactRecords.h"
+#include "options/Prefs.h"
 
 #include <array>
 #include <charconv>

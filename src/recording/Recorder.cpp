@@ -3,9 +3,9 @@
 #include "base/DebugLog.h"
 #include "base/MediaClock.h"
 #include "base/MediaRates.h"
-#include "base/Prefs.h"
 #include "camera/CameraSource.h"
 #include "model/CaptureModel.h"
+#include "options/Prefs.h"
 
 #include <algorithm>
 #include <string>

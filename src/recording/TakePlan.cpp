@@ -2,7 +2,7 @@
 
 #include "base/AppIdentity.h"
 #include "base/DebugLog.h"
-#include "base/Prefs.h"
+#include "options/Prefs.h"
 #include "platform/Displays.h"
 #include "platform/PointerInput.h"
 #include "recording/KastoError.h"

@@ -1,7 +1,7 @@
 #include "settings/SavedFrame.h"
 
-#include "base/PreferenceStore.h"
-#include "base/Prefs.h"
+#include "options/PreferenceStore.h"
+#include "options/Prefs.h"
 
 #include <QEvent>
 #include <QGuiApplication>

@@ -1,4 +1,4 @@
-#include "base/Prefs.h"
+#include "options/Prefs.h"
 #include "platform/Workspace.h"
 #include "recording/Mp4Conversion.h"
 #include "shell/AppDelegate.h"

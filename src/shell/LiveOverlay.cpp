@@ -1,4 +1,4 @@
-#include "base/Prefs.h"
+#include "options/Prefs.h"
 #include "shell/AppDelegate.h"
 
 namespace kasto {

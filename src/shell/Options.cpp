@@ -1,6 +1,6 @@
 #include "base/DebugLog.h"
-#include "base/PreferenceStore.h"
-#include "base/Prefs.h"
+#include "options/PreferenceStore.h"
+#include "options/Prefs.h"
 #include "shell/AppDelegate.h"
 
 namespace kasto {

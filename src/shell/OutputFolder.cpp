@@ -1,5 +1,5 @@
 #include "base/DebugLog.h"
-#include "base/Prefs.h"
+#include "options/Prefs.h"
 #include "platform/Workspace.h"
 #include "shell/AppDelegate.h"
 

@@ -1,8 +1,8 @@
 // The menu of the status item and the options that the quick menu has too.
 
-#include "base/PreferenceStore.h"
-#include "base/Prefs.h"
 #include "input/KeyCodes.h"
+#include "options/PreferenceStore.h"
+#include "options/Prefs.h"
 #include "platform/ScreenAccess.h"
 #include "shell/AppDelegate.h"
 #include "shell/MenuText.h"

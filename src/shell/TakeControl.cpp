@@ -1,5 +1,5 @@
-#include "base/Prefs.h"
 #include "base/SystemLog.h"
+#include "options/Prefs.h"
 #include "platform/ScreenAccess.h"
 #include "shell/AppDelegate.h"
 

@@ -2,7 +2,7 @@
 
 #include "base/DebugLog.h"
 #include "base/FileMove.h"
-#include "base/Prefs.h"
+#include "options/Prefs.h"
 
 #include <string>
 #include <system_error>

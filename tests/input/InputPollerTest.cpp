@@ -1,7 +1,7 @@
 #include "base/MediaClock.h"
-#include "base/PreferenceStore.h"
-#include "base/Prefs.h"
 #include "input/InputPoller.h"
+#include "options/PreferenceStore.h"
+#include "options/Prefs.h"
 #include "support/FakePointer.h"
 #include "support/WaitUntil.h"
 

@@ -1,6 +1,6 @@
-#include "base/PreferenceStore.h"
-#include "base/Prefs.h"
 #include "input/ScrollPanMonitor.h"
+#include "options/PreferenceStore.h"
+#include "options/Prefs.h"
 #include "support/FakePointer.h"
 #include "support/LogLines.h"
 

@@ -1,7 +1,7 @@
-#include "base/PreferenceStore.h"
-#include "base/Prefs.h"
 #include "input/ContactRecords.h"
 #include "input/TouchPadZoomPan.h"
+#include "options/PreferenceStore.h"
+#include "options/Prefs.h"
 #include "support/FakeDesktop.h"
 #include "support/LogLines.h"
 

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "base/PreferenceStore.h"
-#include "base/Prefs.h"
+#include "options/PreferenceStore.h"
+#include "options/Prefs.h"
 
 namespace kasto::test {
 

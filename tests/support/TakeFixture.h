@@ -1,9 +1,9 @@
 #pragma once
 
 #include "base/MediaClock.h"
-#include "base/Prefs.h"
 #include "camera/CameraSource.h"
 #include "model/CaptureModel.h"
+#include "options/Prefs.h"
 #include "recording/Recorder.h"
 #include "support/FakeDesktop.h"
 #include "support/LogLines.h"

@@ -1,4 +1,4 @@
-#include "base/PreferenceStore.h"
+#include "options/PreferenceStore.h"
 
 #include "base/DebugLog.h"
 #include "base/Files.h"

@@ -1,7 +1,7 @@
-#include "base/Prefs.h"
+#include "options/Prefs.h"
 
 #include "base/HomeFolders.h"
-#include "base/PreferenceStore.h"
+#include "options/PreferenceStore.h"
 
 #include <array>
 #include <charconv>

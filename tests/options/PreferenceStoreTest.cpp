@@ -1,4 +1,4 @@
-#include "base/PreferenceStore.h"
+#include "options/PreferenceStore.h"
 #include "support/LogLines.h"
 #include "support/TestFolder.h"
 
