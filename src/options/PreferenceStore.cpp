@@ -2,6 +2,7 @@
 
 #include "base/DebugLog.h"
 #include "base/Files.h"
+#include "base/Guarded.h"
 #include "base/Timestamp.h"
 
 #include <nlohmann/json.hpp>
@@ -12,6 +13,7 @@
 #include <mutex>
 #include <set>
 #include <utility>
+#include <vector>
 
 namespace kasto {
 
@@ -79,32 +81,54 @@ public:
     }
 
     void set(std::string_view key, Json value) {
-        const std::scoped_lock writing(writeLock_);
-        const auto found = values_.find(key);
-        if (isSaved_ && found != values_.end() && isSame(*found, value)) return;
-        if (isUtf8(value))
-            forProcessOnly_.erase(std::string(key));
-        else if (forProcessOnly_.insert(std::string(key)).second)
-            DebugLog::log("preferences: the text for " + std::string(key) + " is not UTF-8 and is not saved");
         {
-            const std::scoped_lock held(valuesLock_);
-            values_[std::string(key)] = std::move(value);
+            const std::scoped_lock writing(writeLock_);
+            const auto found = values_.find(key);
+            if (isSaved_ && found != values_.end() && isSame(*found, value)) return;
+            if (isUtf8(value))
+                forProcessOnly_.erase(std::string(key));
+            else if (forProcessOnly_.insert(std::string(key)).second)
+                DebugLog::log("preferences: the text for " + std::string(key) +
+                              " is not UTF-8 and is not saved");
+            {
+                const std::scoped_lock held(valuesLock_);
+                values_[std::string(key)] = std::move(value);
+            }
+            save();
         }
-        save();
+        tellObservers(key);
     }
 
     void remove(std::string_view key) {
-        const std::scoped_lock writing(writeLock_);
-        if (isSaved_ && !values_.contains(key)) return;
-        forProcessOnly_.erase(std::string(key));
         {
-            const std::scoped_lock held(valuesLock_);
-            values_.erase(key);
+            const std::scoped_lock writing(writeLock_);
+            if (isSaved_ && !values_.contains(key)) return;
+            forProcessOnly_.erase(std::string(key));
+            {
+                const std::scoped_lock held(valuesLock_);
+                values_.erase(key);
+            }
+            save();
         }
-        save();
+        tellObservers(key);
+    }
+
+    std::shared_ptr<const void> observe(Observer changed) {
+        const auto observer = std::make_shared<const Observer>(std::move(changed));
+        observers_.with([&](auto& observers) {
+            std::erase_if(observers, [](const auto& former) { return former.expired(); });
+            observers.push_back(observer);
+        });
+        return observer;
     }
 
 private:
+    // From a copy of the list and without a lock, because observers may write and observe.
+    void tellObservers(std::string_view key) {
+        for (const auto& each : observers_.copy())
+            if (const auto observer = each.lock()) (*observer)(key);
+    }
+
     void load() {
         const auto content = readWholeFile(target_);
         if (!content) return leaveAlone(content.error());
@@ -148,6 +172,8 @@ private:
     // Held only while the map is touched: a reader never waits for the disk.
     mutable std::mutex valuesLock_;
     Json values_ = Json::object();
+
+    Guarded<std::vector<std::weak_ptr<const Observer>>> observers_;
 };
 
 PreferenceStore::PreferenceStore(fs::path file) : data_(std::make_unique<Data>(std::move(file))) {}
@@ -190,5 +216,9 @@ void PreferenceStore::set(std::string_view key, double value) {
 void PreferenceStore::set(std::string_view key, std::string_view value) { data_->set(key, value); }
 
 void PreferenceStore::remove(std::string_view key) { data_->remove(key); }
+
+std::shared_ptr<const void> PreferenceStore::observe(Observer changed) {
+    return data_->observe(std::move(changed));
+}
 
 }  // namespace kasto

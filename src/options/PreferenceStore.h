@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <filesystem>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -46,6 +47,12 @@ public:
     void set(std::string_view key, std::string_view value);
     void set(std::string_view key, const char* value) { set(key, std::string_view(value)); }
     void remove(std::string_view key);
+
+    // Calls `changed` with the key after each change, on the thread that made it and under no lock, for as
+    // long as the result lives. Let it go on the thread that writes: a change on another thread may be under
+    // way.
+    using Observer = std::function<void(std::string_view key)>;
+    [[nodiscard]] std::shared_ptr<const void> observe(Observer changed);
 
     // As given at construction.
     const std::filesystem::path& file() const;

@@ -3,7 +3,9 @@
 #include "base/HomeFolders.h"
 #include "options/PreferenceStore.h"
 
+#include <algorithm>
 #include <array>
+#include <cassert>
 #include <charconv>
 #include <cmath>
 #include <limits>
@@ -16,10 +18,6 @@ namespace kasto {
 namespace {
 
 namespace fs = std::filesystem;
-
-bool flag(std::string_view key, bool whenMissing) {
-    return Prefs::store().boolean(key).value_or(whenMissing);
-}
 
 // The shortest decimals that read back to the same number, always with a fractional part: "120.0".
 std::string decimalText(double value) {
@@ -56,54 +54,81 @@ std::optional<Rect> parsedRect(std::string_view text) {
 }
 
 fs::path made(const fs::path& folder) {
-    std::error_code ignored;  // whoever writes into the folder reports that it is missing
+    std::error_code ignored;  // writing into a folder that is missing fails, and that is reported
     fs::create_directories(folder, ignored);
     return folder;
 }
 
 }  // namespace
 
-bool Prefs::showClicks() { return flag("showClicks", true); }
-bool Prefs::showMarquee() { return flag("showMarquee", true); }
-bool Prefs::pipEnabled() { return flag("pipEnabled", true); }
-bool Prefs::roundCamera() { return flag("roundCamera", true); }
-bool Prefs::captureSystemSound() { return flag("captureSystemSound", true); }
-bool Prefs::cloudKastos() { return flag("cloudKastos", true); }
-bool Prefs::captureMic() { return flag("captureMic", false); }
-bool Prefs::convertMP4() { return flag("convertMP4", false); }
-bool Prefs::invertPan() { return flag("invertPan", false); }
+bool Prefs::isOn(OptionId id) {
+    const auto& option = optionOf(id);
+    assert(option.control == Control::onOff);
+    if (!option.integers) return store().boolean(option.key).value_or(option.isOnByDefault);
+    const auto stored = store().integer(option.key);
+    return stored ? *stored == option.integers->on : option.isOnByDefault;
+}
+
+void Prefs::setOn(OptionId id, bool on) {
+    const auto& option = optionOf(id);
+    assert(option.control == Control::onOff);
+    if (option.integers) {
+        store().set(option.key, on ? option.integers->on : option.integers->off);
+    } else {
+        store().set(option.key, on);
+    }
+}
+
+std::optional<std::string> Prefs::text(OptionId id) { return store().string(optionOf(id).key); }
+
+void Prefs::setText(OptionId id, const std::optional<std::string>& text) {
+    if (!text) return forget(id);
+    store().set(optionOf(id).key, *text);
+}
+
+void Prefs::forget(OptionId id) { store().remove(optionOf(id).key); }
+
+std::shared_ptr<const void> Prefs::observe(std::function<void(OptionId)> changed) {
+    return store().observe([changed = std::move(changed)](std::string_view key) {
+        const auto option = std::ranges::find(kOptions, key, &Option::key);
+        if (option != kOptions.end()) changed(option->id);
+    });
+}
 
 int Prefs::fps() {
-    constexpr int kDefault = 60;
-    const auto stored = store().integer("fps").value_or(kDefault);
-    return std::in_range<int>(stored) ? static_cast<int>(stored) : kDefault;
+    const auto& option = optionOf(OptionId::fps);
+    const int whenMissing = option.isOnByDefault ? option.integers->on : option.integers->off;
+    const auto stored = store().integer(option.key).value_or(whenMissing);
+    return std::in_range<int>(stored) ? static_cast<int>(stored) : whenMissing;
 }
 
 std::optional<Rect> Prefs::regionRect() {
-    const auto text = store().string("regionRect");
-    return text ? parsedRect(*text) : std::nullopt;
+    const auto stored = text(OptionId::regionRect);
+    return stored ? parsedRect(*stored) : std::nullopt;
 }
 
 void Prefs::setRegionRect(const std::optional<Rect>& rect) {
-    if (!rect) return store().remove("regionRect");
-    store().set("regionRect", decimalText(rect->minX()) + "," + decimalText(rect->minY()) + "," +
-                                  decimalText(rect->width) + "," + decimalText(rect->height));
+    if (!rect) return forget(OptionId::regionRect);
+    setText(OptionId::regionRect, decimalText(rect->minX()) + "," + decimalText(rect->minY()) + "," +
+                                      decimalText(rect->width) + "," + decimalText(rect->height));
 }
 
 std::optional<DisplayId> Prefs::regionDisplayID() {
-    const auto number = store().number("regionDisplayID");
+    const auto number = store().number(optionOf(OptionId::regionDisplayID).key);
     if (!number || *number < 0 || *number > std::numeric_limits<DisplayId>::max()) return std::nullopt;
     return static_cast<DisplayId>(*number);
 }
 
-std::optional<fs::path> Prefs::outputDir() { return store().string("outputDir"); }
-
-void Prefs::setOutputDir(const std::optional<fs::path>& folder) {
-    if (!folder) return store().remove("outputDir");
-    store().set("outputDir", folder->string());
+void Prefs::setRegionDisplayID(std::optional<DisplayId> display) {
+    if (!display) return forget(OptionId::regionDisplayID);
+    store().set(optionOf(OptionId::regionDisplayID).key, *display);
 }
 
-std::optional<std::string> Prefs::cameraID() { return store().string("cameraID"); }
+std::optional<fs::path> Prefs::outputDir() { return text(OptionId::outputDir); }
+
+void Prefs::setOutputDir(const std::optional<fs::path>& folder) {
+    setText(OptionId::outputDir, folder ? std::optional(folder->string()) : std::nullopt);
+}
 
 fs::path Prefs::saveDir() { return made(moviesFolder() / "kasto"); }
 
@@ -115,7 +140,7 @@ std::optional<fs::path> Prefs::cloudKastosDir() {
 }
 
 PreferenceStore& Prefs::store() {
-    // Never destroyed: other threads may ask until the process is gone.
+    // Never destroyed, because other threads may read options until the process ends.
     static PreferenceStore& kept = *new PreferenceStore(configFolder() / "kasto/preferences.json");
     return kept;
 }

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "options/OptionTable.h"
+
 #include <QString>
 #include <functional>
 #include <variant>
@@ -7,33 +9,40 @@
 
 namespace kasto {
 
-// One row of the settings. The callbacks run on the main thread and hold what they act on by reference.
+// One row of the settings window, as data: `SettingsView` draws it and runs its callbacks on the main thread.
+// The callbacks hold what they act on by reference.
 
+// A heading.
 struct SectionRow {
     QString title;
 };
 
 // An option that is on or off.
 struct ToggleRow {
+    OptionId option;
     QString title, desc;
     std::function<bool()> get;
     std::function<void(bool)> set;
 };
 
-// An option with several values: each click takes the next one.
+// An option with several values: each click takes the next one. `value` is the text of its button.
 struct ChoiceRow {
+    OptionId option;
     QString title, desc;
     std::function<QString()> value;
     std::function<void()> next;
 };
 
+// A disabled button is drawn and cannot be clicked.
 struct RowButton {
     QString label;
     bool enabled = true;
     std::function<void()> run;
 };
 
+// An option that is set by commands.
 struct ActionRow {
+    OptionId option;
     QString title, desc;
     std::vector<RowButton> buttons;
 };

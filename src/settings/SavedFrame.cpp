@@ -1,6 +1,5 @@
 #include "settings/SavedFrame.h"
 
-#include "options/PreferenceStore.h"
 #include "options/Prefs.h"
 
 #include <QEvent>
@@ -17,8 +16,8 @@ namespace kasto {
 
 namespace {
 
-// No desktop is larger, and the sums of such numbers are still numbers.
-constexpr int kFarthest = 1'000'000;
+// Larger than any desktop, and small enough that sums of such numbers do not overflow.
+constexpr int kMaxCoordinate = 1'000'000;
 
 std::optional<QRect> parsedFrame(const std::string& text) {
     const auto pieces = QString::fromStdString(text).split(',');
@@ -27,12 +26,13 @@ std::optional<QRect> parsedFrame(const std::string& text) {
     for (std::size_t i = 0; i < numbers.size(); ++i) {
         bool isNumber = false;
         numbers[i] = pieces[qsizetype(i)].toInt(&isNumber);
-        if (!isNumber || numbers[i] != std::clamp(numbers[i], -kFarthest, kFarthest)) return std::nullopt;
+        if (!isNumber || numbers[i] != std::clamp(numbers[i], -kMaxCoordinate, kMaxCoordinate))
+            return std::nullopt;
     }
     return QRect(numbers[0], numbers[1], numbers[2], numbers[3]);
 }
 
-// The area of the screen that shows most of the frame; none where no screen shows any.
+// The available area of the screen that shows most of the frame; none if no screen shows any of it.
 std::optional<QRect> areaFor(const QRect& frame) {
     std::optional<QRect> area;
     int mostShown = 0;
@@ -45,7 +45,7 @@ std::optional<QRect> areaFor(const QRect& frame) {
     return area;
 }
 
-// Moved into the area; where it is larger than that, its upper left corner is what stays inside.
+// The frame moved into the area. Where it is larger than the area, its upper left corner stays inside.
 QRect movedInto(const QRect& area, QRect frame) {
     frame.moveLeft(std::max(area.left(), std::min(frame.left(), area.right() + 1 - frame.width())));
     frame.moveTop(std::max(area.top(), std::min(frame.top(), area.bottom() + 1 - frame.height())));
@@ -54,10 +54,9 @@ QRect movedInto(const QRect& area, QRect frame) {
 
 }  // namespace
 
-SavedFrame::SavedFrame(QWidget& window, std::string key)
-    : QObject(&window), window_(window), key_(std::move(key)) {
+SavedFrame::SavedFrame(QWidget& window) : QObject(&window), window_(window) {
     if (!restore()) centre();
-    // Dragging a window changes its frame all the time.
+    // While a window is dragged its frame changes many times a second; only the last one is worth storing.
     changed_.setSingleShot(true);
     changed_.setInterval(std::chrono::milliseconds(300));
     connect(&changed_, &QTimer::timeout, this, &SavedFrame::save);
@@ -69,7 +68,7 @@ SavedFrame::~SavedFrame() {
 }
 
 bool SavedFrame::restore() {
-    const auto stored = Prefs::store().string(key_);
+    const auto stored = Prefs::text(OptionId::settingsFrame);
     auto frame = stored ? parsedFrame(*stored) : std::nullopt;
     if (!frame) return false;
     frame->setSize(frame->size().expandedTo(window_.minimumSize()).boundedTo(window_.maximumSize()));
@@ -96,12 +95,9 @@ bool SavedFrame::eventFilter(QObject*, QEvent* event) {
 }
 
 void SavedFrame::save() {
-    Prefs::store().set(key_, QString("%1,%2,%3,%4")
-                                 .arg(frame_.x())
-                                 .arg(frame_.y())
-                                 .arg(frame_.width())
-                                 .arg(frame_.height())
-                                 .toStdString());
+    const auto text =
+        QString("%1,%2,%3,%4").arg(frame_.x()).arg(frame_.y()).arg(frame_.width()).arg(frame_.height());
+    Prefs::setText(OptionId::settingsFrame, text.toStdString());
 }
 
 }  // namespace kasto

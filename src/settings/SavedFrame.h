@@ -3,21 +3,20 @@
 #include <QObject>
 #include <QRect>
 #include <QTimer>
-#include <string>
 
 class QWidget;
 
 namespace kasto {
 
-// Keeps a window's place and height in the preferences, as "x,y,width,height" in the points of Qt's virtual
-// desktop. Main thread.
+// Keeps the frame of the settings window in the preference file (`OptionId::settingsFrame`), as
+// "x,y,width,height" in the points of Qt's virtual desktop. Main thread.
 class SavedFrame final : public QObject {
 public:
-    // Gives the window the frame that is stored under the key, within the window's own limits and moved onto
-    // the screen it is mostly on, or puts it in the middle of the main screen when there is none or it is on
-    // none. From then on the frame is stored when it has changed, a moment later or when the window goes. The
-    // window owns this.
-    SavedFrame(QWidget& window, std::string key);
+    // Gives the window the stored frame, within the window's minimum and maximum size and moved onto the
+    // screen that shows most of it. Without a stored frame, or if no screen shows any of it, the window is
+    // put in the middle of the main screen. From then on a changed frame is stored 0.3 s after the last
+    // change, or when the window is destroyed. The window owns this object.
+    explicit SavedFrame(QWidget& window);
     ~SavedFrame() override;
 
 private:
@@ -27,9 +26,8 @@ private:
     void save();
 
     QWidget& window_;
-    const std::string key_;
     QTimer changed_;
-    QRect frame_;  // kept, as the window may be half gone when it is saved
+    QRect frame_;  // a copy: in the destructor the window has no geometry any more
 };
 
 }  // namespace kasto

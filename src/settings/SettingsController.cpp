@@ -16,13 +16,13 @@ void SettingsController::makeWindow() {
     const bool capturable = qEnvironmentVariableIsSet("KASTO_CAPTURABLE");
     watchOwnWindow(*window_, ownWindows_, capturable ? SharingType::readOnly : SharingType::none);
     window_->view().onClose = [window = window_.get()] { window->hide(); };
-    new SavedFrame(*window_, "kastoSettings");
+    new SavedFrame(*window_);
 }
 
 void SettingsController::show() {
     if (!window_) makeWindow();
     window_->view().reload();
-    // Told again, or the window manager would choose the place of a window that it has moved itself.
+    // Without an explicit position the window manager would choose a new place for the window.
     window_->move(window_->pos());
     window_->setWindowState(window_->windowState() & ~Qt::WindowMinimized);
     window_->show();

@@ -9,20 +9,20 @@ class SettingsHost;
 class SettingsPanel;
 
 // Owns the settings window: it is made when it is first shown, then shown and hidden, and kept out of takes
-// unless KASTO_CAPTURABLE is in the environment. Its frame is kept under "kastoSettings". Main thread.
+// unless KASTO_CAPTURABLE is in the environment. Its frame is kept in the preference file. Main thread.
 class SettingsController {
 public:
     // Both outlive the controller.
     SettingsController(SettingsHost& host, OwnWindows& ownWindows);
     ~SettingsController();
 
-    // Shows the window in front of all others, with its rows as things are now.
+    // Builds the rows anew and shows the window in front of all others.
     void show();
 
     // Hides the window if it is visible, else shows it.
     void toggle();
 
-    // None before it is first shown.
+    // Null before it is first shown.
     SettingsPanel* window() const { return window_.get(); }
 
 private:

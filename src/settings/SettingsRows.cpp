@@ -1,11 +1,11 @@
 #include "settings/SettingsRows.h"
 
-#include "options/PreferenceStore.h"
+#include "options/OptionTable.h"
+#include "options/OptionTexts.h"
 #include "options/Prefs.h"
 #include "settings/SettingsHost.h"
 
 #include <algorithm>
-#include <limits>
 #include <memory>
 #include <optional>
 #include <string>
@@ -19,111 +19,91 @@ constexpr auto kDefaultCamera = "SYSTEM DEFAULT";
 
 struct CameraChoice {
     QString name;
-    std::optional<std::string> id;  // none = the default camera
+    std::optional<std::string> id;  // none: the default camera
 };
 
 using CameraChoices = std::vector<CameraChoice>;
 
+QString toQt(std::string_view text) { return QString::fromUtf8(text.data(), qsizetype(text.size())); }
+
 CameraChoices cameraChoices(SettingsHost& host) {
     CameraChoices choices{{kDefaultCamera, std::nullopt}};
-    for (const auto& camera : host.cameras())
-        choices.push_back({QString::fromStdString(camera.name).toUpper(), camera.id});
+    for (const auto& camera : host.cameras()) choices.push_back({toQt(camera.name).toUpper(), camera.id});
     return choices;
 }
 
-// Where the stored camera is among the choices; the default one's place when it is not connected.
+// The index of the stored camera among the choices; that of the default camera if it is not connected.
 std::size_t chosenCamera(const CameraChoices& choices) {
     const auto stored = std::ranges::find(choices, Prefs::cameraID(), &CameraChoice::id);
     return stored == choices.end() ? 0 : std::size_t(stored - choices.begin());
 }
 
-ChoiceRow cameraRow(SettingsHost& host) {
+Row cameraRow(const Option& option, SettingsHost& host) {
     const auto choices = std::make_shared<const CameraChoices>(cameraChoices(host));
-    return {"camera", "click to cycle devices", [choices] { return (*choices)[chosenCamera(*choices)].name; },
-            [choices, &host] {
-                host.chooseCamera((*choices)[(chosenCamera(*choices) + 1) % choices->size()].id);
-            }};
+    return ChoiceRow{option.id, toQt(option.title), toQt(option.description),
+                     [choices] { return (*choices)[chosenCamera(*choices)].name; },
+                     [choices] {
+                         const auto next = (chosenCamera(*choices) + 1) % choices->size();
+                         Prefs::setCameraID((*choices)[next].id);
+                     }};
 }
 
-// A switch for a preference that takes effect by being stored.
-ToggleRow optionRow(const QString& title, const QString& desc, const char* key, bool (*get)()) {
-    return {title, desc, get, [key](bool on) { Prefs::store().set(key, on); }};
+Row switchRow(const Option& option) {
+    return ToggleRow{option.id, toQt(option.title), toQt(option.description),
+                     [id = option.id] { return Prefs::isOn(id); },
+                     [id = option.id](bool on) { Prefs::setOn(id, on); }};
 }
 
-ToggleRow hostRow(SettingsHost& host, const QString& title, const QString& desc, bool (*get)(),
-                  void (SettingsHost::*set)(bool)) {
-    return {title, desc, get, [&host, set](bool on) { (host.*set)(on); }};
-}
-
-ToggleRow frameRateRow() {
-    return {"60 fps", "off records 30 · applies to the next take", [] { return Prefs::fps() == 60; },
-            [](bool on) { Prefs::store().set("fps", on ? 60 : 30); }};
-}
-
-// Without its fraction.
-QString wholeNumber(double value) {
-    using Limits = std::numeric_limits<int>;
-    return QString::number(int(std::clamp(value, double(Limits::min()), double(Limits::max()))));
-}
-
-ActionRow regionRow(SettingsHost& host) {
+Row regionRow(const Option& option, SettingsHost& host) {
     const auto region = Prefs::regionRect();
-    const bool idle = !host.isRecording();
-    const auto desc =
-        region ? wholeNumber(region->width) + "×" + wholeNumber(region->height) + " · zoom stays inside it"
-               : QString("full screen · set one to frame a slice");
-    return {"region",
-            desc,
-            {{"SET…", idle, [&host] { host.beginSetRegion(); }},
-             {"CLEAR", idle && region, [&host] { host.clearRegion(); }}}};
+    const bool mayChange = !(option.isFixedDuringTake && host.isRecording());
+    return ActionRow{option.id,
+                     toQt(option.title),
+                     region ? toQt(sizeText(*region)) + " · zoom stays inside it"
+                            : QString("full screen · set one to frame a slice"),
+                     {{"SET…", mayChange, [&host] { host.beginSetRegion(); }},
+                      {"CLEAR", mayChange && region, [&host] { host.clearRegion(); }}}};
 }
 
-QString lastComponent(const std::filesystem::path& folder) {
-    const auto& named = folder.has_filename() ? folder : folder.parent_path();
-    return QString::fromStdString((named.has_filename() ? named.filename() : named).string());
-}
-
-ActionRow outputFolderRow(SettingsHost& host) {
+Row outputFolderRow(const Option& option, SettingsHost& host) {
     const auto folder = Prefs::outputDir();
-    const auto desc = folder ? lastComponent(*folder) + " · the cloud toggle wins while it's on"
-                             : QString("Movies/kasto · the default");
-    return {"output folder",
-            desc,
-            {{"CHOOSE…", true, [&host] { host.chooseOutputFolder(); }},
-             {"DEFAULT", folder.has_value(), [&host] { host.clearOutputFolder(); }}}};
+    return ActionRow{option.id,
+                     toQt(option.title),
+                     folder ? toQt(folderName(*folder)) + " · the cloud toggle wins while it's on"
+                            : QString("Movies/kasto · the default"),
+                     {{"CHOOSE…", true, [&host] { host.chooseOutputFolder(); }},
+                      {"DEFAULT", folder.has_value(), [&host] { host.clearOutputFolder(); }}}};
+}
+
+std::optional<Row> rowFor(const Option& option, SettingsHost& host) {
+    switch (option.control) {
+        case Control::onOff:
+            return switchRow(option);
+        case Control::camera:
+            return cameraRow(option, host);
+        case Control::region:
+            return regionRow(option, host);
+        case Control::outputFolder:
+            return outputFolderRow(option, host);
+        case Control::none:
+            break;
+    }
+    return std::nullopt;
 }
 
 }  // namespace
 
 std::vector<Row> settingsRows(SettingsHost& host) {
-    return {
-        SectionRow{"CAPTURE"},
-        optionRow("show clicks", "a pulse where you press, drawn into the file", "showClicks",
-                  &Prefs::showClicks),
-        hostRow(host, "show marquee", "the live frame outline — you see it, the file never does",
-                &Prefs::showMarquee, &SettingsHost::setShowMarquee),
-        frameRateRow(),
-        regionRow(host),
-        SectionRow{"CAMERA"},
-        hostRow(host, "camera pip", "your webcam in the corner of the take", &Prefs::pipEnabled,
-                &SettingsHost::setPipEnabled),
-        hostRow(host, "round camera", "crop the pip to a circle", &Prefs::roundCamera,
-                &SettingsHost::setRoundCamera),
-        cameraRow(host),
-        SectionRow{"SOUND"},
-        optionRow("system sound", "its own audio track · next take", "captureSystemSound",
-                  &Prefs::captureSystemSound),
-        optionRow("microphone", "its own audio track · asks once · next take", "captureMic",
-                  &Prefs::captureMic),
-        SectionRow{"OUTPUT"},
-        optionRow("mp4", "convert finished takes to .mp4 — no re-encode", "convertMP4", &Prefs::convertMP4),
-        optionRow("save to tolvane cloud", "finished takes land in iCloud Drive/tolvane/kastos",
-                  "cloudKastos", &Prefs::cloudKastos),
-        outputFolderRow(host),
-        SectionRow{"GESTURES"},
-        optionRow("invert pan", "flip the 3-finger and ⌥-scroll pan direction", "invertPan",
-                  &Prefs::invertPan),
-    };
+    std::vector<Row> rows;
+    std::optional<Section> section;
+    for (const auto& option : kOptions) {
+        auto row = rowFor(option, host);
+        if (!row) continue;
+        if (option.section != section) rows.push_back(SectionRow{toQt(headingOf(option.section))});
+        section = option.section;
+        rows.push_back(std::move(*row));
+    }
+    return rows;
 }
 
 }  // namespace kasto

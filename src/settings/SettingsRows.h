@@ -8,9 +8,10 @@ namespace kasto {
 
 class SettingsHost;
 
-// The rows of the settings in their order, as the preferences and the host are now: texts, enabled buttons
-// and the choice of cameras stay as they are, switches and the camera's name are read whenever they are
-// drawn. `host` outlives the rows. Main thread.
+// The rows of the settings window: one for each option of `kOptions` that has a control, under the headings
+// of their sections. Descriptions, enabled buttons and the list of cameras are as options and host are now;
+// switches and the name of the chosen camera are read whenever they are drawn. `host` outlives the rows. Main
+// thread.
 std::vector<Row> settingsRows(SettingsHost& host);
 
 }  // namespace kasto

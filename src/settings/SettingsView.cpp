@@ -1,5 +1,6 @@
 #include "settings/SettingsView.h"
 
+#include "options/Prefs.h"
 #include "settings/SettingsPainter.h"
 #include "settings/SettingsRows.h"
 #include "ui/Brand.h"
@@ -52,6 +53,7 @@ SettingsView::SettingsView(SettingsHost& host, QWidget* parent)
     setFocusPolicy(Qt::StrongFocus);
     setMouseTracking(true);
     reload();
+    optionObservation_ = Prefs::observe([this](OptionId) { reload(); });
 }
 
 void SettingsView::reload() {

@@ -7,6 +7,7 @@
 #include <QRectF>
 #include <QWidget>
 #include <functional>
+#include <memory>
 #include <optional>
 #include <vector>
 
@@ -25,7 +26,7 @@ public:
     // `host` outlives the view.
     SettingsView(SettingsHost& host, QWidget* parent);
 
-    // Builds the rows anew from the preferences and the host.
+    // Builds the rows anew from the options and the host. Done by the view itself whenever an option changes.
     void reload();
 
     // What "✕" and Escape do.
@@ -77,6 +78,7 @@ private:
     double scrollY_ = 0;
     std::optional<std::size_t> hoverIdx_;
     std::optional<QRectF> hoverChrome_;
+    std::shared_ptr<const void> optionObservation_;
 };
 
 }  // namespace kasto

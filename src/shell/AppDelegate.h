@@ -7,13 +7,14 @@
 #include "input/ScrollPanMonitor.h"
 #include "input/TouchPadZoomPan.h"
 #include "model/CaptureModel.h"
+#include "options/OptionTable.h"
 #include "overlay/OverlayController.h"
-#include "picker/RegionPicker.h"
 #include "platform/Desktop.h"
 #include "platform/StatusItem.h"
 #include "recording/Recorder.h"
-#include "settings/SettingsHost.h"
 #include "shell/MainQueue.h"
+#include "shell/MenuHost.h"
+#include "shell/OptionCommands.h"
 
 #include <QMessageBox>
 #include <QObject>
@@ -31,14 +32,14 @@ namespace kasto {
 
 class SettingsController;
 class MainMenu;
-class PopupMenu;
+class StatusMenus;
 
 // The one controller: every trigger starts or stops a take through it.
 //
 // Main thread only. What has to wait for the recorder runs on a worker of its own and goes on here when that
 // is done; `isRecording` and the private busy mark keep such tasks from overlapping. A request that does not
 // fit the phase is ignored.
-class AppDelegate final : public QObject, public SettingsHost {
+class AppDelegate final : public QObject, public MenuHost {
     Q_OBJECT
 
 public:
@@ -53,7 +54,7 @@ public:
 
     // Ends the program: at once when idle, else after the take that is being started, recorded or finished
     // is safely in its file. `readyToTerminate` tells when.
-    void terminate();
+    void terminate() override;
 
     // Runs the command word of each URL, in order: its host, else its path without slashes at its ends.
     void openUrls(const std::vector<std::string>& urls);
@@ -62,7 +63,7 @@ public:
     void startRecording();
 
     // Stops the take that runs, else starts one.
-    void toggleRecording();
+    void toggleRecording() override;
 
     // Stops the take that runs, if one does.
     void stopFromCommand();
@@ -71,23 +72,14 @@ public:
     // when none runs. `reveal` shows the file to the user in the end.
     void finishStop(bool reveal, std::function<void()> done = {});
 
-    // Lets the user choose the folder for finished takes, and keeps the answer.
-    void chooseOutputFolder() override;
-
-    // Finished takes stay in the default folder again.
-    void clearOutputFolder() override;
-
-    // Shows the folder where takes land in the file browser.
-    void openFolder();
-
-    // Options and commands of menus and settings.
+    // Commands of menus and settings.
     std::vector<CameraDevice> cameras() override;
-    void setShowMarquee(bool on) override;
-    void setPipEnabled(bool on) override;
-    void setRoundCamera(bool on) override;
-    void chooseCamera(const std::optional<std::string>& id) override;
+    void chooseOutputFolder() override { optionCommands_.chooseOutputFolder(); }
+    void clearOutputFolder() override { optionCommands_.clearOutputFolder(); }
+    void openFolder() override { optionCommands_.openFolder(); }
     void beginSetRegion() override;
-    void clearRegion() override;
+    void clearRegion() override { optionCommands_.clearRegion(); }
+    bool mayRecordScreen() const override;
 
     // What the stop button does.
     void stopFromBar();
@@ -96,10 +88,10 @@ public:
     void showQuickMenu();
 
     // Shows the settings window, or hides it.
-    void showSettings();
+    void showSettings() override;
 
     // Opens the desktop's settings where the right to record the screen is granted.
-    void openPrivacyPane();
+    void openPrivacyPane() override;
 
     // Finishes the take that runs, or is being finished, before it returns, and shows nothing: for a process
     // that is about to end without its event loop.
@@ -143,13 +135,10 @@ private:
     void spawnStopButton();
     void statusClicked(const StatusClick& click);
 
-    // StatusMenu.cpp
-    std::vector<MenuEntry> statusMenuEntries();
-    std::vector<MenuEntry> optionItems();
-    std::vector<MenuEntry> cameraItems();
-    void addPlaceItems(std::vector<MenuEntry>& entries);
-    void showStatusMenu();
     void closeMenus();
+
+    // OptionEffects.cpp
+    void follow(OptionId option);
 
     // Launch.cpp
     void buildMainMenu();
@@ -169,6 +158,7 @@ private:
     const Desktop desktop_;
     // Outlived by nothing that posts to it: the worker and the recorder end first.
     const std::shared_ptr<MainQueue> mainQueue_ = std::make_shared<MainQueue>();
+    OptionCommands optionCommands_{desktop_};
     CaptureModel model_;
     CameraSource camera_{desktop_.cameraSession};
     Recorder recorder_{model_, camera_, desktop_};
@@ -190,16 +180,15 @@ private:
 
     // None before they are first asked for.
     std::unique_ptr<SettingsController> settings_;
-    std::unique_ptr<RegionPicker> regionPicker_;
     // From launch to exit.
     std::unique_ptr<MainMenu> mainMenu_;
-    std::unique_ptr<PopupMenu> statusMenu_;
-    std::unique_ptr<PopupMenu> quickMenu_;
+    std::unique_ptr<StatusMenus> menus_;
     std::unique_ptr<StatusItem> statusItem_;
     // While a take runs.
     std::unique_ptr<StatusItem> stopItem_;
     QTimer titleTimer_;
     std::unique_ptr<HotKeyRegistration> quickClick_;
+    std::shared_ptr<const void> optionObservation_;  // from launch
 };
 
 }  // namespace kasto

@@ -1,10 +1,11 @@
 #include "base/DebugLog.h"
 #include "input/KeyCodes.h"
+#include "options/Prefs.h"
 #include "platform/ScreenAccess.h"
 #include "settings/SettingsController.h"
 #include "shell/AppDelegate.h"
 #include "shell/MainMenu.h"
-#include "shell/PopupMenu.h"
+#include "shell/StatusMenus.h"
 #include "ui/Brand.h"
 
 #include <QCoreApplication>
@@ -35,6 +36,7 @@ void AppDelegate::applicationDidFinishLaunching() {
     buildMainMenu();
     makeStatusItem();
     updateIcon();
+    optionObservation_ = Prefs::observe([this](OptionId option) { follow(option); });
     hotKey_ = HotKey::make(desktop_.hotKeys, kToggleChord);
     if (hotKey_) {
         hotKey_->onPress = [this, queue = std::weak_ptr(mainQueue_)] {

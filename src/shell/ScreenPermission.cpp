@@ -37,6 +37,8 @@ void AppDelegate::permissionAlert() {
     });
 }
 
+bool AppDelegate::mayRecordScreen() const { return desktop_.screenAccess.preflight(); }
+
 void AppDelegate::openPrivacyPane() {
     if (const auto link = desktop_.screenAccess.settingsLink()) desktop_.workspace.openLink(*link);
 }

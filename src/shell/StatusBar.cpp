@@ -1,7 +1,7 @@
 // The status item and the stop button beside it.
 
 #include "shell/AppDelegate.h"
-#include "shell/PopupMenu.h"
+#include "shell/StatusMenus.h"
 
 #include <QString>
 #include <algorithm>
@@ -9,11 +9,10 @@
 namespace kasto {
 
 void AppDelegate::makeStatusItem() {
-    statusMenu_ = std::make_unique<PopupMenu>(desktop_.ownWindows, desktop_.pointer);
-    quickMenu_ = std::make_unique<PopupMenu>(desktop_.ownWindows, desktop_.pointer);
+    menus_ = std::make_unique<StatusMenus>(*this, desktop_.ownWindows, desktop_.pointer);
     statusItem_ = desktop_.statusItems.make(
         "kasto", {.onClick = [this](const StatusClick& click) { statusClicked(click); },
-                  .menu = [this] { return statusMenuEntries(); }});
+                  .menu = [this] { return menus_->statusEntries(); }});
     // A tick that came early would make the title skip a second now and then.
     titleTimer_.setTimerType(Qt::PreciseTimer);
     titleTimer_.setInterval(std::chrono::seconds(1));
@@ -56,10 +55,19 @@ void AppDelegate::statusClicked(const StatusClick& click) {
     if (isRecording_ && !click.isRight && !click.isControlHeld) {
         toggleRecording();
     } else {
-        showStatusMenu();
+        menus_->showStatusMenu();
     }
 }
 
 void AppDelegate::stopFromBar() { toggleRecording(); }
+
+void AppDelegate::showQuickMenu() {
+    if (isRecording_) menus_->showQuickMenu();
+}
+
+// An open menu shows a phase that has passed.
+void AppDelegate::closeMenus() {
+    if (menus_) menus_->close();
+}
 
 }  // namespace kasto

@@ -1,6 +1,5 @@
 #include "base/MediaClock.h"
 #include "input/InputPoller.h"
-#include "options/PreferenceStore.h"
 #include "options/Prefs.h"
 #include "support/FakePointer.h"
 #include "support/WaitUntil.h"
@@ -20,7 +19,7 @@ protected:
     }
     ~InputPollerTest() override {
         poller.stop();
-        Prefs::store().remove("showClicks");
+        Prefs::forget(OptionId::showClicks);
     }
 
     void hold(const PointerState& state) {
@@ -53,7 +52,7 @@ TEST_F(InputPollerTest, PressesBecomePulsesADiscOrTheMenu) {
                         {{.right = true, .fn = true}, 1, 0, false, false}};
     for (const auto& row : rows) {
         SCOPED_TRACE(&row - rows);
-        Prefs::store().set("showClicks", row.showsClicks);
+        Prefs::setOn(OptionId::showClicks, row.showsClicks);
         for (const bool heldBefore : {true, false}) {
             model.configure({0, 0, 100, 100}, 100, 100);
             menus = 0;

@@ -1,5 +1,4 @@
 #include "input/ScrollPanMonitor.h"
-#include "options/PreferenceStore.h"
 #include "options/Prefs.h"
 #include "support/FakePointer.h"
 #include "support/LogLines.h"
@@ -61,13 +60,13 @@ TEST(ScrollPanMonitorTest, OptionPansAndControlOptionZooms) {
     const LogLines log;
     for (const auto& row : rows) {
         SCOPED_TRACE(row.what);
-        Prefs::store().set("invertPan", row.inverted);
+        Prefs::setOn(OptionId::invertPan, row.inverted);
         const auto effect = effectOf(row.scroll);
         EXPECT_NEAR(effect.zoom, 2 * std::pow(1.25, row.notchesIn), 0.01);
         EXPECT_EQ(sign(effect.center.x - 500), row.right);
         EXPECT_EQ(sign(effect.center.y - 500), row.down);
     }
-    Prefs::store().remove("invertPan");
+    Prefs::forget(OptionId::invertPan);
     EXPECT_EQ(log.count("kasto: opt-scroll pan applied"), 3) << "one of each start that pans";
     EXPECT_EQ(log.count("kasto: ctrl-opt scroll zoom applied"), 2);
 }

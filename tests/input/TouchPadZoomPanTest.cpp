@@ -1,6 +1,5 @@
 #include "input/ContactRecords.h"
 #include "input/TouchPadZoomPan.h"
-#include "options/PreferenceStore.h"
 #include "options/Prefs.h"
 #include "support/FakeDesktop.h"
 #include "support/LogLines.h"
@@ -122,7 +121,7 @@ TEST_F(TouchPadZoomPanTest, FingersZoomAndPanTheModel) {
     EXPECT_NEAR(1000 / crop().width, zoom * std::pow(zoom, 1.15), 0.01);
 
     for (const bool inverted : {false, true}) {
-        Prefs::store().set("invertPan", inverted);
+        Prefs::setOn(OptionId::invertPan, inverted);
         t += 1;
         const auto before = crop();
         touch(3, 0.5, 0.5, 0.1);
@@ -132,7 +131,7 @@ TEST_F(TouchPadZoomPanTest, FingersZoomAndPanTheModel) {
         EXPECT_GT(sign * (crop().midX() - before.midX()), 3) << "fingers to the right pull the view";
         EXPECT_LT(sign * (crop().midY() - before.midY()), -3) << "and upwards";
     }
-    Prefs::store().remove("invertPan");
+    Prefs::forget(OptionId::invertPan);
 
     const std::string frame = "kasto: mt frame n=4 states=[4, 3, 4, 2]";
     EXPECT_EQ(log.all(),

@@ -1,3 +1,4 @@
+#include "options/PreferenceStore.h"
 #include "recording/KastoError.h"
 #include "recording/TakePlan.h"
 #include "support/FakeDesktop.h"
@@ -13,13 +14,11 @@ class TakePlanTest : public testing::Test {
 protected:
     ~TakePlanTest() override { test::forgetOptions(); }
     void setRegion(DisplayId display, Rect rect) {
-        store.remove("regionDisplayID");
-        if (display != 0) store.set("regionDisplayID", std::int64_t{display});
+        Prefs::setRegionDisplayID(display == 0 ? std::nullopt : std::optional(display));
         Prefs::setRegionRect(rect == Rect{} ? std::nullopt : std::optional(rect));
     }
     TakePlan plan() { return planTake(desktop.record()).value(); }
 
-    PreferenceStore& store = Prefs::store();
     test::FakeDesktop desktop;
 };
 
@@ -92,13 +91,13 @@ TEST_F(TakePlanTest, ScalesThatDoNotDivideLosePixelsToNobody) {
 
 TEST_F(TakePlanTest, SettingsFollowTheOptions) {
     for (const auto& [stored, fps] : {std::pair{60, 60}, {30, 30}, {0, 1}, {-7, 1}}) {
-        store.set("fps", std::int64_t{stored});
+        Prefs::store().set("fps", stored);
         EXPECT_EQ(plan().video.expectedFrameRate, fps);
         EXPECT_DOUBLE_EQ(plan().stream.minimumFrameIntervalS, 1.0 / fps);
     }
     for (const int bits : {0, 1, 2, 3, 4, 5, 6, 7}) {
-        store.set("captureSystemSound", (bits & 1) != 0);
-        store.set("captureMic", (bits & 2) != 0);
+        Prefs::setOn(OptionId::captureSystemSound, (bits & 1) != 0);
+        Prefs::setOn(OptionId::captureMic, (bits & 2) != 0);
         desktop.screenCapture.microphone = (bits & 4) != 0;
         EXPECT_EQ(plan().stream.capturesAudio, (bits & 1) != 0);
         EXPECT_EQ(plan().stream.capturesMicrophone, (bits & 6) == 6);

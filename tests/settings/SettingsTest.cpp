@@ -1,3 +1,4 @@
+#include "options/PreferenceStore.h"
 #include "platform/OwnWindows.h"
 #include "settings/SettingsController.h"
 #include "settings/SettingsHost.h"
@@ -26,21 +27,21 @@ struct FakeHost : SettingsHost {
 
     bool isRecording() const override { return recording; }
     std::vector<CameraDevice> cameras() override { return devices; }
-    void setShowMarquee(bool on) override { calls.push_back(on ? "marquee" : "no marquee"); }
-    void setPipEnabled(bool on) override { calls.push_back(on ? "pip" : "no pip"); }
-    void setRoundCamera(bool on) override { calls.push_back(on ? "round" : "square"); }
-    void chooseCamera(const std::optional<std::string>& id) override {
-        id ? Prefs::store().set("cameraID", *id) : Prefs::store().remove("cameraID");
-    }
     void beginSetRegion() override { calls.push_back("set region"); }
     void clearRegion() override { calls.push_back("clear region"); }
     void chooseOutputFolder() override { calls.push_back("choose folder"); }
-    void clearOutputFolder() override { Prefs::store().remove("outputDir"); }
+    void clearOutputFolder() override { Prefs::setOutputDir(std::nullopt); }
 };
 
-// What an action row says, and its buttons: in round brackets those that are disabled.
-std::string described(const Row& row) {
-    const auto& action = std::get<ActionRow>(row);
+template <class R>
+R rowOf(OptionId option, SettingsHost& host) {
+    for (const auto& row : settingsRows(host))
+        if (const auto* found = std::get_if<R>(&row); found && found->option == option) return *found;
+    throw std::out_of_range("no such row");
+}
+
+// The description of an action row and its buttons: the disabled ones in round brackets.
+std::string described(const ActionRow& action) {
     QString text = action.desc;
     for (const auto& button : action.buttons)
         text += QString(button.enabled ? " [%1]" : " (%1)").arg(button.label);
@@ -87,8 +88,8 @@ protected:
 };
 
 TEST_F(SettingsTest, rowsFollowPreferencesAndTheTake) {
-    const auto region = [&] { return described(settingsRows(host)[4]); };
-    const auto folder = [&] { return described(settingsRows(host)[15]); };
+    const auto region = [&] { return described(rowOf<ActionRow>(OptionId::regionRect, host)); };
+    const auto folder = [&] { return described(rowOf<ActionRow>(OptionId::outputDir, host)); };
     EXPECT_EQ(region(), "full screen · set one to frame a slice [SET…] (CLEAR)");
     EXPECT_EQ(folder(), "Movies/kasto · the default [CHOOSE…] (DEFAULT)");
     Prefs::setRegionRect(Rect{9, 9, 1280.6, 1e300});
@@ -103,23 +104,22 @@ TEST_F(SettingsTest, rowsFollowPreferencesAndTheTake) {
 }
 
 TEST_F(SettingsTest, everySwitchStoresItsOption) {
-    const auto rows = settingsRows(host);
-    for (const auto& each : rows)
+    for (const auto& each : settingsRows(host))
         if (const auto* toggle = std::get_if<ToggleRow>(&each)) toggle->set(!toggle->get());
-    EXPECT_EQ(host.calls, (Texts{"no marquee", "no pip", "square"}));
-    EXPECT_FALSE(Prefs::showClicks() || Prefs::captureSystemSound() || Prefs::cloudKastos());
+    EXPECT_FALSE(Prefs::showClicks() || Prefs::showMarquee() || Prefs::pipEnabled() || Prefs::roundCamera());
+    EXPECT_FALSE(Prefs::captureSystemSound() || Prefs::cloudKastos());
     EXPECT_TRUE(Prefs::captureMic() && Prefs::convertMP4() && Prefs::invertPan());
     EXPECT_EQ(Prefs::fps(), 30);
     Prefs::store().set("fps", 24);
-    EXPECT_FALSE(std::get<ToggleRow>(rows[3]).get());
+    EXPECT_FALSE(rowOf<ToggleRow>(OptionId::fps, host).get());
 }
 
 TEST_F(SettingsTest, clicksCycleThroughTheCameras) {
     host.devices = {{"a", "Webcam é"}, {"b", ""}};
-    const auto row = std::get<ChoiceRow>(settingsRows(host)[8]);
+    const auto row = rowOf<ChoiceRow>(OptionId::cameraID, host);
     Texts values;
     for (const auto* stored : {"", "a", "b", "unplugged"}) {
-        if (*stored) Prefs::store().set("cameraID", stored);
+        if (*stored) Prefs::setCameraID(stored);
         row.next();
         values.push_back(row.value().toStdString() + "=" + Prefs::cameraID().value_or("none"));
     }
@@ -130,9 +130,22 @@ TEST_F(SettingsTest, cameraNamesFitTheirButton) {
     host.devices = {{"long", std::string(100'000, 'w')}, {"short", "x"}};
     open();
     for (const auto& [camera, left] : {std::pair{"long", 290}, {"short", 400}}) {
-        Prefs::store().set("cameraID", camera);
+        Prefs::setCameraID(camera);
         EXPECT_EQ(colourAt(left - 1, 463) + colourAt(left, 463) + colourAt(489, 463), row + off + off);
     }
+}
+
+TEST_F(SettingsTest, followsOptionsThatChangeElsewhere) {
+    open();
+    const auto before = paint();
+    Prefs::setOutputDir("/mnt/Renders");
+    Prefs::setRegionRect(Rect{0, 0, 10, 10});
+    const auto after = paint();
+    view().reload();
+    EXPECT_NE(before, after);
+    EXPECT_EQ(after, paint());
+    click(460, 285);
+    EXPECT_EQ(host.calls, Texts{"clear region"});
 }
 
 TEST_F(SettingsTest, onlyWhatTakesAClickShowsTheMouse) {
@@ -237,7 +250,7 @@ TEST_F(SettingsTest, theFrameIsKeptAndBroughtOntoAScreen) {
     };
     for (const auto& [stored, frame] : frames) {
         controller.reset();
-        Prefs::store().set("kastoSettings", stored);
+        Prefs::setText(OptionId::settingsFrame, stored);
         open();
         EXPECT_EQ(window().geometry(), frame) << stored;
     }
@@ -247,7 +260,7 @@ TEST_F(SettingsTest, theFrameIsKeptAndBroughtOntoAScreen) {
     EXPECT_EQ(ownWindows.windows().at(0).sharing, SharingType::readOnly);
     window().setGeometry(3, 4, 520, 500);
     controller.reset();
-    EXPECT_EQ(Prefs::store().string("kastoSettings"), "3,4,520,500");
+    EXPECT_EQ(Prefs::text(OptionId::settingsFrame), "3,4,520,500");
 }
 
 TEST_F(SettingsTest, facesAreFoundByNameElseTheirFallback) {

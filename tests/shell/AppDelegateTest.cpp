@@ -35,14 +35,14 @@ TEST_F(AppDelegateTest, runsTheChosenCameraWhileATakeWithATileRuns) {
         return loopUntil([&] { return session.running() == id; });
     };
 
-    delegate->chooseCamera("back");
+    Prefs::setCameraID("back");
     record();
     EXPECT_TRUE(runs("back"));
-    delegate->chooseCamera(std::nullopt);
+    Prefs::setCameraID(std::nullopt);
     EXPECT_TRUE(runs("front"));
-    delegate->setPipEnabled(false);
+    Prefs::setOn(OptionId::pipEnabled, false);
     EXPECT_TRUE(runs(""));
-    delegate->setPipEnabled(true);
+    Prefs::setOn(OptionId::pipEnabled, true);
     EXPECT_TRUE(runs("front"));
     delegate->toggleRecording();
     EXPECT_TRUE(runs(""));

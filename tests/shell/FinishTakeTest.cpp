@@ -59,7 +59,7 @@ TEST_F(FinishTakeTest, TheCloudFolderWinsBeforeTheChosenOneAndTheDefault) {
     expectAt(cloudFolder / movie.filename(), movie);
     EXPECT_EQ(log.count("kasto: kasto → tolvane cloud (" + movie.filename().string() + ")"), 1);
 
-    Prefs::store().set("cloudKastos", false);
+    Prefs::setOn(OptionId::cloudKastos, false);
     movie = takeAndStop();
     expectAt(clips / movie.filename(), movie);
     EXPECT_EQ(log.count("kasto: kasto → " + clips.string()), 1);
@@ -95,7 +95,7 @@ TEST_F(FinishTakeTest, AMoveThatFailsKeepsTheTake) {
 }
 
 TEST_F(FinishTakeTest, OneFileIsLeftAndMovedWhateverTheConversionDoes) {
-    Prefs::store().set("convertMP4", true);
+    Prefs::setOn(OptionId::convertMP4, true);
     Prefs::setOutputDir(clips);
     struct Row {
         bool refused;
@@ -136,7 +136,7 @@ TEST_F(FinishTakeTest, TheOutputFolderIsChosenShownAndReset) {
     delegate->openFolder();
     fs::create_directories(cloudDrive);
     delegate->openFolder();
-    Prefs::store().set("cloudKastos", false);
+    Prefs::setOn(OptionId::cloudKastos, false);
     delegate->clearOutputFolder();
     EXPECT_EQ(log.count("kasto: output folder reset to default"), 1);
     delegate->openFolder();

@@ -45,7 +45,7 @@ TEST_F(StatusMenuTest, saysWhatTheProgramWouldDoNow) {
         return added;
     };
     desktop.screenAccess.granted = false;
-    Prefs::store().set("fps", 30);
+    Prefs::setOn(OptionId::fps, false);
     Prefs::setOutputDir("/tmp/R&D\tשלום/");
     Prefs::setRegionRect(Rect{100, 80, 1280.9, 720.9});
     EXPECT_EQ(newLines(), (std::vector<std::string>{"o 60 fps", "output: \u2068R&D שלום\u2069 — change…",

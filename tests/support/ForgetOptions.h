@@ -1,16 +1,12 @@
 #pragma once
 
-#include "options/PreferenceStore.h"
 #include "options/Prefs.h"
 
 namespace kasto::test {
 
-// Sets every option that a test may have changed to its default.
+// Sets every option to its default.
 inline void forgetOptions() {
-    for (const auto* key : {"showClicks", "showMarquee", "captureSystemSound", "captureMic", "convertMP4",
-                            "cloudKastos", "invertPan", "fps", "pipEnabled", "roundCamera", "regionRect",
-                            "regionDisplayID", "cameraID", "outputDir", "kastoSettings"})
-        Prefs::store().remove(key);
+    for (const auto& option : kOptions) Prefs::forget(option.id);
 }
 
 }  // namespace kasto::test
