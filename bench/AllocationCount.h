@@ -2,7 +2,7 @@
 
 namespace kasto::bench {
 
-// How often memory was asked for since the start, by any thread of the program.
+// How many times any thread of the program has allocated memory since the start.
 long allocationCount();
 
 }  // namespace kasto::bench

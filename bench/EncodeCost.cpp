@@ -1,5 +1,5 @@
-// What a picture of a take costs the software encoder, in processor time of all threads, and how good it
-// looks.
+// Measures what one picture of a take costs the software encoder, in processor time of all threads, and how
+// near the coded picture comes to the original.
 
 #include "movie/h264/EncoderPreset.h"
 #include "movie/h264/SoftwareEncoder.h"
@@ -18,7 +18,7 @@ constexpr int kPictures = 60;
 
 enum Content { stillText, scrolledText, zoomedText };
 
-// Dark strokes on white, twice the picture's size.
+// A page of dark strokes on white, twice as large as the picture.
 struct Page {
     int width, height;
     std::vector<std::uint8_t> luma;

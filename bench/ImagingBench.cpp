@@ -1,5 +1,5 @@
-// Frames as they are composed for a movie, on one thread, beside what other libraries take for the plain
-// part of the work. Names end in the height of the frame; bench/imaging-ratios sums them up.
+// Measures how long frames take to compose on one thread, beside the time that other libraries take for the
+// conversion or the scaling alone. Names end in the height of the frame; bench/imaging-ratios sums them up.
 
 #include "AllocationCount.h"
 #include "imaging/Image.h"
@@ -35,7 +35,7 @@ struct View {
     Point originPx;
 };
 
-// Large even areas, edges and some noise, as on a desktop.
+// A picture like a desktop: large even areas, edges and some noise.
 PixelBufferRef desktopPicture(int width, int height) {
     auto buffer = PixelBuffer::make(PixelFormat::bgrx, width, height);
     std::mt19937 random(1);
@@ -84,14 +84,15 @@ public:
         return compositor_.frame(ingredients_);
     }
 
-    // What a picture of the camera costs beside the frames.
+    // Draws one picture of the webcam as the tile, which is done once for each picture and not for each
+    // frame.
     void drawTile() {
         tile_.draw(ingredients_.camera);
         ingredients_.tile = tile_.newest();
     }
 
 private:
-    // Pulses of every age, in the part of the picture that is seen when zoomed in as well as outside.
+    // Pulses of every age, inside the crop of the zoomed frame and outside of it.
     RippleDiscs pulses() const {
         RippleDiscs pulses;
         const double scale = height_ > 1440 ? 2 : 1;
@@ -117,7 +118,7 @@ View whole() { return {1, {0, 0}}; }
 
 View zoomed(const Scene& scene) { return {2, {scene.width() * 0.22 + 0.37, scene.height() * 0.24 + 0.61}}; }
 
-// One way to fill the scene's target; what it takes is measured.
+// One way to fill the scene's target. Its time is measured.
 using Work = std::function<void()>;
 
 Work composing(Scene& scene, const View& view, bool hasEffects) {
@@ -197,8 +198,9 @@ double median(std::vector<double>& values) {
     return *middle;
 }
 
-// Both by turns, frame by frame, so that they find the same caches and the same load of the machine. The time
-// is that of the first; "ratio" is the median of first to second. Composing must not allocate.
+// Runs two ways by turns, frame by frame, so that both meet the same caches and the same load of the machine.
+// The reported time is that of the first way, "ratio" is the median of first to second. Fails where composing
+// allocates memory.
 void compare(benchmark::State& state, Maker makeFirst, Maker makeSecond) {
     Scene scene(static_cast<int>(state.range(0)));
     const Work first = makeFirst(scene);

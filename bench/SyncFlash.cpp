@@ -1,5 +1,5 @@
-// Covers the screen with a dark window in whose middle a bright patch shows for the first tenth of a second
-// of every beat of the monotonic clock, until it is ended; then tells how late the X server had painted them.
+// Covers the screen with a dark window and shows a bright patch in its middle for the first tenth of a second
+// of every beat of the monotonic clock. When it is ended it prints how late the X server painted the patches.
 //   sync_flash BEAT_MS
 
 #include <xcb/xcb.h>
@@ -43,7 +43,7 @@ struct Screen {
         return true;
     }
 
-    // Returns when it is on the screen.
+    // Returns when the X server has painted it.
     void paint(std::uint32_t colour) const {
         xcb_change_gc(connection, context, XCB_GC_FOREGROUND, &colour);
         xcb_poly_fill_rectangle(connection, window, context, 1, &patch);

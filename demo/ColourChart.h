@@ -9,7 +9,7 @@ struct Colour {
     std::uint8_t red, green, blue;  // sRGB
 };
 
-// A chart of big patches that fills a screen, row by row, above a strip in which something moves.
+// A chart that fills the screen: large patches of known colours, and below them a strip in which things move.
 namespace chart {
 
 inline constexpr int kScreenWidth = 1280;
@@ -19,7 +19,7 @@ inline constexpr int kPatchWidth = kScreenWidth / kColumns;
 inline constexpr int kPatchHeight = 160;
 inline constexpr int kStripTop = 4 * kPatchHeight;
 
-// Primaries and their mixtures, greys, skin tones, and colours of everyday things in between.
+// The patches, row by row: primaries and their mixtures, greys, skin tones and everyday colours.
 inline constexpr std::array<Colour, 32> kPatches{{
     {255, 0, 0},     {0, 255, 0},     {0, 0, 255},     {0, 255, 255},   {255, 0, 255},  {255, 255, 0},
     {0, 0, 0},       {255, 255, 255}, {16, 16, 16},    {48, 48, 48},    {86, 86, 86},   {118, 118, 118},

@@ -1,4 +1,4 @@
-// What is to be seen on a private desktop: "chart" shows known colours, "scene" a desktop at work.
+// The windows of a private desktop: "chart" shows known colours, "scene" a desktop at work.
 
 #include "demo/ColourChart.h"
 
@@ -19,7 +19,7 @@
 namespace kasto::demo {
 namespace {
 
-// A window that paints itself anew 60 times a second, or once.
+// A window that repaints itself 60 times a second if it is animated, and else only when it must.
 class Client : public QWidget {
 public:
     explicit Client(const QString& title, Qt::WindowFlags flags = Qt::Window) : QWidget(nullptr, flags) {
@@ -70,7 +70,7 @@ private:
 
 class Wallpaper final : public Client {
 public:
-    // Unmanaged and lowered once, so that no press raises it over the windows.
+    // The window manager does not manage it, so that no press raises it above the other windows.
     Wallpaper() : Client("wallpaper", Qt::X11BypassWindowManagerHint | Qt::FramelessWindowHint) {
         setGeometry(screen()->geometry());
         QTimer::singleShot(0, this, [this] { lower(); });

@@ -1,13 +1,13 @@
-// Sound for private desktops, that tells the time.
+// Sound for private desktops, with beeps at known times.
 //
-// test_sound play HZ [PROPERTY=VALUE…]: plays to the default speakers.
-// test_sound microphone NAME HZ [PROPERTY=VALUE…]: is a microphone of that name.
-// test_sound speakers NAME MS [PROPERTY=VALUE…]: are speakers of that name, heard so much after they were
-// given their sound.
+//   test_sound play HZ [PROPERTY=VALUE…]               plays to the default speakers
+//   test_sound microphone NAME HZ [PROPERTY=VALUE…]    makes a microphone of that name
+//   test_sound speakers NAME MS [PROPERTY=VALUE…]      makes speakers of that name with a latency of MS
 //
-// A quiet tone of that pitch, and a loud one in the first tenth of a second of every beat of the monotonic
-// clock: each second, or each beat.ms=MILLISECONDS. With clock.ppm=PPM the microphone is a device with a
-// clock of its own, which is so much too fast, and hears what it hands on one buffer later, as devices do.
+// Players and microphones give a quiet tone of HZ that is loud for the first tenth of a second of every beat
+// of the monotonic clock. A beat is a second, or the property beat.ms. With the property clock.ppm the
+// microphone has a clock of its own that is that many millionths too fast, and hands on its sound one buffer
+// late, as devices do.
 
 #include <pipewire/pipewire.h>
 #include <spa/param/audio/format-utils.h>
@@ -31,7 +31,7 @@ constexpr int kRate = 48'000;
 constexpr std::int64_t kSecondNs = 1'000'000'000;
 constexpr float kQuiet = 0.05F;
 constexpr float kLoud = 0.5F;
-constexpr std::size_t kClockFrames = 1024;  // a round of a microphone with a clock of its own
+constexpr std::size_t kClockFrames = 1024;  // frames in one buffer of a microphone with its own clock
 
 enum class Role { player, microphone, speakers };
 
@@ -43,14 +43,14 @@ struct Sound {
     double hz = 440;
     double phase = 0;
     std::int64_t beatNs = kSecondNs;
-    spa_latency_info latency{};  // of a device
+    spa_latency_info latency{};  // what a device reports
 
-    // A clock of its own
+    // Of a microphone with a clock of its own:
     bool hasClock = false;
     double samplesPerS = kRate;
     spa_source* timer = nullptr;
     spa_io_position* position = nullptr;
-    double roundNs = 0;  // when the present round was due
+    double roundNs = 0;  // when the present buffer was due
 };
 
 std::int64_t monotonicNs() {
@@ -61,7 +61,7 @@ std::int64_t monotonicNs() {
 
 double roundLengthNs(const Sound& sound) { return kClockFrames / sound.samplesPerS * kSecondNs; }
 
-// When the first sample of this round is heard, by the speakers' listener or by the microphone.
+// The time at which the first sample of this buffer is heard: from the speakers, or by the microphone.
 double firstNs(const Sound& sound) {
     if (sound.hasClock) return sound.roundNs - roundLengthNs(sound);
     pw_time time{};
@@ -130,13 +130,13 @@ void stateChanged(void* data, pw_stream_state, pw_stream_state state, const char
 
 void quit(void* data, int) { pw_main_loop_quit(static_cast<Sound*>(data)->loop); }
 
-// The server does with it what speakers do.
+// Speakers play nothing. They only take each buffer and give it back.
 void consume(void* data) {
     auto& sound = *static_cast<Sound*>(data);
     if (auto* buffer = pw_stream_dequeue_buffer(sound.stream)) pw_stream_queue_buffer(sound.stream, buffer);
 }
 
-// Takes them from the arguments; none if those make no sense.
+// Reads the arguments. Returns none if they make no sense.
 pw_properties* propertiesOf(Sound& sound, const std::vector<std::string>& arguments) {
     const std::string what = arguments.empty() ? "" : arguments[0];
     if (what == "microphone") sound.role = Role::microphone;
@@ -150,7 +150,7 @@ pw_properties* propertiesOf(Sound& sound, const std::vector<std::string>& argume
     if (isDevice) {
         pw_properties_set(properties, PW_KEY_NODE_NAME, arguments[1].c_str());
         pw_properties_set(properties, PW_KEY_NODE_DESCRIPTION, arguments[1].c_str());
-        // Else the speakers' monitor stays the default source, and other speakers the default ones.
+        // Without this priority, other devices stay the default microphone and the default speakers.
         pw_properties_set(properties, PW_KEY_PRIORITY_SESSION, "2000");
     }
     if (sound.role == Role::microphone) {

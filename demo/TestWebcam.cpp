@@ -1,9 +1,10 @@
-// A webcam for private desktops: a video source of the media server that shows somebody nodding.
+// A webcam for private desktops: a video source of the media server that shows a face that nods.
 //
-// test_webcam NAME DESCRIPTION FORMATS SIZES FPS [JPEG]: it offers each of the formats (BGRx NV12 I420 YUY2
-// GRAY8 MJPG, comma separated) in each of the sizes (WIDTHxHEIGHT), and is unplugged when it is ended. As
-// MJPG it shows the file. In every raw format a patch in the top left corner is red, and one in the bottom
-// right blue.
+//   test_webcam NAME DESCRIPTION FORMATS SIZES FPS [JPEG]
+//
+// It offers each of the formats (BGRx NV12 I420 YUY2 GRAY8 MJPG, separated by commas) in each of the sizes
+// (WIDTHxHEIGHT). Ending the program unplugs the webcam. In the format MJPG it shows the file JPEG. In every
+// other format a patch in the top left corner is red and one in the bottom right corner is blue.
 
 #include <libyuv.h>
 #include <pipewire/pipewire.h>
@@ -31,8 +32,8 @@ namespace {
 struct RawFormat {
     const char* name;
     spa_video_format format;
-    int bytesPerTwoPixels;  // of the first plane
-    bool hasChromaPlanes;   // and half as much again after it
+    int bytesPerTwoPixels;  // in the first plane
+    bool hasChromaPlanes;   // chroma follows, half as many bytes as luma
 };
 constexpr std::array kRawFormats{
     RawFormat{"BGRx", SPA_VIDEO_FORMAT_BGRx, 8, false},   RawFormat{"NV12", SPA_VIDEO_FORMAT_NV12, 2, true},
@@ -73,7 +74,7 @@ class Webcam {
 public:
     Webcam(const QStringList& formats, const QStringList& sizes, int fps, const char* jpegFile);
 
-    // Runs until it is ended; the status of the program.
+    // Runs until the program is told to end; returns its exit status.
     int run(const char* name, const char* description);
 
 private:
@@ -94,7 +95,7 @@ private:
     pw_main_loop* loop_ = nullptr;
     pw_stream* stream_ = nullptr;
     spa_source* timer_ = nullptr;
-    const RawFormat* raw_ = nullptr;  // none = the file
+    const RawFormat* raw_ = nullptr;  // none: the JPEG file is shown
     int width_ = 0;
     int height_ = 0;
     int frames_ = 0;
@@ -177,7 +178,7 @@ void Webcam::stateChanged(pw_stream_state state) {
         interval.tv_sec = rate_.num == 1 ? 1 : 0;
     }
     pw_loop_update_timer(pw_main_loop_get_loop(loop_), timer_, &first, &interval, false);
-    // The media server has gone.
+    // Called when the media server has gone.
     if (state == PW_STREAM_STATE_ERROR) pw_main_loop_quit(loop_);
 }
 

@@ -1,8 +1,8 @@
-// A scripted desktop whose every picture is known: shows a scene, or compares pictures of a movie with it.
-//   peers_scene SCENE WIDTH HEIGHT             shows it full screen until it is ended
+// A scripted desktop of which every picture can be drawn again, to compare a movie with it.
+//   peers_scene SCENE WIDTH HEIGHT             shows the scene full screen until it is ended
 //   peers_scene SCENE WIDTH HEIGHT --compare   reads bgr0 pictures, writes the mean squared error of each
 //
-// The picture's number stands in black and white blocks in the top left corner, the lowest bit first.
+// The number of a picture is drawn into its top left corner as black and white squares, lowest bit first.
 
 #include <QApplication>
 #include <QImage>
@@ -29,7 +29,7 @@ QFont font(int pixels) {
     return font;
 }
 
-// Text as on a page, line by line; the same for the same line.
+// Draws a line of text. The same number gives the same line.
 QString lineOfText(int line) {
     static const QStringList words{"screen", "frame",  "record",  "pulse", "quiet",  "window",
                                    "movie",  "steady", "picture", "sound", "camera", "pointer",
@@ -41,8 +41,8 @@ QString lineOfText(int line) {
 
 struct Scene {
     int picturesPerSecond;
-    std::function<QRect(QSize)> changing;                    // all that ever changes, besides the number
-    std::function<void(QPainter&, QSize, int number)> draw;  // of the part that changes
+    std::function<QRect(QSize)> changing;                    // the only part that changes, besides the number
+    std::function<void(QPainter&, QSize, int number)> draw;  // draws that part
 };
 
 QRect clockBox(QSize size) { return {size.width() - 260, size.height() - 60, 240, 40}; }
@@ -88,7 +88,7 @@ void drawScrolling(QPainter& painter, QSize size, int number) {
     painter.setClipping(false);
 }
 
-// Something like a film: soft shapes that move and turn.
+// Soft shapes that move and turn, as the picture of a film does.
 void drawFilm(QPainter& painter, const QRect& box, int number) {
     painter.setClipRect(box);
     const double t = number / 30.0;

@@ -1,4 +1,4 @@
-// Records the main display for some seconds and throws the pictures away.
+// Captures the main display for some seconds and throws the pictures away.
 //   x11_capture SECONDS FPS
 
 #include "linux/x11/capture/X11ScreenCapture.h"
@@ -24,7 +24,7 @@ public:
     int pictures = 0;
 
 private:
-    kasto::ScreenFrame newest_;  // held as a recorder holds it
+    kasto::ScreenFrame newest_;  // kept until the next one comes, as the recorder keeps it
 };
 
 }  // namespace

@@ -1,5 +1,5 @@
 // Covers the screen with a window and repaints a part of it 60 times a second, until it is ended.
-//   x11_load WIDTH HEIGHT     of the part; 0 0 leaves it still
+//   x11_load WIDTH HEIGHT     the size of the part; with 0 0 nothing is repainted
 
 #include <xcb/xcb.h>
 

@@ -1,6 +1,6 @@
-// Watches the pointer for some seconds as a take does, or moves it.
-//   x11_pointer poll SECONDS    as the program does
-//   x11_pointer ask SECONDS     by a question each time
+// Watches the pointer for some seconds, or moves it.
+//   x11_pointer poll SECONDS    watches it as a take does
+//   x11_pointer ask SECONDS     watches it by asking the X server 120 times a second
 //   x11_pointer move HZ         moves it as a mouse would, until it is ended
 
 #include "input/InputPoller.h"
@@ -20,7 +20,7 @@ namespace {
 using namespace kasto;
 using namespace kasto::x11;
 
-// Follows by asking, as where the server tells nothing by itself.
+// Asks the X server each time, as has to be done where the server reports no motion.
 struct AskingPointer : PointerInput {
     explicit AskingPointer(const PointerInput& asked) : pointer(asked) {}
     std::optional<PointerState> state() const override { return pointer.state(); }
