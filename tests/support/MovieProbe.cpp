@@ -33,9 +33,9 @@ std::vector<std::int64_t> MovieProbe::times(const std::string& options) const {
 }
 
 std::string MovieProbe::complaints() const {
-    // In the movie's own time base: rounded to a guessed frame rate, pictures that came late would collide.
+    // In the timescale of all our movies: rounded to a guessed frame rate, late pictures would collide.
     return outputOf("ffmpeg -nostdin -v warning -xerror -i" + movie_ +
-                    "-map 0 -fps_mode passthrough -enc_time_base -1 -f null - 2>&1 || echo failed");
+                    "-map 0 -fps_mode passthrough -enc_time_base:v 1:600 -f null - 2>&1 || echo failed");
 }
 
 std::vector<std::uint8_t> MovieProbe::pictureAt(double timeS) const {
