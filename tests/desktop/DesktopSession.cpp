@@ -6,7 +6,6 @@
 #include <csignal>
 #include <sstream>
 #include <stdexcept>
-#include <string_view>
 
 namespace kasto::test {
 
@@ -35,7 +34,8 @@ ChildProcess DesktopSession::start(const std::vector<std::string>& command,
 
 ChildProcess DesktopSession::show(const std::string& what, const std::string& title) const {
     auto client = start({DESKTOP_CLIENTS, what});
-    if (xdotool({"search", "--sync", "--onlyvisible", "--name", title}) != 0)
+    // A single search fails where a window goes away while it looks.
+    if (!waitUntil([&] { return xdotool({"search", "--onlyvisible", "--name", title}) == 0; }))
         throw std::runtime_error(what + " did not appear");
     return client;
 }
@@ -43,6 +43,10 @@ ChildProcess DesktopSession::show(const std::string& what, const std::string& ti
 ChildProcess DesktopSession::showChart() const { return show("chart", "^chart$"); }
 
 ChildProcess DesktopSession::showScene() const { return show("scene", "^notes$"); }
+
+ChildProcess DesktopSession::startCompositingManager() const {
+    return test::startCompositingManager(variable("DISPLAY"));
+}
 
 int DesktopSession::xdotool(std::vector<std::string> command) const {
     command.insert(command.begin(), "xdotool");
@@ -63,10 +67,12 @@ ChildProcess DesktopSession::startKasto(const std::vector<std::string>& changes)
     return kasto;
 }
 
-void DesktopSession::killXServer() const {
-    constexpr std::string_view kName = "X_SERVER_PID=";
+void DesktopSession::killXServer() const { ::kill(std::stoi(variable("X_SERVER_PID")), SIGKILL); }
+
+std::string DesktopSession::variable(const std::string& name) const {
     for (const auto& variable : environment_)
-        if (variable.starts_with(kName)) ::kill(std::stoi(variable.substr(kName.size())), SIGKILL);
+        if (variable.starts_with(name + "=")) return variable.substr(name.size() + 1);
+    throw std::runtime_error("the private desktop has no " + name);
 }
 
 bool DesktopSession::waitForLog(const std::string& text, std::size_t times) const {

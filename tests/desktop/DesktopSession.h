@@ -39,6 +39,9 @@ public:
     // Starts kasto; returns when it is ready for commands. `changes` as above.
     ChildProcess startKasto(const std::vector<std::string>& changes = {}) const;
 
+    // Gives the desktop a compositing manager; returns when windows are composited.
+    ChildProcess startCompositingManager() const;
+
     // Runs xdotool: moves, clicks, types.
     int xdotool(std::vector<std::string> command) const;
 
@@ -57,6 +60,9 @@ public:
 
 private:
     ChildProcess show(const std::string& what, const std::string& title) const;
+
+    // The value of a variable of the desktop's environment.
+    std::string variable(const std::string& name) const;
 
     TestFolder home_;
     // The desktop ends when this end of its input is closed, however this program ends.

@@ -18,6 +18,8 @@ namespace {
 
 namespace chart = demo::chart;
 
+// Some takes have to be of a certain length. This waits for nothing else: what a take must show by its end is
+// waited for.
 void letItRecordFor(double seconds) { std::this_thread::sleep_for(std::chrono::duration<double>(seconds)); }
 
 class TakeTest : public testing::Test {

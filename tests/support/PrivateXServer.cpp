@@ -68,6 +68,21 @@ ChildProcess startServer(std::vector<std::string> command, std::string& display)
     return server;
 }
 
+// Waits until the display has a compositing manager, or none.
+void waitForCompositingManager(const std::string& display, bool running) {
+    const std::unique_ptr<xcb_connection_t, decltype(&xcb_disconnect)> c(
+        xcb_connect(display.c_str(), nullptr), xcb_disconnect);
+    await([&] {
+        const std::string name = "_NET_WM_CM_S0";
+        const auto asked = xcb_intern_atom(c.get(), 0, static_cast<std::uint16_t>(name.size()), name.c_str());
+        const Reply<xcb_intern_atom_reply_t> atom(xcb_intern_atom_reply(c.get(), asked, nullptr), std::free);
+        const Reply<xcb_get_selection_owner_reply_t> reply(
+            xcb_get_selection_owner_reply(c.get(), xcb_get_selection_owner(c.get(), atom->atom), nullptr),
+            std::free);
+        return (reply->owner != XCB_NONE) == running;
+    });
+}
+
 }  // namespace
 
 ChildProcess::ChildProcess(const std::vector<std::string>& command,
@@ -112,6 +127,14 @@ int ChildProcess::wait() {
     return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
 }
 
+ChildProcess startCompositingManager(const std::string& display, const std::vector<std::string>& options) {
+    std::vector<std::string> command{"picom", "--backend", "xrender", "--config", "/dev/null"};
+    command.insert(command.end(), options.begin(), options.end());
+    ChildProcess manager(command, {"DISPLAY=" + display});
+    waitForCompositingManager(display, true);
+    return manager;
+}
+
 PrivateXServer::PrivateXServer(int width, int height, const std::vector<std::string>& options)
     : PrivateXServer(xvfb(width, height, options)) {}
 
@@ -121,15 +144,12 @@ PrivateXServer::PrivateXServer(const std::vector<std::string>& command)
 std::vector<std::string> PrivateXServer::environment() const { return {"DISPLAY=" + display_}; }
 
 void PrivateXServer::startCompositingManager(const std::vector<std::string>& options) {
-    std::vector<std::string> command{"picom", "--backend", "xrender", "--config", "/dev/null"};
-    command.insert(command.end(), options.begin(), options.end());
-    compositor_.emplace_back(command, environment());
-    waitForManager(true);
+    compositor_.push_back(test::startCompositingManager(display_, options));
 }
 
 void PrivateXServer::endCompositingManager() {
     compositor_.clear();
-    waitForManager(false);
+    waitForCompositingManager(display_, false);
 }
 
 void PrivateXServer::startWindowManager() {
@@ -142,20 +162,6 @@ void PrivateXServer::startWindowManager() {
 
 int PrivateXServer::run(const std::vector<std::string>& command) const {
     return ChildProcess(command, environment()).wait();
-}
-
-void PrivateXServer::waitForManager(bool running) const {
-    const std::unique_ptr<xcb_connection_t, decltype(&xcb_disconnect)> c(
-        xcb_connect(display_.c_str(), nullptr), xcb_disconnect);
-    await([&] {
-        const std::string name = "_NET_WM_CM_S0";
-        const auto asked = xcb_intern_atom(c.get(), 0, static_cast<std::uint16_t>(name.size()), name.c_str());
-        const Reply<xcb_intern_atom_reply_t> atom(xcb_intern_atom_reply(c.get(), asked, nullptr), std::free);
-        const Reply<xcb_get_selection_owner_reply_t> reply(
-            xcb_get_selection_owner_reply(c.get(), xcb_get_selection_owner(c.get(), atom->atom), nullptr),
-            std::free);
-        return (reply->owner != XCB_NONE) == running;
-    });
 }
 
 }  // namespace kasto::test

@@ -28,6 +28,10 @@ private:
     pid_t pid_;
 };
 
+// Starts picom there; returns when it is the compositing manager of the display. The options are its own.
+ChildProcess startCompositingManager(const std::string& display,
+                                     const std::vector<std::string>& options = {});
+
 // An X server of the test's own, without a screen of the machine, and what is started on it.
 class PrivateXServer {
 public:
@@ -49,7 +53,6 @@ public:
 
 private:
     std::vector<std::string> environment() const;
-    void waitForManager(bool running) const;
 
     std::string display_;
     ChildProcess server_;
