@@ -55,6 +55,14 @@ int DesktopSession::xdotool(std::vector<std::string> command) const {
 
 int DesktopSession::command(const std::string& word) const { return run({KASTO, "kasto:" + word}); }
 
+bool DesktopSession::startTake(std::size_t takes) const {
+    return command("record") == 0 && waitForLog(" recording ", takes);
+}
+
+bool DesktopSession::stopTake(std::size_t takes) const {
+    return command("stop") == 0 && waitForLog(" stopped → kasto-", takes);
+}
+
 void DesktopSession::setOptions(const std::string& json) const {
     std::filesystem::create_directories(home() / ".config/kasto");
     writeFile(home() / ".config/kasto/preferences.json", json);

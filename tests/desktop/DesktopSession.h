@@ -48,6 +48,11 @@ public:
     // Has kasto running do what the word of a URL says.
     int command(const std::string& word) const;
 
+    // Starts or stops a take by a URL; true when the program has logged that so many takes have begun or are
+    // in their files.
+    bool startTake(std::size_t takes = 1) const;
+    bool stopTake(std::size_t takes = 1) const;
+
     // Ends the X server as a crash does.
     void killXServer() const;
 

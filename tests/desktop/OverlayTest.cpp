@@ -56,8 +56,7 @@ protected:
 TEST_P(OverlayTest, isOnTheScreenAndNotInTheMovie) {
     const auto kasto = desktop.startKasto();
     ASSERT_EQ(desktop.xdotool({"mousemove", "640", "300"}), 0);
-    ASSERT_EQ(desktop.command("record"), 0);
-    ASSERT_TRUE(desktop.waitForLog(" recording "));
+    ASSERT_TRUE(desktop.startTake());
     // A full-screen window that appears later stays below the overlay.
     const auto client = desktop.showChart();
     ASSERT_TRUE(waitUntil([&] { return redsIn(screen(), kTop) > chart::kScreenWidth; }));
@@ -67,12 +66,11 @@ TEST_P(OverlayTest, isOnTheScreenAndNotInTheMovie) {
     EXPECT_TRUE(waitUntil([&] { return redsIn(screen(), {600, 260, 80, 80}) > 60; }));
     ASSERT_EQ(desktop.xdotool({"mouseup", "1"}), 0);
     EXPECT_TRUE(waitUntil([&] { return redsIn(screen(), {600, 260, 80, 80}) == 0; }));
-    ASSERT_EQ(desktop.command("stop"), 0);
-    ASSERT_TRUE(desktop.waitForLog(" stopped → kasto-"));
+    ASSERT_TRUE(desktop.stopTake());
     EXPECT_TRUE(waitUntil([&] { return redsIn(screen(), kWhole) == 0; }));
 
     const MovieProbe movie(desktop.movies().front());
-    const double lastS = static_cast<double>(movie.times().back()) / 600 - 0.1;
+    const double lastS = movie.lastPictureS() - 0.1;
     for (const double part : {0.0, 0.05, 0.2, 0.4, 0.7, 1.0}) {
         const auto picture = movie.pictureAt(part * lastS);
         EXPECT_EQ(redsIn(picture, kTop) + redsIn(picture, kBottom) + redsIn(picture, {1000, 38, 280, 30}), 0)
@@ -90,7 +88,7 @@ TEST_P(OverlayTest, letsPressesAndScrollsThrough) {
         {"sh", "-c", "exec xev -geometry 1200x680+20+10 -event button > '" + file.string() + "'"});
     ASSERT_EQ(desktop.xdotool({"search", "--sync", "--onlyvisible", "--name", "Event Tester"}), 0);
     const auto kasto = desktop.startKasto();
-    ASSERT_EQ(desktop.command("record"), 0);
+    ASSERT_TRUE(desktop.startTake());
     ASSERT_TRUE(waitUntil([&] { return redsIn(screen(), kTop) > chart::kScreenWidth; }));
     // On the heads-up display, and where nothing is drawn.
     for (const auto* x : {"1150", "600"})

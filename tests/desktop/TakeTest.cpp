@@ -27,15 +27,6 @@ protected:
     // The tile would hide what is looked at.
     TakeTest() { desktop.setOptions(R"({"pipEnabled": false})"); }
 
-    void record() {
-        ASSERT_EQ(desktop.command("record"), 0);
-        ASSERT_TRUE(desktop.waitForLog(" recording "));
-    }
-    void stop() {
-        ASSERT_EQ(desktop.command("stop"), 0);
-        ASSERT_TRUE(desktop.waitForLog(" stopped → kasto-"));
-    }
-
     std::filesystem::path theMovie() const {
         const auto movies = desktop.movies();
         EXPECT_EQ(movies.size(), 1u);
@@ -68,7 +59,7 @@ TEST_F(TakeTest, recordsTheScreenInItsColoursAtASteadyPace) {
     ASSERT_EQ(desktop.xdotool({"mousemove", "700", "700"}), 0);
     const auto client = desktop.showChart();
     const auto kasto = desktop.startKasto();
-    record();
+    ASSERT_TRUE(desktop.startTake());
     letItRecordFor(3);
     EXPECT_EQ(desktop.command("record"), 0);
     EXPECT_EQ(desktop.command("toggle"), 0);
@@ -110,19 +101,19 @@ TEST_F(TakeTest, showsTheWebcamInItsTileUntilItIsUnplugged) {
     desktop.setOptions(R"({"roundCamera": false})");
     auto webcam = desktop.start({TEST_WEBCAM, "cam", "Webcam", "YUY2", "640x480", "30"});
     const auto kasto = desktop.startKasto();
-    record();
+    ASSERT_TRUE(desktop.startTake());
     letItRecordFor(1.5);
     webcam.kill();
     ASSERT_TRUE(desktop.waitForLog("camera delivers no pictures"));
     letItRecordFor(0.5);
-    stop();
+    ASSERT_TRUE(desktop.stopTake());
 
     // The tile is 307.2 x 230.4 wide and high, 24 from the edges of the movie.
     const MovieProbe movie(theMovie());
     const auto before = movie.pictureAt(1.2);
     EXPECT_LE(errorAt(before, 958, 475, {200, 30, 20}), 12);
     EXPECT_LE(errorAt(before, 1247, 687, {20, 30, 200}), 12);
-    const auto after = movie.pictureAt(static_cast<double>(movie.times().back()) / 600 - 0.1);
+    const auto after = movie.pictureAt(movie.lastPictureS() - 0.1);
     for (const auto& [x, y] : {std::pair{958u, 475u}, {1247u, 687u}})
         EXPECT_LE(errorAt(after, x, y, {23, 23, 28}), 3);
 }
@@ -131,16 +122,14 @@ TEST_F(TakeTest, hasSilentTracksWithoutAMediaServer) {
     desktop.setOptions(R"({"pipEnabled": false, "captureSystemSound": true, "captureMic": true})");
     const auto client = desktop.showChart();
     const auto kasto = desktop.startKasto({"PIPEWIRE_REMOTE=none"});
-    record();
+    ASSERT_TRUE(desktop.startTake());
     letItRecordFor(1.5);
-    ASSERT_EQ(desktop.command("stop"), 0);
-    ASSERT_TRUE(desktop.waitForLog(" stopped → kasto-"));
+    ASSERT_TRUE(desktop.stopTake());
     const MovieProbe movie(theMovie());
     EXPECT_EQ(movie.complaints(), "");
     const auto sounds = movie.soundDurationsS();
     ASSERT_EQ(sounds.size(), 2u);
-    for (const double durationS : sounds)
-        EXPECT_NEAR(durationS, static_cast<double>(movie.times().back()) / 600, 0.1);
+    for (const double durationS : sounds) EXPECT_NEAR(durationS, movie.lastPictureS(), 0.1);
 }
 
 TEST_F(TakeTest, leavesAPlayableMovieHoweverItEnds) {
@@ -149,8 +138,7 @@ TEST_F(TakeTest, leavesAPlayableMovieHoweverItEnds) {
     std::size_t takes = 0;
     for (const int signal : {SIGTERM, SIGINT, SIGKILL, kXServerDies}) {
         auto kasto = desktop.startKasto();
-        ASSERT_EQ(desktop.command("record"), 0);
-        ASSERT_TRUE(desktop.waitForLog(" recording ", ++takes));
+        ASSERT_TRUE(desktop.startTake(++takes));
         const auto newest = [&] { return MovieProbe(desktop.movies().back()); };
         letItRecordFor(1.2);
         ASSERT_TRUE(signal != SIGKILL || waitUntil([&] { return newest().times().size() > 30; }));

@@ -23,6 +23,9 @@ public:
     // choose among them.
     std::vector<std::int64_t> times(const std::string& options = "") const;
 
+    // When the last picture is shown, in seconds.
+    double lastPictureS() const { return static_cast<double>(times().back()) / 600; }
+
     // What is wrong with the file from beginning to end; empty when nothing is.
     std::string complaints() const;
 

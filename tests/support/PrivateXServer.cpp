@@ -8,15 +8,11 @@
 #include <unistd.h>
 #include <xcb/xcb.h>
 
-#include <algorithm>
 #include <array>
 #include <csignal>
 #include <cstdlib>
 #include <functional>
-#include <iterator>
-#include <map>
 #include <memory>
-#include <ranges>
 #include <stdexcept>
 #include <utility>
 
@@ -28,13 +24,6 @@ namespace {
 
 // The descriptor a server writes its number to; the same number in the parent and the child.
 constexpr int kDisplayFd = 60;
-
-std::vector<char*> toPointers(std::vector<std::string>& texts) {
-    std::vector<char*> pointers;
-    for (auto& text : texts) pointers.push_back(text.data());
-    pointers.push_back(nullptr);
-    return pointers;
-}
 
 template <class T>
 using Reply = std::unique_ptr<T, decltype(&std::free)>;
@@ -87,21 +76,18 @@ void waitForCompositingManager(const std::string& display, bool running) {
 
 ChildProcess::ChildProcess(const std::vector<std::string>& command,
                            const std::vector<std::string>& environment) {
-    auto arguments = command;
-    std::map<std::string, std::string> values;
-    const auto take = [&](const std::string& variable) {
-        values.emplace(variable.substr(0, variable.find('=')), variable);
-    };
-    std::ranges::for_each(environment, take);
-    for (char** variable = environ; *variable; ++variable) take(*variable);
-    std::vector<std::string> variables;
-    std::ranges::copy(std::views::values(values), std::back_inserter(variables));
+    // Of two values of a variable, env takes the last one.
+    std::vector<std::string> arguments{"env"};
+    arguments.insert(arguments.end(), environment.rbegin(), environment.rend());
+    arguments.insert(arguments.end(), command.begin(), command.end());
+    std::vector<char*> pointers;
+    for (auto& argument : arguments) pointers.push_back(argument.data());
+    pointers.push_back(nullptr);
     posix_spawn_file_actions_t actions;
     posix_spawn_file_actions_init(&actions);
     posix_spawn_file_actions_addopen(&actions, STDOUT_FILENO, "/dev/null", O_WRONLY, 0);
     posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, "/dev/null", O_WRONLY, 0);
-    const int error = posix_spawnp(&pid_, arguments.front().c_str(), &actions, nullptr,
-                                   toPointers(arguments).data(), toPointers(variables).data());
+    const int error = posix_spawnp(&pid_, "env", &actions, nullptr, pointers.data(), environ);
     posix_spawn_file_actions_destroy(&actions);
     if (error != 0) throw std::runtime_error("cannot start " + command.front());
 }

@@ -8,10 +8,12 @@
 
 namespace kasto::test {
 
-// A program started for a test, ended by its process id. Throws where it cannot be started.
+// A program that runs for a test. It is ended by its process id. One that cannot be started ends at once with
+// the status 127.
 class ChildProcess {
 public:
-    // Of two values for a variable the first one counts, and any before the test program's own.
+    // The environment adds to the test program's own and replaces variables in it. Of two values for one
+    // variable the first one counts.
     explicit ChildProcess(const std::vector<std::string>& command,
                           const std::vector<std::string>& environment = {});
     ChildProcess(ChildProcess&& other) noexcept;
