@@ -1,5 +1,6 @@
 #include "linux/evdev/EvdevMultitouch.h"
 
+#include "base/DebugLog.h"
 #include "base/MediaClock.h"
 #include "base/PollThread.h"
 #include "base/Thread.h"
@@ -121,10 +122,21 @@ std::unique_ptr<MultitouchReading> EvdevMultitouch::read(OnFrame onFrame) {
     auto source = makeSource_();
     const auto paths = source->present();
     std::vector<Pad> pads;
-    for (const auto& path : paths)
-        if (auto opened = source->open(path)) pads.push_back({path, std::move(*opened)});
+    Error refusal;
+    for (const auto& path : paths) {
+        auto opened = source->open(path);
+        if (opened)
+            pads.push_back({path, std::move(*opened)});
+        else
+            refusal = std::move(opened.error());
+    }
+    if (pads.empty() && !paths.empty()) {
+        DebugLog::log("no touchpad can be read, which takes 60-kasto-touchpad.rules (see the README): " +
+                      refusal.description);
+        return nullptr;
+    }
     auto thread = PollThread::make();
-    if (!thread || (pads.empty() && !paths.empty())) return nullptr;
+    if (!thread) return nullptr;
     return std::make_unique<Reading>(std::move(source), std::move(pads), std::move(onFrame),
                                      std::move(*thread));
 }
