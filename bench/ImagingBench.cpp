@@ -3,8 +3,8 @@
 
 #include "AllocationCount.h"
 #include "imaging/Image.h"
-#include "imaging/ImageContext.h"
 #include "imaging/PixelBuffer.h"
+#include "imaging/render/ImageContext.h"
 #include "recording/CameraTile.h"
 #include "recording/FrameCompositor.h"
 

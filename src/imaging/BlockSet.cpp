@@ -1,12 +1,13 @@
 #include "imaging/BlockSet.h"
 
 #include <algorithm>
+#include <cassert>
 
 namespace kasto {
 
 namespace {
 
-// The bits [begin, end) of a word.
+// A word with the bits [begin, end) set.
 std::uint64_t bits(int begin, int end) {
     const std::uint64_t below = end >= 64 ? ~std::uint64_t{0} : (std::uint64_t{1} << end) - 1;
     return below & (~std::uint64_t{0} << begin);
@@ -52,8 +53,8 @@ void BlockSet::add(const PixelRect& px) {
 }
 
 void BlockSet::add(const BlockSet& other) {
-    const std::size_t count = std::min(words_.size(), other.words_.size());
-    for (std::size_t i = 0; i < count; ++i) words_[i] |= other.words_[i];
+    assert(columns_ == other.columns_ && rows_ == other.rows_);
+    for (std::size_t i = 0; i < words_.size(); ++i) words_[i] |= other.words_[i];
 }
 
 int BlockSet::next(int column, int row, bool isIn) const {

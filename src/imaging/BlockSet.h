@@ -9,18 +9,19 @@
 
 namespace kasto {
 
-// Which of a picture's blocks of 16 by 16 pixels, counted from its top left corner, are meant: those that
-// changed, say, or those that are to be drawn. Blocks at the right and lower edge may be narrower. A plain
-// value; once it has its size, nothing allocates but copying it.
+// A set of the 16×16 blocks of a picture, for example those that changed. Blocks are counted from the top
+// left corner; those at the right and lower edge may be smaller. A plain value: one thread at a time. After
+// construction, only copying allocates.
 class BlockSet {
 public:
     static constexpr int kSidePx = 16;
 
-    BlockSet() = default;  // of a picture without pixels
+    BlockSet() = default;  // for a picture without pixels
 
-    // Of a picture of this size; empty.
+    // The empty set for a picture of this size.
     BlockSet(int widthPx, int heightPx);
 
+    // All blocks of a picture of this size.
     static BlockSet all(int widthPx, int heightPx);
 
     int columns() const { return columns_; }
@@ -33,13 +34,13 @@ public:
     void clear();
     void fill();
 
-    // The blocks that hold a pixel of the rectangle; what lies outside the picture is left out.
+    // Adds the blocks that contain a pixel of the rectangle. Parts outside the picture are ignored.
     void add(const PixelRect& px);
 
-    // The other set belongs to a picture of the same size.
+    // Adds the blocks of a set for a picture of the same size.
     void add(const BlockSet& other);
 
-    // Calls with the blocks [begin, end) of each run of neighbours in a row, from left to right.
+    // Calls visit(begin, end) for each run [begin, end) of adjacent blocks in a row, from left to right.
     template <class Visit>
     void forEachRun(int row, Visit visit) const {
         for (int begin = next(0, row, true); begin < columns_;) {
@@ -54,7 +55,7 @@ public:
 private:
     static constexpr int kBits = 64;
 
-    // The first column from `column` on that is, or is not, in the set; columns() if there is none.
+    // The first column from `column` on whose membership is `isIn`; columns() if there is none.
     int next(int column, int row, bool isIn) const;
     std::uint64_t word(int column, int row) const {
         return words_[static_cast<std::size_t>(row * wordsPerRow_ + column / kBits)];
@@ -63,7 +64,7 @@ private:
     int columns_ = 0;
     int rows_ = 0;
     int wordsPerRow_ = 0;
-    std::vector<std::uint64_t> words_;  // row by row, the first block in the lowest bit; unused bits are zero
+    std::vector<std::uint64_t> words_;  // row by row, the first block in the lowest bit; unused bits are 0
 };
 
 }  // namespace kasto

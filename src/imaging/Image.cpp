@@ -13,11 +13,11 @@ namespace kasto {
 
 namespace {
 
-// Memory for nodes, used again and again. It grows by blocks and never shrinks: a frame's recipe is made and
-// dropped sixty times a second.
+// Memory for nodes. It grows by blocks and never shrinks, because a frame's recipe is made and dropped up to
+// sixty times a second.
 class NodePool {
 public:
-    // Never destroyed, so that images of static lifetime may outlast everything else.
+    // Never destroyed, because images of static lifetime may be dropped after any other static object.
     static NodePool& shared() {
         static NodePool& pool = *new NodePool;
         return pool;

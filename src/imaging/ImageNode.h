@@ -10,8 +10,8 @@
 
 namespace kasto {
 
-// One operation of a recipe. Immutable once made and shared by every image built over it; the last image to
-// go gives the node back to the pool.
+// One operation of a recipe. Immutable, and shared by all images made from it. The last image that drops its
+// reference returns the node to the pool.
 struct ImageNode {
     struct RadialGradient {
         Point center;
@@ -22,7 +22,7 @@ struct ImageNode {
     };
     struct Pixels {
         PixelBufferRef buffer;
-        Disc disc;  // of no radius: nothing is known of the alpha
+        Disc disc;  // visibleRadius 0: the shape is not known
     };
     struct Crop {
         Image source;
@@ -52,7 +52,7 @@ struct ImageNode {
     static const ImageNode* of(const Image& image) { return image.node_; }
 
     Operation operation;
-    std::optional<Rect> extent;  // none: infinite
+    std::optional<Rect> extent;  // nullopt = infinite
     mutable std::atomic<int> references = 1;
 };
 

@@ -28,7 +28,7 @@ struct PixelBuffer::PoolState {
     };
     Guarded<Shelf> shelf;
 
-    // False when the pool is gone and the caller has to free the buffer.
+    // False if the pool was destroyed; the caller has to free the buffer then.
     bool putBack(PixelBuffer* buffer) {
         return shelf.with([&](Shelf& s) {
             if (!s.closed) s.free.push_back(buffer);

@@ -29,8 +29,9 @@ struct Plane {
 
 class PixelBuffer;
 
-// Shared ownership of a pixel buffer, counted in the buffer itself: taking and dropping one allocates
-// nothing. When the last one goes, the buffer returns to its pool, or to whoever lent the memory.
+// A counted reference to a pixel buffer. The count is in the buffer, so copying a reference allocates
+// nothing. When the last reference is dropped, the buffer returns to its pool, is freed, or its `release` is
+// called.
 class PixelBufferRef {
 public:
     PixelBufferRef() = default;
@@ -55,15 +56,15 @@ private:
     PixelBuffer* buffer_ = nullptr;
 };
 
-// A picture in memory. Whoever fills it is its only owner meanwhile; once it is handed on it is read only.
+// A picture in memory. It is filled by a single owner and read-only once other threads have references to it.
 class PixelBuffer {
 public:
-    // Memory of its own: rows aligned to 64 bytes, contents undefined. Sizes are in pixels and positive; i420
-    // takes even sizes.
+    // A buffer with its own memory: rows aligned to 64 bytes, content undefined. Sizes are in pixels and
+    // positive, and even for i420. Throws std::bad_alloc if there is no memory.
     static PixelBufferRef make(PixelFormat format, int width, int height);
 
-    // Memory of somebody else (shared memory of the display server, say), which stays valid until `release`
-    // is called, on the thread that drops the last reference.
+    // A buffer over memory that belongs to the caller, for example shared memory of the display server. The
+    // memory must stay valid until `release` is called, on the thread that drops the last reference.
     static PixelBufferRef wrap(PixelFormat format, int width, int height, std::span<const Plane> planes,
                                std::move_only_function<void()> release);
 
@@ -91,21 +92,21 @@ private:
     std::array<Plane, 3> planes_{};
     std::unique_ptr<std::uint8_t, void (*)(void*)> memory_{nullptr, nullptr};
     std::move_only_function<void()> lent_;
-    std::shared_ptr<PoolState> pool_;  // set while the buffer is out of its pool
+    std::shared_ptr<PoolState> pool_;  // set while the buffer is in use
     std::atomic<int> references_ = 0;
 };
 
-// Buffers of one format and size that are used again and again. Any thread. Buffers that are still out when
-// the pool goes are freed when they come back.
+// Reusable buffers of one format and size. Any thread. Buffers that are in use when the pool is destroyed are
+// freed when their last reference is dropped.
 class PixelBufferPool {
 public:
-    // At most `limit` buffers exist at a time; they are made when first needed.
+    // At most `limit` buffers exist at a time; each is made when it is first needed.
     PixelBufferPool(PixelFormat format, int width, int height, int limit);
     ~PixelBufferPool();
     PixelBufferPool(const PixelBufferPool&) = delete;
     PixelBufferPool& operator=(const PixelBufferPool&) = delete;
 
-    // A buffer nobody else has, with undefined contents, or none when all are out.
+    // A buffer with no other reference and undefined content; empty when all buffers are in use.
     PixelBufferRef take();
 
     PixelFormat format() const { return format_; }

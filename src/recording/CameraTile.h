@@ -2,8 +2,8 @@
 
 #include "base/Guarded.h"
 #include "imaging/Image.h"
-#include "imaging/ImageContext.h"
 #include "imaging/PixelBuffer.h"
+#include "imaging/render/ImageContext.h"
 #include "recording/TileImage.h"
 
 #include <optional>

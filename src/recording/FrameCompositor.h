@@ -3,8 +3,8 @@
 #include "base/Geometry.h"
 #include "imaging/BlockSet.h"
 #include "imaging/Image.h"
-#include "imaging/ImageContext.h"
 #include "imaging/PixelBuffer.h"
+#include "imaging/render/ImageContext.h"
 #include "recording/FrameChanges.h"
 #include "recording/FrameIngredients.h"
 

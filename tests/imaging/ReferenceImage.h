@@ -2,7 +2,7 @@
 
 #include "imaging/BlockSet.h"
 #include "imaging/Image.h"
-#include "imaging/ImageContext.h"
+#include "imaging/render/ImageContext.h"
 
 #include <gtest/gtest.h>
 

@@ -1,8 +1,8 @@
-#include "imaging/ImageContext.h"
+#include "imaging/render/ImageContext.h"
 
-#include "imaging/RenderPlan.h"
-#include "imaging/StripPainter.h"
-#include "imaging/WorkerPool.h"
+#include "imaging/render/RenderPlan.h"
+#include "imaging/render/StripPainter.h"
+#include "imaging/render/WorkerPool.h"
 
 #include <algorithm>
 #include <atomic>
@@ -13,12 +13,12 @@ namespace kasto {
 
 namespace {
 
-// A thread's share at a time: small enough to spread evenly, large enough that what strips have in common
-// (the source rows at their seams) counts little.
+// A thread draws one strip at a time. Strips are small enough to spread evenly over the threads, and large
+// enough that the source rows which two neighbouring strips both sample count little.
 constexpr int kStripRows = 32;
 static_assert(kStripRows % BlockSet::kSidePx == 0);
 
-// Waking a thread costs about as much as drawing so many blocks.
+// Waking a thread costs about as much as drawing this many blocks.
 constexpr int kBlocksWorthAThread = 256;
 
 }  // namespace

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "imaging/Kernels.h"
+#include "imaging/kernels/Kernels.h"
 
 #include <cstddef>
 #include <memory>
@@ -8,7 +8,7 @@
 
 namespace kasto {
 
-// Memory for pixels, aligned for vectors. It only ever grows, and loses its contents then.
+// Memory for pixels, aligned for vectors. It only grows; growing loses its content.
 class PixelMemory {
 public:
     void reserve(std::size_t pixels) {

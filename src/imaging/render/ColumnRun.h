@@ -6,7 +6,7 @@
 
 namespace kasto {
 
-// The columns [begin, end) of a row.
+// The columns [begin, end) of a row, in pixels.
 struct ColumnRun {
     int begin = 0;
     int end = 0;
@@ -17,7 +17,7 @@ struct ColumnRun {
         return {std::max(begin, other.begin), std::min(end, other.end)};
     }
 
-    // Moved outward or inward to multiples of a power of two.
+    // Both ends moved outward or inward to multiples of `group`, a power of two.
     ColumnRun alignedOut(int group) const { return {begin & -group, (end + group - 1) & -group}; }
     ColumnRun alignedIn(int group) const { return {(begin + group - 1) & -group, end & -group}; }
 };

@@ -1,4 +1,4 @@
-// Vectors of pixels, for the kernels. Included once for every target.
+// Vectors of pixels for the kernels. Included once for every instruction set.
 #if defined(KASTO_PIXEL_LANES_INL_H) == defined(HWY_TARGET_TOGGLE)
 #ifdef KASTO_PIXEL_LANES_INL_H
 #undef KASTO_PIXEL_LANES_INL_H
@@ -6,7 +6,7 @@
 #define KASTO_PIXEL_LANES_INL_H
 #endif
 
-#include "imaging/Kernels.h"
+#include "imaging/kernels/Kernels.h"
 
 #include <hwy/cache_control.h>
 #include <hwy/highway.h>
@@ -29,7 +29,7 @@ constexpr std::size_t kMaxPixels = kRowPadding;
 
 HWY_INLINE int pixelsPerVector() { return static_cast<int>(hn::Lanes(Words())); }
 
-// Two of four channels each, with 8 fractional bits.
+// The four channels of each pixel in two vectors, with 8 fractional bits.
 struct FinePixels {
     Channels16 blueRed;
     Channels16 greenAlpha;
@@ -41,7 +41,7 @@ HWY_INLINE FinePixels split(Pixels pixels) {
     return {hn::ShiftLeft<8>(halves(pixels)), hn::And(halves(pixels), hn::Set(Halves(), 0xFF00))};
 }
 
-// Two of four channels each, as whole levels.
+// The four channels of each pixel in two vectors, as whole levels.
 struct Levels {
     Channels16 blueRed;
     Channels16 greenAlpha;
@@ -51,8 +51,8 @@ HWY_INLINE Levels levels(Pixels pixels) {
     return {hn::And(halves(pixels), hn::Set(Halves(), 0x00FF)), hn::ShiftRight<8>(halves(pixels))};
 }
 
-// Rounds to whole levels. Products lose a little less than one part of 256 each, half a part in the mean:
-// two stages of two products are made up for by the two parts above one half.
+// Rounds to whole levels. A product loses up to 1/256 level, half of that on average. 130 instead of 128
+// makes up for the four products of two mixing stages.
 HWY_INLINE Pixels join(FinePixels fine) {
     const auto half = hn::Set(Halves(), 130);
     const auto blueRed = hn::ShiftRight<8>(hn::SaturatedAdd(fine.blueRed, half));
@@ -60,7 +60,7 @@ HWY_INLINE Pixels join(FinePixels fine) {
     return hn::BitCast(Words(), hn::OrAnd(blueRed, greenAlpha, hn::Set(Halves(), 0xFF00)));
 }
 
-// Scales by weights of 65536 parts; those of a pixel stand in both halves of its word.
+// Scales by weight / 65536. A pixel's weight is held in both halves of its word.
 HWY_INLINE FinePixels scaledBy(FinePixels fine, Channels16 weights) {
     return {hn::MulHigh(fine.blueRed, weights), hn::MulHigh(fine.greenAlpha, weights)};
 }
@@ -77,14 +77,14 @@ HWY_INLINE FinePixels fineColor(const FineColor& color) {
     return {halves(hn::Set(Words(), color.blueRed)), halves(hn::Set(Words(), color.greenAlpha))};
 }
 
-// The low half of every word, twice.
+// The low half of every word, copied to both halves.
 HWY_INLINE Channels16 lowHalves(Pixels words) {
     alignas(16) static constexpr std::uint8_t kLow[16] = {0, 1, 0, 1, 4, 5, 4, 5, 8, 9, 8, 9, 12, 13, 12, 13};
     const auto bytes = hn::BitCast(Bytes(), words);
     return hn::BitCast(Halves(), hn::TableLookupBytes(bytes, hn::LoadDup128(Bytes(), kLow)));
 }
 
-// Alpha as weights of 65536 parts.
+// The pixels' alpha as weights for scaledBy().
 HWY_INLINE Channels16 alphaWeights(Pixels pixels) {
     alignas(16) static constexpr std::uint8_t kAlphas[16] = {3,  3,  3,  3,  7,  7,  7,  7,
                                                              11, 11, 11, 11, 15, 15, 15, 15};
@@ -92,13 +92,13 @@ HWY_INLINE Channels16 alphaWeights(Pixels pixels) {
     return hn::BitCast(Halves(), hn::TableLookupBytes(bytes, hn::LoadDup128(Bytes(), kAlphas)));
 }
 
-// Of one colour.
+// The same for one colour.
 HWY_INLINE Channels16 alphaWeights(const FineColor& color) {
     const auto alpha = color.greenAlpha >> 16;
     return hn::Set(Halves(), static_cast<std::uint16_t>(alpha + (alpha >> 8)));
 }
 
-// The first `count` pixels of a vector, fewer than it holds; nothing beyond them is touched.
+// The first `count` pixels of a vector, fewer than it holds. No memory beyond them is accessed.
 HWY_INLINE Pixels loadFirst(const Pixel* from, int count) {
     const Words words;
 #if HWY_TARGET <= HWY_AVX2
@@ -121,8 +121,8 @@ HWY_INLINE void storeFirst(Pixels pixels, Pixel* to, int count) {
 #endif
 }
 
-// Has the beginning of a row that is read soon fetched from memory meanwhile: the processor foresees how a
-// row goes on, but not the next one.
+// Prefetches the beginning of a row that will be read soon. The processor prefetches along a row by itself,
+// but does not foresee where the next row begins.
 HWY_INLINE void prefetchRow(const Pixel* row, int count) {
     constexpr int kLine = 16;
     const int end = std::min(count, 8 * kLine);

@@ -7,13 +7,13 @@
 
 namespace kasto {
 
-// A fixed set of threads that do one job together with the thread that asks for it, and sleep between jobs.
-// One job at a time.
+// A fixed set of threads that run one job together with the calling thread, and sleep between jobs. One job
+// at a time. Jobs are plain functions, so that running one allocates nothing.
 class WorkerPool {
 public:
     using Job = void (*)(void* context, int worker);
 
-    // `workers` in all, the asking thread included.
+    // `workers` counts the calling thread, so it starts one thread less.
     explicit WorkerPool(int workers);
     ~WorkerPool();
     WorkerPool(const WorkerPool&) = delete;
@@ -21,8 +21,8 @@ public:
 
     int workers() const { return static_cast<int>(threads_.size()) + 1; }
 
-    // Calls the job once for each of the first `workers` workers, 0 being the calling thread, and returns
-    // when all of them are through.
+    // Calls job(context, worker) once for each of the first `workers` workers, worker 0 being the calling
+    // thread, and returns when all calls have returned.
     void run(int workers, Job job, void* context);
 
 private:
@@ -33,7 +33,7 @@ private:
     std::condition_variable done_;
     Job job_ = nullptr;
     void* context_ = nullptr;
-    int wanted_ = 0;      // workers that take part in this job
+    int taking_ = 0;      // workers that take part in this job
     int unfinished_ = 0;  // of the pool's own threads
     unsigned round_ = 0;
     bool ending_ = false;

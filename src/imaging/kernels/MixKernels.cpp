@@ -1,8 +1,8 @@
 #undef HWY_TARGET_INCLUDE
-#define HWY_TARGET_INCLUDE "imaging/MixKernels.cpp"
+#define HWY_TARGET_INCLUDE "imaging/kernels/MixKernels.cpp"
 #include <hwy/foreach_target.h>
 // foreach_target comes first
-#include "imaging/PixelLanes-inl.h"
+#include "imaging/kernels/PixelLanes-inl.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace kasto::HWY_NAMESPACE {
@@ -30,19 +30,19 @@ void colorOverRow(const FineColor& color, int count, Pixel* row) {
         count, row, [&](int, Pixels background) HWY_ATTR { return over(fine, alpha, background); }, row);
 }
 
-// How far the pixels of a run are from one radius, where this is 0, to the other one.
+// Where the pixels of a run lie between the two radii of a gradient, clamped to them.
 class GradientPlaces {
 public:
-    // From the inner radius to the outer one, where it is 65535.
+    // 0 at the inner radius, 65535 at the outer one.
     HWY_INLINE explicit GradientPlaces(const GradientRun& run)
         : GradientPlaces(run, kFull, kWhole - run.radius0 * kFull * run.perRadius, kFull * run.perRadius) {}
 
-    // From the outer radius to the inner one, where it is `full`.
+    // 0 at the outer radius, `full` at the inner one.
     HWY_INLINE GradientPlaces(const GradientRun& run, float full)
         : GradientPlaces(run, full, kWhole + full + run.radius0 * full * run.perRadius,
                          -full * run.perRadius) {}
 
-    // Of the next vector of pixels: the squared distances from the centre's column.
+    // The squared horizontal distances of the next vector of pixels from the gradient's centre.
     HWY_INLINE hn::Vec<hn::RebindToFloat<Words>> nextSquaredX() {
         const auto x = hn::MulAdd(columns_, hn::Set(floats_, run_.stepX), hn::Set(floats_, run_.firstX));
         columns_ = hn::Add(columns_, hn::Set(floats_, static_cast<float>(pixelsPerVector())));
@@ -62,7 +62,8 @@ private:
         : run_(run), full_(full), perUnit_(perUnit), atCentre_(atCentre), columns_(hn::Iota(floats_, 0.0F)) {}
 
     static constexpr float kFull = 65535.0F;
-    // Numbers from here on are whole, and their last bits are those of the whole number.
+    // A float from 2^23 to 2^24 has no fractional bits, and its lowest bits are those of the integer: adding
+    // this constant converts to an integer without an instruction for it.
     static constexpr float kWhole = 0x1p23F;
     hn::RebindToFloat<Words> floats_;
     const GradientRun& run_;
@@ -72,13 +73,14 @@ private:
     hn::Vec<hn::RebindToFloat<Words>> columns_;
 };
 
-// pixels = over(places, pixels)
+// Replaces each pixel by over(its place in the gradient, pixel). Column by column, so that the horizontal
+// distances are computed once for all rows.
 template <class F>
 HWY_INLINE void mapGradient(const GradientRun& run, GradientPlaces places, int count, int rows,
                             const PixelRows& to, F over) {
     const Words words;
     const int lanes = pixelsPerVector();
-    float squaredY[kMostGradientRows];
+    float squaredY[kMaxGradientRows];
     for (int row = 0; row < rows; ++row) {
         const float y = run.firstY + run.stepY * static_cast<float>(row);
         squaredY[row] = y * y;
@@ -98,17 +100,18 @@ HWY_INLINE void mapGradient(const GradientRun& run, GradientPlaces places, int c
     }
 }
 
-// A gradient that is transparent outside: the pixels go towards one colour, by its alpha.
+// For a gradient that is transparent outside: every pixel is moved towards the one colour by the gradient's
+// alpha there. That takes one multiplication a channel instead of two.
 void fadeOverRows(const GradientRun& run, int count, int rows, const PixelRows& to) {
-    constexpr float kFull = 32767;  // as fixed-point multiplication has it
+    constexpr float kFull = 32767;  // 1 in the 15-bit fixed point of MulFixedPoint15
     const Shorts shorts;
     const Levels color = levels(hn::Set(Words(), run.innerColor));
     const auto fading = [&](Channels16 weights, Pixels background) HWY_ATTR {
         const Levels from = levels(background);
         const auto towards = [&](Channels16 level, Channels16 target) HWY_ATTR {
-            const auto way = hn::BitCast(shorts, hn::Sub(target, level));
-            return hn::Add(level,
-                           hn::BitCast(Halves(), hn::MulFixedPoint15(way, hn::BitCast(shorts, weights))));
+            const auto distance = hn::BitCast(shorts, hn::Sub(target, level));
+            return hn::Add(
+                level, hn::BitCast(Halves(), hn::MulFixedPoint15(distance, hn::BitCast(shorts, weights))));
         };
         const auto greenAlpha = hn::ShiftLeft<8>(towards(from.greenAlpha, color.greenAlpha));
         return hn::BitCast(Words(), hn::Or(towards(from.blueRed, color.blueRed), greenAlpha));

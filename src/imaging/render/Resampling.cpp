@@ -1,4 +1,4 @@
-#include "imaging/Resampling.h"
+#include "imaging/render/Resampling.h"
 
 #include <algorithm>
 #include <cmath>
@@ -8,10 +8,11 @@ namespace kasto {
 
 namespace {
 
-// A picture that is off the pixel grid by less than this over its whole length is copied.
-constexpr double kNegligiblePx = 1e-4;
+// A picture that is less than this off the pixel grid, over its whole length, counts as lying on it.
+constexpr double kOnGridPx = 1e-4;
 
-constexpr int kPlaceBits = 40;
+// Source positions in fixed point: fractional bits.
+constexpr int kPositionBits = 40;
 constexpr std::int64_t kWholeWeight = 65536;
 
 // One axis of a placement: target position = origin + scale * source position.
@@ -29,28 +30,29 @@ int clampedInt(double value, int low, int high) {
     return static_cast<int>(std::clamp(value, static_cast<double>(low), static_cast<double>(high)));
 }
 
-bool isCopy(const Mapping& map) {
+bool isOnGrid(const Mapping& map) {
     const double start = map.toSource(map.first);
     const double end = map.toSource(map.first + map.count);
     const double nearest = std::round(start);
-    return std::abs(start - nearest) < kNegligiblePx && std::abs(end - nearest - map.count) < kNegligiblePx;
+    return std::abs(start - nearest) < kOnGridPx && std::abs(end - nearest - map.count) < kOnGridPx;
 }
 
-// Whole steps in fixed point, so that no rounding ever lets a place run ahead of its column.
-void interpolate(const Mapping& map, Resampling::Axis& axis) {
-    const double unit = std::ldexp(1.0, kPlaceBits);
+// Positions are added up in fixed point: the kernel relies on a step of at most one source pixel per column,
+// which rounding each position by itself could exceed.
+void prepareBilinear(const Mapping& map, Resampling::Axis& axis) {
+    const double unit = std::ldexp(1.0, kPositionBits);
     const std::int64_t step =
-        std::min(std::llround(unit / map.scale), static_cast<long long>(std::int64_t{1} << kPlaceBits));
-    std::int64_t place = std::llround((map.toSource(map.first + 0.5) - 0.5) * unit);
+        std::min(std::llround(unit / map.scale), static_cast<long long>(std::int64_t{1} << kPositionBits));
+    std::int64_t position = std::llround((map.toSource(map.first + 0.5) - 0.5) * unit);
     const auto count = static_cast<std::size_t>(map.count);
     axis.first.resize(count + kRowPadding);
     axis.fraction.resize(count + kRowPadding);
-    for (std::size_t i = 0; i < count; ++i, place += step) {
-        const std::int64_t whole = place >> kPlaceBits;
+    for (std::size_t i = 0; i < count; ++i, position += step) {
+        const std::int64_t whole = position >> kPositionBits;
         const bool hasNeighbour = whole >= 0 && whole < map.sourceCount - 1;
         axis.first[i] = static_cast<std::int32_t>(std::clamp<std::int64_t>(whole, 0, map.sourceCount - 1));
         const auto fraction =
-            hasNeighbour ? static_cast<std::uint32_t>(place >> (kPlaceBits - 16) & 0xFFFF) : 0;
+            hasNeighbour ? static_cast<std::uint32_t>(position >> (kPositionBits - 16) & 0xFFFF) : 0;
         axis.fraction[i] = fraction | fraction << 16;
     }
     std::fill_n(axis.first.begin() + map.count, kRowPadding, axis.first[count - 1]);
@@ -62,9 +64,9 @@ double overlap(double begin, double end, int pixel) {
     return std::max(0.0, std::min(end, pixel + 1.0) - std::max(begin, static_cast<double>(pixel)));
 }
 
-void average(const Mapping& map, Resampling::Axis& axis) {
-    // Averaging over a length of at least one pixel is, at just one, the same as interpolating; an axis that
-    // is enlarged beside one that is reduced is interpolated the same way, between the centres of pixels.
+void prepareBox(const Mapping& map, Resampling::Axis& axis) {
+    // A box of length one weights the same two neighbours as bilinear does. So an axis that gets larger
+    // beside one that gets smaller uses length one.
     const double length = std::max(1.0, 1 / map.scale);
     const int taps = std::min(static_cast<int>(std::ceil(length)) + 1, map.sourceCount);
     const auto count = static_cast<std::size_t>(map.count);
@@ -94,18 +96,18 @@ void average(const Mapping& map, Resampling::Axis& axis) {
     std::fill_n(axis.first.begin() + map.count, kRowPadding, axis.first[count - 1]);
 }
 
-Resampling::Way wayOf(const Mapping& map) {
-    if (isCopy(map)) return Resampling::Way::copy;
-    return map.scale >= 1 ? Resampling::Way::interpolate : Resampling::Way::average;
+Filter filterFor(const Mapping& map) {
+    if (isOnGrid(map)) return Filter::nearest;
+    return map.scale >= 1 ? Filter::bilinear : Filter::box;
 }
 
-void prepareAxis(const Mapping& map, Resampling::Way together, Resampling::Axis& axis) {
-    axis.way = wayOf(map);
+void prepareAxis(const Mapping& map, Filter ofBothAxes, Resampling::Axis& axis) {
+    axis.filter = filterFor(map);
     axis.offset = static_cast<int>(std::lround(map.toSource(map.first)));
-    if (together == Resampling::Way::average) {
-        average(map, axis);
-    } else if (axis.way == Resampling::Way::interpolate) {
-        interpolate(map, axis);
+    if (ofBothAxes == Filter::box) {
+        prepareBox(map, axis);
+    } else if (axis.filter == Filter::bilinear) {
+        prepareBilinear(map, axis);
     }
 }
 
@@ -129,9 +131,9 @@ void Resampling::prepare(const PixelBuffer& source, const Placement& placement, 
     const Mapping across{placement.tx, placement.sx, box.x, box.width, source.width()};
     const Mapping down{placement.ty - placement.sy * source.height(), placement.sy, box.y, box.height,
                        source.height()};
-    way_ = std::max(wayOf(across), wayOf(down));
-    prepareAxis(across, way_, columns_);
-    prepareAxis(down, way_, rows_);
+    filter_ = std::max(filterFor(across), filterFor(down));
+    prepareAxis(across, filter_, columns_);
+    prepareAxis(down, filter_, rows_);
 }
 
 }  // namespace kasto

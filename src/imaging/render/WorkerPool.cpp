@@ -1,4 +1,4 @@
-#include "imaging/WorkerPool.h"
+#include "imaging/render/WorkerPool.h"
 
 #include "base/Thread.h"
 
@@ -28,7 +28,7 @@ void WorkerPool::run(int workers, Job job, void* context) {
             const std::scoped_lock held(mutex_);
             job_ = job;
             context_ = context;
-            wanted_ = workers;
+            taking_ = workers;
             unfinished_ = workers - 1;
             ++round_;
         }
@@ -50,7 +50,7 @@ void WorkerPool::work(int worker) {
         toDo_.wait(lock, [&] { return ending_ || round_ != seen; });
         if (ending_) return;
         seen = round_;
-        if (worker >= wanted_) continue;
+        if (worker >= taking_) continue;
         lock.unlock();
         job_(context_, worker);
         lock.lock();

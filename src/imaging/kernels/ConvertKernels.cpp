@@ -1,8 +1,8 @@
 #undef HWY_TARGET_INCLUDE
-#define HWY_TARGET_INCLUDE "imaging/ConvertKernels.cpp"
+#define HWY_TARGET_INCLUDE "imaging/kernels/ConvertKernels.cpp"
 #include <hwy/foreach_target.h>
 // foreach_target comes first
-#include "imaging/PixelLanes-inl.h"
+#include "imaging/kernels/PixelLanes-inl.h"
 
 #include <type_traits>
 
@@ -13,7 +13,7 @@ using Integers = hn::RebindToSigned<Words>;
 using Weights = hn::Vec<Shorts>;
 using Sums = hn::Vec<Integers>;
 
-// Luma and chroma of BT.709, in 32768 parts of 255 input levels to the limited range.
+// The BT.709 matrix for limited range: weights of 255 input levels, in 1/32768.
 constexpr double kRed = 0.2126;
 constexpr double kBlue = 0.0722;
 constexpr double kGreen = 1 - kRed - kBlue;
@@ -40,7 +40,8 @@ HWY_INLINE Levels added(const Levels& a, const Levels& b) {
     return {hn::Add(a.blueRed, b.blueRed), hn::Add(a.greenAlpha, b.greenAlpha)};
 }
 
-// The weighted sum of every pixel plus an offset, `kShift` bits to the left and ready to be cut off there.
+// The weighted sum of the channels of every pixel plus `offset`, in fixed point with kShift fractional bits,
+// rounded so that these bits can be cut off.
 template <int kShift>
 HWY_INLINE Sums weighted(const Levels& levels, const Row& weights, int offset) {
     const Integers integers;
@@ -57,7 +58,7 @@ HWY_INLINE Sums weighted(const Levels& levels, const Row& weights, int offset) {
     return hn::RearrangeToOddPlusEven(total, others);
 }
 
-// Neighbours put together: the pairs of `a`, then those of `b`.
+// The sums of neighbouring pixels: of the pairs in `a`, then of those in `b`.
 HWY_INLINE Channels16 pairSums(Channels16 a, Channels16 b) {
     const Words words;
     const auto wordsA = hn::BitCast(words, a);
@@ -70,10 +71,10 @@ HWY_INLINE Levels pairSums(const Levels& a, const Levels& b) {
     return {pairSums(a.blueRed, b.blueRed), pairSums(a.greenAlpha, b.greenAlpha)};
 }
 
-// Where the four bytes of 128 bits' words go: all first ones, then all second ones, and so on.
+// Regroups 16 bytes: first byte 0 of each of the four words, then byte 1 of each, and so on.
 alignas(16) constexpr std::uint8_t kByteOrder[16] = {0, 4, 8, 12, 1, 5, 9, 13, 2, 6, 10, 14, 3, 7, 11, 15};
 
-// Does the same for the 128 bits' quarters in the whole vector.
+// The same regrouping for the 32-bit words of the whole vector, after each 128 bits were regrouped.
 template <int kWords>
 struct QuarterOrder {
     alignas(64) std::int32_t lanes[kWords] = {};
@@ -82,7 +83,7 @@ struct QuarterOrder {
     }
 };
 
-// The bytes above bit `kShift` of four vectors, one vector after the other.
+// The byte above the kShift fractional bits of every lane: all lanes of the first vector, then of the next.
 template <int kShift>
 HWY_INLINE hn::Vec<Bytes> packed(Sums sums0, Sums sums1, Sums sums2, Sums sums3) {
     static_assert(kShift > 8 && kShift < 24);
@@ -138,7 +139,8 @@ HWY_INLINE void storeLuma(const BlockRow& row, std::uint8_t* to) {
                Bytes(), to);
 }
 
-// Four vectors of each row. Chroma is the mean of 2 x 2 pixels, hence the two bits more.
+// Converts four vectors of two rows. Chroma is the mean of 2 x 2 pixels: a sum of four with two more
+// fractional bits.
 HWY_INLINE void convertBlock(const Pixel* upper, const Pixel* lower, const PairOfRows& to) {
     const BlockRow upperRow = loadRow(upper);
     const BlockRow lowerRow = loadRow(lower);

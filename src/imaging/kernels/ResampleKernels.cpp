@@ -1,17 +1,17 @@
 #undef HWY_TARGET_INCLUDE
-#define HWY_TARGET_INCLUDE "imaging/ResampleKernels.cpp"
+#define HWY_TARGET_INCLUDE "imaging/kernels/ResampleKernels.cpp"
 #include <hwy/foreach_target.h>
 // foreach_target comes first
-#include "imaging/PixelLanes-inl.h"
+#include "imaging/kernels/PixelLanes-inl.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace kasto::HWY_NAMESPACE {
 
 using Signed = hn::RebindToSigned<Words>;
 
-// As many target pixels as a vector holds lie between as many source pixels and their right neighbours.
-HWY_INLINE Pixels enlargeVector(const Pixel* source, const std::int32_t* left,
-                                const std::uint32_t* fraction) {
+// One vector of target pixels. Its source pixels fit one vector, and so do their right neighbours.
+HWY_INLINE Pixels bilinearVector(const Pixel* source, const std::int32_t* left,
+                                 const std::uint32_t* fraction) {
     const Words words;
     const Signed integers;
     const auto lanes =
@@ -21,25 +21,25 @@ HWY_INLINE Pixels enlargeVector(const Pixel* source, const std::int32_t* left,
     return join(between(split(a), split(b), halves(hn::LoadU(words, fraction))));
 }
 
-void enlargeRow(const Pixel* source, int width, const std::int32_t* left, const std::uint32_t* fraction,
-                int count, Pixel* row) {
+void bilinearAcross(const Pixel* source, int width, const std::int32_t* left, const std::uint32_t* fraction,
+                    int count, Pixel* row) {
     const Words words;
     const int lanes = pixelsPerVector();
     int i = 0;
     for (; i < count && left[i] + lanes < width; i += lanes) {
-        hn::StoreU(enlargeVector(source + left[i], left + i, fraction + i), words, row + i);
+        hn::StoreU(bilinearVector(source + left[i], left + i, fraction + i), words, row + i);
     }
-    // The last vectors would read beyond the row.
+    // Near its end, the row is copied to a window first, so that nothing beyond it is read.
     Pixel window[kMaxPixels + 1] = {};
     for (; i < count; i += lanes) {
         const int remaining = std::min(width - left[i], lanes + 1);
         std::copy_n(source + left[i], remaining, window);
-        hn::StoreU(enlargeVector(window, left + i, fraction + i), words, row + i);
+        hn::StoreU(bilinearVector(window, left + i, fraction + i), words, row + i);
     }
 }
 
-void interpolateRows(const Pixel* a, const Pixel* b, std::uint16_t fraction, Pixel alpha, int count,
-                     Pixel* row) {
+void bilinearDown(const Pixel* a, const Pixel* b, std::uint16_t fraction, Pixel alpha, int count,
+                  Pixel* row) {
     const auto weight = hn::Set(Halves(), fraction);
     const auto added = hn::Set(Words(), alpha);
     mapRow(
@@ -49,8 +49,8 @@ void interpolateRows(const Pixel* a, const Pixel* b, std::uint16_t fraction, Pix
         a, b);
 }
 
-void averageRows(const Pixel* const* sources, const std::uint16_t* weights, int taps, Pixel alpha, int count,
-                 Pixel* row) {
+void boxDown(const Pixel* const* sources, const std::uint16_t* weights, int taps, Pixel alpha, int count,
+             Pixel* row) {
     const Words words;
     const auto added = hn::Set(words, alpha);
     const auto average = [&](auto load) HWY_ATTR {
@@ -71,7 +71,7 @@ void averageRows(const Pixel* const* sources, const std::uint16_t* weights, int 
     storeFirst(average(load), row + i, count - i);
 }
 
-// `pick` gives the pixels of tap 0, 1, … at their places.
+// The weighted sum of all taps; pick(k) returns the source pixels of tap k.
 template <class Pick>
 HWY_INLINE Pixels weightedSum(Pick pick, const std::uint32_t* weights, int stride, int taps) {
     const Words words;
@@ -82,20 +82,20 @@ HWY_INLINE Pixels weightedSum(Pick pick, const std::uint32_t* weights, int strid
     return join(total);
 }
 
-// One vector of target pixels, whose first source pixels lie within some vectors of the source from
-// `source` on.
-HWY_INLINE Pixels averageVector(const Pixel* source, const std::int32_t* first, const std::uint32_t* weights,
-                                int stride, int taps) {
+// One vector of target pixels. Their first source pixels are spread over one or more vectors ("windows") of
+// the source; each tap picks its pixels from these windows.
+HWY_INLINE Pixels boxVector(const Pixel* source, const std::int32_t* first, const std::uint32_t* weights,
+                            int stride, int taps) {
     const Words words;
     const Signed integers;
     const int lanes = pixelsPerVector();
-    const auto places = hn::Sub(hn::LoadU(integers, first), hn::Set(integers, first[0]));
-    const auto order = hn::IndicesFromVec(words, hn::And(places, hn::Set(integers, lanes - 1)));
+    const auto offsets = hn::Sub(hn::LoadU(integers, first), hn::Set(integers, first[0]));
+    const auto order = hn::IndicesFromVec(words, hn::And(offsets, hn::Set(integers, lanes - 1)));
     const auto pickWindow = [&](int k, int window) HWY_ATTR {
         return hn::TableLookupLanes(hn::LoadU(words, source + k + window * lanes), order);
     };
     const auto isBeyond = [&](int window) HWY_ATTR {
-        return hn::RebindMask(words, hn::Gt(places, hn::Set(integers, window * lanes - 1)));
+        return hn::RebindMask(words, hn::Gt(offsets, hn::Set(integers, window * lanes - 1)));
     };
     const int windows = (first[lanes - 1] - first[0]) / lanes + 1;
     if (windows == 1) {
@@ -118,11 +118,11 @@ HWY_INLINE Pixels averageVector(const Pixel* source, const std::int32_t* first, 
     return weightedSum(pick, weights, stride, taps);
 }
 
-void averageColumns(const Pixel* source, const std::int32_t* first, const std::uint32_t* weights, int stride,
-                    int taps, int count, Pixel* row) {
+void boxAcross(const Pixel* source, const std::int32_t* first, const std::uint32_t* weights, int stride,
+               int taps, int count, Pixel* row) {
     const int lanes = pixelsPerVector();
     for (int i = 0; i < count; i += lanes) {
-        const auto pixels = averageVector(source + first[i], first + i, weights + i, stride, taps);
+        const auto pixels = boxVector(source + first[i], first + i, weights + i, stride, taps);
         if (i + lanes <= count) {
             hn::StoreU(pixels, Words(), row + i);
         } else {
@@ -137,29 +137,29 @@ HWY_AFTER_NAMESPACE();
 #if HWY_ONCE
 namespace kasto {
 
-HWY_EXPORT(enlargeRow);
-HWY_EXPORT(interpolateRows);
-HWY_EXPORT(averageRows);
-HWY_EXPORT(averageColumns);
+HWY_EXPORT(bilinearAcross);
+HWY_EXPORT(bilinearDown);
+HWY_EXPORT(boxDown);
+HWY_EXPORT(boxAcross);
 
-void kernels::enlargeRow(const Pixel* source, int width, const std::int32_t* left,
-                         const std::uint32_t* fraction, int count, Pixel* row) {
-    HWY_DYNAMIC_DISPATCH(enlargeRow)(source, width, left, fraction, count, row);
+void kernels::bilinearAcross(const Pixel* source, int width, const std::int32_t* left,
+                             const std::uint32_t* fraction, int count, Pixel* row) {
+    HWY_DYNAMIC_DISPATCH(bilinearAcross)(source, width, left, fraction, count, row);
 }
 
-void kernels::interpolateRows(const Pixel* a, const Pixel* b, std::uint16_t fraction, Pixel alpha, int count,
-                              Pixel* row) {
-    HWY_DYNAMIC_DISPATCH(interpolateRows)(a, b, fraction, alpha, count, row);
+void kernels::bilinearDown(const Pixel* a, const Pixel* b, std::uint16_t fraction, Pixel alpha, int count,
+                           Pixel* row) {
+    HWY_DYNAMIC_DISPATCH(bilinearDown)(a, b, fraction, alpha, count, row);
 }
 
-void kernels::averageRows(const Pixel* const* sources, const std::uint16_t* weights, int taps, Pixel alpha,
-                          int count, Pixel* row) {
-    HWY_DYNAMIC_DISPATCH(averageRows)(sources, weights, taps, alpha, count, row);
+void kernels::boxDown(const Pixel* const* sources, const std::uint16_t* weights, int taps, Pixel alpha,
+                      int count, Pixel* row) {
+    HWY_DYNAMIC_DISPATCH(boxDown)(sources, weights, taps, alpha, count, row);
 }
 
-void kernels::averageColumns(const Pixel* source, const std::int32_t* first, const std::uint32_t* weights,
-                             int stride, int taps, int count, Pixel* row) {
-    HWY_DYNAMIC_DISPATCH(averageColumns)(source, first, weights, stride, taps, count, row);
+void kernels::boxAcross(const Pixel* source, const std::int32_t* first, const std::uint32_t* weights,
+                        int stride, int taps, int count, Pixel* row) {
+    HWY_DYNAMIC_DISPATCH(boxAcross)(source, first, weights, stride, taps, count, row);
 }
 
 }  // namespace kasto
