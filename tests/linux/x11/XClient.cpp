@@ -1,5 +1,7 @@
 #include "XClient.h"
 
+#include "linux/x11/server/Rectangles.h"
+
 #include <xcb/shape.h>
 
 #include <array>
@@ -11,11 +13,6 @@ namespace kasto::test {
 using namespace x11;
 
 namespace {
-
-xcb_rectangle_t toX(const PixelRect& rect) {
-    return {static_cast<std::int16_t>(rect.x), static_cast<std::int16_t>(rect.y),
-            static_cast<std::uint16_t>(rect.width), static_cast<std::uint16_t>(rect.height)};
-}
 
 xcb_visualid_t argbVisual(const xcb_screen_t& screen) {
     for (auto depth = xcb_screen_allowed_depths_iterator(&screen); depth.rem; xcb_depth_next(&depth))
@@ -60,7 +57,7 @@ xcb_window_t XClient::makeWindow(const PixelRect& boundsPx, WindowKind kind, std
     const auto colormap = xcb_generate_id(raw());
     xcb_create_colormap(raw(), XCB_COLORMAP_ALLOC_NONE, colormap, root(), visual);
     const std::array<std::uint32_t, 4> values{color, 0, kind != WindowKind::managed, colormap};
-    const auto [x, y, width, height] = toX(boundsPx);
+    const auto [x, y, width, height] = toXcb(boundsPx);
     sync(xcb_create_window(
         raw(), argb ? 32 : screen.root_depth, window, root(), x, y, width, height, 0,
         XCB_WINDOW_CLASS_INPUT_OUTPUT, visual,
@@ -86,20 +83,19 @@ void XClient::restack(xcb_window_t window, std::uint32_t mode) {
 void XClient::fill(xcb_window_t window, const PixelRect& rect, std::uint32_t color) {
     const auto gc = xcb_generate_id(raw());
     xcb_create_gc(raw(), gc, window, XCB_GC_FOREGROUND, &color);
-    const auto filled = toX(rect);
+    const auto filled = toXcb(rect);
     xcb_poly_fill_rectangle(raw(), window, gc, 1, &filled);
     sync(xcb_free_gc(raw(), gc));
 }
 
 void XClient::shape(xcb_window_t window, const std::vector<PixelRect>& rects) {
-    std::vector<xcb_rectangle_t> shape;
-    for (const auto& rect : rects) shape.push_back(toX(rect));
+    const auto shape = toXcb(rects);
     sync(xcb_shape_rectangles(raw(), XCB_SHAPE_SO_SET, XCB_SHAPE_SK_BOUNDING, XCB_CLIP_ORDERING_UNSORTED,
                               window, 0, 0, static_cast<std::uint32_t>(shape.size()), shape.data()));
 }
 
 void XClient::movePointer(int x, int y) {
-    const auto at = toX({x, y, 0, 0});
+    const auto at = toXcb({x, y, 0, 0});
     sync(xcb_warp_pointer(raw(), XCB_NONE, root(), 0, 0, 0, 0, at.x, at.y));
 }
 
@@ -109,7 +105,7 @@ void XClient::setRootColor(std::uint32_t color) {
 }
 
 Pixels XClient::screen(const PixelRect& rect) const {
-    const auto [x, y, width, height] = toX(rect);
+    const auto [x, y, width, height] = toXcb(rect);
     const auto asked = xcb_get_image(raw(), XCB_IMAGE_FORMAT_Z_PIXMAP, root(), x, y, width, height, ~0u);
     const Reply<xcb_get_image_reply_t> reply(xcb_get_image_reply(raw(), asked, nullptr));
     if (!reply) throw std::runtime_error("the X server refused a picture");

@@ -1,20 +1,12 @@
 #include "linux/x11/capture/ImageReader.h"
 
 #include "linux/x11/capture/ReadPlan.h"
+#include "linux/x11/server/Rectangles.h"
 
 #include <array>
 #include <cstring>
 
 namespace kasto::x11 {
-
-namespace {
-
-xcb_rectangle_t toX(const PixelRect& rect) {
-    return {static_cast<std::int16_t>(rect.x), static_cast<std::int16_t>(rect.y),
-            static_cast<std::uint16_t>(rect.width), static_cast<std::uint16_t>(rect.height)};
-}
-
-}  // namespace
 
 ImageReader::ImageReader(const Connection& connection, ReadWay way) : connection_(connection) {
     auto* c = connection.raw();
@@ -75,11 +67,10 @@ void ImageReader::copyInServer(std::uint32_t drawable, int dx, int dy, const Reg
                               static_cast<std::uint16_t>(pictures.height()), connection_.screen().root_depth,
                               into.memory.segment(), 0);
     }
-    std::vector<xcb_rectangle_t> clip;
-    for (const auto& rect : part.rects()) clip.push_back(toX(rect));
+    const auto clip = toXcb(part.rects());
     xcb_set_clip_rectangles(c, XCB_CLIP_ORDERING_YX_BANDED, copyGc_.id(), 0, 0,
                             static_cast<std::uint32_t>(clip.size()), clip.data());
-    const auto bounds = toX(part.bounds());
+    const auto bounds = toXcb(part.bounds());
     xcb_copy_area(c, drawable, into.pixmap, copyGc_.id(), static_cast<std::int16_t>(bounds.x + dx),
                   static_cast<std::int16_t>(bounds.y + dy), bounds.x, bounds.y, bounds.width, bounds.height);
     xcb_flush(c);

@@ -115,7 +115,7 @@ Region ScreenGrabber::takeDamage() {
     xcb_damage_subtract(c, rootDamage_.id(), XCB_NONE, damagedRegion_.id());
     const Reply<xcb_xfixes_fetch_region_reply_t> reply(
         xcb_xfixes_fetch_region_reply(c, xcb_xfixes_fetch_region(c, damagedRegion_.id()), nullptr));
-    Region reported(rectsOf(reply.get()));
+    Region reported = toRegion(reply.get());
     return std::move(
         reported.translate(-settings_.capturePx.x, -settings_.capturePx.y).intersect(pictures_.area()));
 }

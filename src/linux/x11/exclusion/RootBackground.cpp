@@ -1,5 +1,7 @@
 #include "linux/x11/exclusion/RootBackground.h"
 
+#include "linux/x11/server/Rectangles.h"
+
 #include <xcb/composite.h>
 #include <xcb/shape.h>
 
@@ -11,10 +13,6 @@ namespace {
 
 // What compositing managers paint where nothing else is and no pixmap was announced.
 constexpr xcb_render_color_t kManagersDefault{0x8080, 0x8080, 0x8080, 0xffff};
-
-xcb_rectangle_t wholeOf(const PixelRect& area) {
-    return {0, 0, static_cast<std::uint16_t>(area.width), static_cast<std::uint16_t>(area.height)};
-}
 
 }  // namespace
 
@@ -86,7 +84,7 @@ void RootBackground::paint(xcb_render_picture_t picture, bool hasCompositingMana
     if (!isKnown_ || wasManaged_ != hasCompositingManager) learn(hasCompositingManager);
     const bool isProbed = announced_ == XCB_NONE && !hasCompositingManager;
     if (announced_ == XCB_NONE && !isProbed) {
-        const auto whole = wholeOf(area_);
+        const auto whole = toXcb(PixelRect{0, 0, area_.width, area_.height});
         xcb_render_fill_rectangles(c, XCB_RENDER_PICT_OP_SRC, picture, kManagersDefault, 1, &whole);
         return;
     }

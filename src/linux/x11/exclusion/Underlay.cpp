@@ -1,5 +1,7 @@
 #include "linux/x11/exclusion/Underlay.h"
 
+#include "linux/x11/server/Rectangles.h"
+
 #include <xcb/composite.h>
 
 namespace kasto::x11 {
@@ -30,10 +32,7 @@ void Underlay::compose(const Region& part, const std::vector<TopLevel>& windows,
 }
 
 void Underlay::setClip(const Region& clip) {
-    std::vector<xcb_rectangle_t> rects;
-    for (const auto& rect : clip.rects())
-        rects.push_back({static_cast<std::int16_t>(rect.x), static_cast<std::int16_t>(rect.y),
-                         static_cast<std::uint16_t>(rect.width), static_cast<std::uint16_t>(rect.height)});
+    const auto rects = toXcb(clip.rects());
     xcb_render_set_picture_clip_rectangles(connection_.raw(), picture_.id(), 0, 0,
                                            static_cast<std::uint32_t>(rects.size()), rects.data());
 }

@@ -1,16 +1,15 @@
 #include "linux/x11/exclusion/WindowDamage.h"
 
+#include "linux/x11/server/Rectangles.h"
+
 #include <algorithm>
 
 namespace kasto::x11 {
 
-std::vector<PixelRect> rectsOf(const xcb_xfixes_fetch_region_reply_t* reply) {
-    std::vector<PixelRect> rects;
-    if (!reply) return rects;
-    const auto* first = xcb_xfixes_fetch_region_rectangles(reply);
-    for (int i = 0; i < xcb_xfixes_fetch_region_rectangles_length(reply); ++i)
-        rects.push_back({first[i].x, first[i].y, first[i].width, first[i].height});
-    return rects;
+Region toRegion(const xcb_xfixes_fetch_region_reply_t* reply) {
+    if (!reply) return {};
+    return Region(fromXcb({xcb_xfixes_fetch_region_rectangles(reply),
+                           static_cast<std::size_t>(xcb_xfixes_fetch_region_rectangles_length(reply))}));
 }
 
 WindowDamage::WindowDamage(const Connection& connection)
@@ -65,7 +64,7 @@ Region WindowDamage::take(const std::vector<TopLevel>& places) {
     for (const auto& ask : asked) {
         const Reply<xcb_xfixes_fetch_region_reply_t> reply(
             xcb_xfixes_fetch_region_reply(c, ask.cookie, nullptr));
-        damaged.unite(Region(rectsOf(reply.get())).translate(ask.dx, ask.dy));
+        damaged.unite(toRegion(reply.get()).translate(ask.dx, ask.dy));
     }
     return damaged;
 }

@@ -12,7 +12,8 @@
 
 namespace kasto::x11 {
 
-std::vector<PixelRect> rectsOf(const xcb_xfixes_fetch_region_reply_t* reply);
+// The rectangles of a region the server was asked for; empty when it refused.
+Region toRegion(const xcb_xfixes_fetch_region_reply_t* reply);
 
 // What single windows have drawn since they were last asked, wherever they are covered. One thread.
 class WindowDamage {

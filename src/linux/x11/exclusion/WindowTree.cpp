@@ -1,5 +1,7 @@
 #include "linux/x11/exclusion/WindowTree.h"
 
+#include "linux/x11/server/Rectangles.h"
+
 #include <xcb/composite.h>
 #include <xcb/shape.h>
 
@@ -11,11 +13,9 @@ namespace {
 
 Region toRegion(const xcb_shape_get_rectangles_reply_t* reply, int dx, int dy) {
     if (!reply) return {};
-    const auto* first = xcb_shape_get_rectangles_rectangles(reply);
-    std::vector<PixelRect> rects;
-    for (int i = 0; i < xcb_shape_get_rectangles_rectangles_length(reply); ++i)
-        rects.push_back({first[i].x + dx, first[i].y + dy, first[i].width, first[i].height});
-    return Region(rects);
+    Region shape(fromXcb({xcb_shape_get_rectangles_rectangles(reply),
+                          static_cast<std::size_t>(xcb_shape_get_rectangles_rectangles_length(reply))}));
+    return std::move(shape.translate(dx, dy));
 }
 
 double opacityIn(const xcb_get_property_reply_t* reply) {

@@ -4,6 +4,7 @@
 #include "base/MediaClock.h"
 #include "base/PollThread.h"
 #include "linux/x11/server/Connection.h"
+#include "linux/x11/server/Rectangles.h"
 
 #include <xcb/shape.h>
 #include <xcb/xfixes.h>
@@ -167,12 +168,7 @@ void X11OverlaySupport::setShape(std::uint64_t nativeId, std::optional<std::span
     if (!ui_) return;
     const auto window = static_cast<xcb_window_t>(nativeId);
     if (shapePx) {
-        std::vector<xcb_rectangle_t> rects;
-        rects.reserve(shapePx->size());
-        for (const auto& rect : *shapePx)
-            rects.push_back({static_cast<std::int16_t>(rect.x), static_cast<std::int16_t>(rect.y),
-                             static_cast<std::uint16_t>(rect.width),
-                             static_cast<std::uint16_t>(rect.height)});
+        const auto rects = toXcb(*shapePx);
         xcb_shape_rectangles(ui_, XCB_SHAPE_SO_SET, XCB_SHAPE_SK_BOUNDING, XCB_CLIP_ORDERING_UNSORTED, window,
                              0, 0, static_cast<std::uint32_t>(rects.size()), rects.data());
     } else {
