@@ -32,7 +32,7 @@ TEST(ReadPlanTest, ReadsAllThatIsNeededAndLittleElse) {
 }
 
 TEST(SharedMemoryTest, TheServerWritesAndTheMemoryOutlivesIt) {
-    for (const auto way : {SharingWay::descriptor, SharingWay::systemV}) {
+    for (const auto way : {SharingMethod::descriptor, SharingMethod::systemV}) {
         test::PrivateXServer server(64, 64);
         test::XClient client(server.display());
         client.setRootColor(0x123456);

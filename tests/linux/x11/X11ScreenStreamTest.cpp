@@ -84,16 +84,16 @@ Pixels withCursor(const XClient& client, Pixels screen) {
     return screen;
 }
 
-class ReadWayTest : public X11ScreenStreamTest, public testing::WithParamInterface<ReadWay> {};
+class ReadWayTest : public X11ScreenStreamTest, public testing::WithParamInterface<ReadMethod> {};
 
 TEST_P(ReadWayTest, FollowsRandomDrawingPixelForPixel) {
     client.setRootColor(0x204060);
     const auto window = client.showWindow({40, 30, 500, 400}, 0x808080);
-    start(std::make_unique<X11ScreenStream>(GrabSettings{.serverName = server.display(),
+    start(std::make_unique<X11ScreenStream>(ReadSettings{.serverName = server.display(),
                                                          .display = displays->mainDisplay(),
                                                          .displayPx = kScreen,
                                                          .capturePx = kScreen,
-                                                         .readWay = GetParam()},
+                                                         .readMethod = GetParam()},
                                             1.0 / 200, receiver));
     std::mt19937 random(7);
     const auto below = [&](int limit) { return static_cast<int>(random() % static_cast<unsigned>(limit)); };
@@ -108,7 +108,7 @@ TEST_P(ReadWayTest, FollowsRandomDrawingPixelForPixel) {
     EXPECT_GT(receiver.count, 20u);
 }
 
-INSTANTIATE_TEST_SUITE_P(Ways, ReadWayTest, testing::Values(ReadWay::best, ReadWay::images));
+INSTANTIATE_TEST_SUITE_P(Ways, ReadWayTest, testing::Values(ReadMethod::best, ReadMethod::imagesOnly));
 
 TEST_F(X11ScreenStreamTest, TheCursorFollowsThePointerAndLeavesNoTrace) {
     const auto window = client.showWindow(kScreen, 0x775533);

@@ -8,11 +8,11 @@
 
 namespace kasto::x11 {
 
-ImageReader::ImageReader(const Connection& connection, ReadWay way) : connection_(connection) {
+ImageReader::ImageReader(const Connection& connection, ReadMethod way) : connection_(connection) {
     auto* c = connection.raw();
     const Reply<xcb_shm_query_version_reply_t> version(
         xcb_shm_query_version_reply(c, xcb_shm_query_version(c), nullptr));
-    if (way != ReadWay::best || !version || !version->shared_pixmaps ||
+    if (way != ReadMethod::best || !version || !version->shared_pixmaps ||
         version->pixmap_format != XCB_IMAGE_FORMAT_Z_PIXMAP)
         return;
     copyGc_ = {connection, xcb_generate_id(c)};

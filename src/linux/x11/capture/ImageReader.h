@@ -10,15 +10,15 @@
 
 namespace kasto::x11 {
 
-enum class ReadWay {
-    best,    // the server copies straight into the pictures where it can
-    images,  // only what every server with shared memory can
+enum class ReadMethod {
+    best,        // the server copies straight into the pictures where it can
+    imagesOnly,  // only what every server with shared memory can
 };
 
 // Reads parts of a window or pixmap into a picture, all requests under way at a time. One thread.
 class ImageReader {
 public:
-    ImageReader(const Connection& connection, ReadWay way);
+    ImageReader(const Connection& connection, ReadMethod way);
 
     // Asks for a part (in pixels of the picture) of a drawable that holds the picture at (dx, dy). May read
     // more where that is cheaper; all that is read, and undefined until `finish`. Blocks only if it does not

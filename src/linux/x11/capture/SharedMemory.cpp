@@ -18,13 +18,13 @@ constexpr const char* kRefused = "the X server does not share memory with this p
 }  // namespace
 
 Result<SharedMemory> SharedMemory::make(const Connection& connection, std::size_t bytes) {
-    auto made = make(connection, bytes, SharingWay::descriptor);
+    auto made = make(connection, bytes, SharingMethod::descriptor);
     if (made) return made;
-    return make(connection, bytes, SharingWay::systemV);
+    return make(connection, bytes, SharingMethod::systemV);
 }
 
-Result<SharedMemory> SharedMemory::make(const Connection& connection, std::size_t bytes, SharingWay way) {
-    return way == SharingWay::descriptor ? makeFile(connection, bytes) : makeSystemV(connection, bytes);
+Result<SharedMemory> SharedMemory::make(const Connection& connection, std::size_t bytes, SharingMethod way) {
+    return way == SharingMethod::descriptor ? makeFile(connection, bytes) : makeSystemV(connection, bytes);
 }
 
 Result<SharedMemory> SharedMemory::makeFile(const Connection& connection, std::size_t bytes) {
@@ -37,7 +37,7 @@ Result<SharedMemory> SharedMemory::makeFile(const Connection& connection, std::s
     void* mapped = mmap(nullptr, bytes, PROT_READ | PROT_WRITE, MAP_SHARED, file.get(), 0);
     if (mapped == MAP_FAILED) return std::unexpected(systemError("memory for pictures", errno));
 
-    SharedMemory memory(static_cast<std::uint8_t*>(mapped), bytes, SharingWay::descriptor);
+    SharedMemory memory(static_cast<std::uint8_t*>(mapped), bytes, SharingMethod::descriptor);
     memory.segment_ = xcb_generate_id(c);
     // xcb closes the descriptor once it is sent.
     const auto cookie = xcb_shm_attach_fd_checked(c, memory.segment_, file.release(), 0);
@@ -56,7 +56,7 @@ Result<SharedMemory> SharedMemory::makeSystemV(const Connection& connection, std
         shmctl(id, IPC_RMID, nullptr);
         return std::unexpected(systemError("memory for pictures", error));
     }
-    SharedMemory memory(static_cast<std::uint8_t*>(mapped), bytes, SharingWay::systemV);
+    SharedMemory memory(static_cast<std::uint8_t*>(mapped), bytes, SharingMethod::systemV);
     memory.segment_ = xcb_generate_id(c);
     const auto cookie = xcb_shm_attach_checked(c, memory.segment_, static_cast<std::uint32_t>(id), 0);
     const Reply<xcb_generic_error_t> error(xcb_request_check(c, cookie));
@@ -74,7 +74,7 @@ SharedMemory::SharedMemory(SharedMemory&& other) noexcept
 
 SharedMemory::~SharedMemory() {
     if (!data_) return;
-    if (way_ == SharingWay::descriptor) {
+    if (way_ == SharingMethod::descriptor) {
         munmap(data_, bytes_);
     } else {
         shmdt(data_);

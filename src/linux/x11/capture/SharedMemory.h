@@ -7,7 +7,7 @@
 
 namespace kasto::x11 {
 
-enum class SharingWay {
+enum class SharingMethod {
     descriptor,  // a memory file handed over the connection; works across sandboxes
     systemV,     // an identifier both sides attach
 };
@@ -18,7 +18,7 @@ class SharedMemory {
 public:
     // Tries the ways one after the other.
     static Result<SharedMemory> make(const Connection& connection, std::size_t bytes);
-    static Result<SharedMemory> make(const Connection& connection, std::size_t bytes, SharingWay way);
+    static Result<SharedMemory> make(const Connection& connection, std::size_t bytes, SharingMethod way);
 
     SharedMemory(SharedMemory&& other) noexcept;
     SharedMemory& operator=(SharedMemory&&) = delete;
@@ -29,14 +29,14 @@ public:
     std::uint32_t segment() const { return segment_; }  // the server's name for it
 
 private:
-    SharedMemory(std::uint8_t* data, std::size_t bytes, SharingWay way)
+    SharedMemory(std::uint8_t* data, std::size_t bytes, SharingMethod way)
         : data_(data), bytes_(bytes), way_(way) {}
     static Result<SharedMemory> makeFile(const Connection& connection, std::size_t bytes);
     static Result<SharedMemory> makeSystemV(const Connection& connection, std::size_t bytes);
 
     std::uint8_t* data_;
     std::size_t bytes_;
-    SharingWay way_;
+    SharingMethod way_;
     std::uint32_t segment_ = 0;
 };
 

@@ -62,13 +62,13 @@ Result<std::unique_ptr<ScreenStream>> X11ScreenCapture::makeStream(const Content
         return application.bundleIdentifier == kBundleIdentifier;
     });
     return std::make_unique<X11ScreenStream>(
-        GrabSettings{.serverName = displayName_,
+        ReadSettings{.serverName = displayName_,
                      .display = filter.display,
                      .displayPx = *displayPx,
                      .capturePx = capturePx,
                      .pictureLimit = std::max(configuration.queueDepth, kFewestPictures),
                      .showsCursor = configuration.showsCursor,
-                     .hiddenWindows = hidesOwn ? &ownWindows_ : nullptr},
+                     .excludedWindows = hidesOwn ? &ownWindows_ : nullptr},
         configuration.minimumFrameIntervalS, delegate, configuration.firstNeededS);
 }
 

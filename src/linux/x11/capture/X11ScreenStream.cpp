@@ -19,7 +19,7 @@ constexpr double kMostOfInterval = 0.75;
 
 }  // namespace
 
-X11ScreenStream::X11ScreenStream(GrabSettings settings, double minimumFrameIntervalS,
+X11ScreenStream::X11ScreenStream(ReadSettings settings, double minimumFrameIntervalS,
                                  StreamDelegate& delegate, double firstNeededS)
     : settings_(std::move(settings)),
       intervalS_(minimumFrameIntervalS),
@@ -67,19 +67,19 @@ Result<void> X11ScreenStream::stopCapture() {
 void X11ScreenStream::run(std::promise<Result<void>> started) {
     nameThread("screen");
     setThreadPriority(ThreadPriority::userInteractive);
-    auto grabber = ScreenGrabber::open(settings_);
-    const auto begun = grabber ? grabFirst(**grabber) : std::unexpected(grabber.error());
+    auto reader = ScreenReader::open(settings_);
+    const auto begun = reader ? readFirst(**reader) : std::unexpected(reader.error());
     started.set_value(begun);
     if (!begun) return;
-    if (const auto ended = grabUntilStopped(**grabber); !ended)
+    if (const auto ended = readUntilStopped(**reader); !ended)
         delegate_.streamDidStopWithError(ended.error());
 }
 
-Result<void> X11ScreenStream::grabFirst(ScreenGrabber& grabber) {
+Result<void> X11ScreenStream::readFirst(ScreenReader& reader) {
     constexpr double kPatienceS = 2;
     const double untilS = mediaClockNow() + kPatienceS;
     while (mediaClockNow() < untilS) {
-        auto picture = grabber.grab();
+        auto picture = reader.readPicture();
         if (!picture) return std::unexpected(picture.error());
         if (*picture) {
             deliver(std::move(**picture));
@@ -90,14 +90,14 @@ Result<void> X11ScreenStream::grabFirst(ScreenGrabber& grabber) {
     return failure("the X server does not let the screen be read");
 }
 
-Result<void> X11ScreenStream::grabUntilStopped(ScreenGrabber& grabber) {
+Result<void> X11ScreenStream::readUntilStopped(ScreenReader& reader) {
     const double neededS = mediaClockNow() + firstNeededS_;
     double readingS = 0;
     const auto leadS = [&] { return std::min(readingS + kMarginS, kMostOfInterval * intervalS_); };
     const auto next = [&] { return std::ceil((mediaClockNow() + leadS() - neededS) / intervalS_); };
     for (double tick = next(); waitUntil(neededS + tick * intervalS_ - leadS());) {
         const double beganS = mediaClockNow();
-        auto picture = grabber.grab();
+        auto picture = reader.readPicture();
         if (!picture) return std::unexpected(picture.error());
         if (*picture) deliver(std::move(**picture));
         readingS = std::max(kRemembered * readingS, mediaClockNow() - beganS);
@@ -107,7 +107,7 @@ Result<void> X11ScreenStream::grabUntilStopped(ScreenGrabber& grabber) {
     return {};
 }
 
-void X11ScreenStream::deliver(GrabbedPicture picture) {
+void X11ScreenStream::deliver(ScreenPicture picture) {
     ++generation_;
     if (!output_) return;
     ScreenFrame frame{.status = FrameStatus::complete,

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "linux/x11/capture/ScreenGrabber.h"
+#include "linux/x11/capture/ScreenReader.h"
 #include "platform/ScreenStream.h"
 
 #include <condition_variable>
@@ -13,7 +13,7 @@ namespace kasto::x11 {
 // Grabs at a steady rate on a thread of its own and hands on every picture that differs from the one before.
 class X11ScreenStream : public ScreenStream {
 public:
-    X11ScreenStream(GrabSettings settings, double minimumFrameIntervalS, StreamDelegate& delegate,
+    X11ScreenStream(ReadSettings settings, double minimumFrameIntervalS, StreamDelegate& delegate,
                     double firstNeededS = 0);
     ~X11ScreenStream() override;
 
@@ -23,12 +23,12 @@ public:
 
 private:
     void run(std::promise<Result<void>> started);
-    Result<void> grabFirst(ScreenGrabber& grabber);
-    Result<void> grabUntilStopped(ScreenGrabber& grabber);
-    void deliver(GrabbedPicture picture);
+    Result<void> readFirst(ScreenReader& reader);
+    Result<void> readUntilStopped(ScreenReader& reader);
+    void deliver(ScreenPicture picture);
     bool waitUntil(double timeS);  // false when the stream is to stop
 
-    GrabSettings settings_;
+    ReadSettings settings_;
     const double intervalS_;
     const double firstNeededS_;
     StreamDelegate& delegate_;

@@ -6,7 +6,7 @@ namespace kasto::x11 {
 
 void RecentDrawing::note(const Region& area, double nowS, double lastsS) {
     if (area.isEmpty()) return;
-    // What is drawn again and again takes one entry, not one a time.
+    // An area that is drawn again and again takes one entry.
     std::erase_if(entries_, [&](const auto& entry) {
         return entry.untilS <= nowS || subtracted(entry.area, area).isEmpty();
     });
@@ -17,12 +17,12 @@ void RecentDrawing::noteEverywhere(double nowS, double lastsS) {
     everywhereUntilS_ = std::max(everywhereUntilS_, nowS + lastsS);
 }
 
-Region RecentDrawing::explains(const Region& damaged, double nowS) const {
-    if (nowS < everywhereUntilS_) return damaged;
+Region RecentDrawing::partOf(const Region& damage, double nowS) const {
+    if (nowS < everywhereUntilS_) return damage;
     Region drawn;
     for (const auto& entry : entries_)
         if (nowS < entry.untilS) drawn.unite(entry.area);
-    return intersected(damaged, drawn);
+    return intersected(damage, drawn);
 }
 
 bool RecentDrawing::isAny(double nowS) const {

@@ -6,14 +6,20 @@
 
 namespace kasto::x11 {
 
-// Where something was drawn of late: what is on the screen there may still change for it. One thread.
+// Areas other clients drew to recently. A compositing manager presents them with a delay, so later root
+// damage there is theirs. Times are seconds on the media clock. One thread.
 class RecentDrawing {
 public:
+    // Drawing in this area may cause root damage for so long.
     void note(const Region& area, double nowS, double lastsS);
+
+    // Any root damage may be foreign for so long.
     void noteEverywhere(double nowS, double lastsS);
 
-    // The part of `damaged` that may have come of it.
-    Region explains(const Region& damaged, double nowS) const;
+    // The part of `damage` that recent drawing may have caused.
+    Region partOf(const Region& damage, double nowS) const;
+
+    // False if `partOf` is empty for any damage.
     bool isAny(double nowS) const;
 
 private:

@@ -49,8 +49,9 @@ void RootBackground::learn(bool hasCompositingManager) {
     if (announced_ == XCB_NONE && !hasCompositingManager) probe();
 }
 
-// A window that takes its parent's background, below all others and redirected so that it does not show: its
-// pixmap is the root window's background.
+// Clients cannot read the root window's background where windows cover it. A window whose background is
+// "parent relative" is painted with it: one of the whole screen's size, below all others and redirected so
+// that it is not visible, has a pixmap that shows just the background.
 void RootBackground::probe() {
     auto* c = connection_.raw();
     const auto& screen = connection_.screen();

@@ -7,21 +7,33 @@
 #include "linux/x11/server/Region.h"
 
 #include <map>
+#include <set>
 #include <vector>
 
 namespace kasto::x11 {
 
-// Composes in the server what the screen shows without the program's own windows, from the contents of the
-// others. Needs the children of the root window to be redirected. One thread.
+// Composes in the server what the screen shows without the program's own windows: the root window's
+// background and the contents of the windows of other clients. While it exists, the children of the root
+// window are redirected (Composite), so that the server keeps what they draw where they are covered. All
+// regions are in pixels of the picture, which shows the part `area` of the root window. One thread.
 class Underlay {
 public:
     Underlay(const Connection& connection, const PixelRect& area);
+    ~Underlay();
+    Underlay(const Underlay&) = delete;
+    Underlay& operator=(const Underlay&) = delete;
 
-    // Starts composing `part`; what is asked of `pixmap` after this call sees the result. `windows` are those
-    // to show, bottom to top, each within its area.
+    // Ends the redirection of this window, until it is destroyed.
+    void leaveUnredirected(std::uint32_t window);
+
+    // The window's id may be another window's from now on.
+    void noteDestroyed(std::uint32_t window) { unredirected_.erase(window); }
+
+    // Starts composing `part`; requests sent after this call see the result in `pixmap`. `windows` are those
+    // to show, bottom to top, each within its area. Only a compositing manager blends windows by their alpha.
     void compose(const Region& part, const std::vector<TopLevel>& windows, bool hasCompositingManager);
 
-    // A pixmap of the size of the picture; only the part composed last is defined.
+    // A pixmap of the picture's size; only the part composed last is defined.
     std::uint32_t pixmap() const { return pixmap_.id(); }
 
     RootBackground& background() { return background_; }
@@ -32,6 +44,7 @@ private:
 
     const Connection& connection_;
     PixelRect area_;
+    std::set<std::uint32_t> unredirected_;
     std::map<xcb_visualid_t, PictFormat> formats_;
     PixmapObject pixmap_;
     RenderPicture picture_;

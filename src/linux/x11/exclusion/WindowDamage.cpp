@@ -29,12 +29,11 @@ void WindowDamage::watch(const std::vector<const TopLevel*>& windows) {
     }
 }
 
-bool WindowDamage::noteEvent(const xcb_damage_notify_event_t& event) {
+void WindowDamage::noteEvent(const xcb_damage_notify_event_t& event) {
     const auto entry = watched_.find(event.drawable);
-    if (entry == watched_.end() || entry->second.damage.id() != event.damage) return false;
+    if (entry == watched_.end() || entry->second.damage.id() != event.damage) return;
     entry->second.isDamaged = true;
     isAny_ = true;
-    return true;
 }
 
 void WindowDamage::forget(std::uint32_t window) {
@@ -44,7 +43,7 @@ void WindowDamage::forget(std::uint32_t window) {
     watched_.erase(entry);
 }
 
-Region WindowDamage::take(const std::vector<TopLevel>& places) {
+Region WindowDamage::take(const std::vector<TopLevel>& windows) {
     if (!std::exchange(isAny_, false)) return {};
     struct Asked {
         int dx;
@@ -53,7 +52,7 @@ Region WindowDamage::take(const std::vector<TopLevel>& places) {
     };
     auto* c = connection_.raw();
     std::vector<Asked> asked;
-    for (const auto& top : places) {
+    for (const auto& top : windows) {
         const auto entry = watched_.find(top.id);
         if (entry == watched_.end() || !std::exchange(entry->second.isDamaged, false)) continue;
         xcb_damage_subtract(c, entry->second.damage.id(), XCB_NONE, region_.id());

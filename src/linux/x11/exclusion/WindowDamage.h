@@ -15,24 +15,26 @@ namespace kasto::x11 {
 // The rectangles of a region the server was asked for; empty when it refused.
 Region toRegion(const xcb_xfixes_fetch_region_reply_t* reply);
 
-// What single windows have drawn since they were last asked, wherever they are covered. One thread.
+// What each of some windows has drawn since it was last asked, also where it is covered. One thread.
 class WindowDamage {
 public:
     explicit WindowDamage(const Connection& connection);
 
-    // Watches these windows and no others; what is watched already stays so.
+    // Watches these windows and no others. What windows that stay watched have drawn is kept.
     void watch(const std::vector<const TopLevel*>& windows);
 
-    // True if the event was about one of them.
-    bool noteEvent(const xcb_damage_notify_event_t& event);
+    // Takes every damage event of the connection.
+    void noteEvent(const xcb_damage_notify_event_t& event);
 
-    // The server has dropped what belonged to this window; its id may be another's from now on.
+    // The window is gone, and with it the server's damage object; the id may be another window's from now on.
     void noteDestroyed(std::uint32_t window) { forget(window); }
 
+    // False if `take` returns nothing.
     bool isAny() const { return isAny_; }
 
-    // What was drawn in windows at these places, in pixels of the picture, and starts anew.
-    Region take(const std::vector<TopLevel>& places);
+    // What the watched ones of these windows drew since the last call, in pixels of the picture. Blocks for a
+    // round trip if there is something.
+    Region take(const std::vector<TopLevel>& windows);
 
 private:
     struct Watched {

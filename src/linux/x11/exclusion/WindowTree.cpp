@@ -45,12 +45,19 @@ WindowTree WindowTreeReader::read(std::span<const std::uint32_t> own) const {
 
     const auto* first = xcb_query_tree_children(root.get());
     std::vector<std::uint32_t> children(first, first + xcb_query_tree_children_length(root.get()));
-    // What the manager paints on shows everything, the program's windows included.
-    if (tree.hasCompositingManager) std::erase(children, managersCanvas());
-    tree.topLevels = describe(children);
-    std::erase_if(tree.topLevels,
-                  [&](const auto& top) { return std::ranges::find(own, top.id) != own.end(); });
+    // A compositing manager paints on the overlay window, which therefore shows our own windows too.
+    if (tree.hasCompositingManager) std::erase(children, overlayWindow());
+    tree.others = describe(children);
+    cutOut(tree.own, tree.others);
     return tree;
+}
+
+void WindowTreeReader::cutOut(const std::vector<OwnPlace>& own, std::vector<TopLevel>& others) {
+    for (const auto& place : own) {
+        std::erase_if(others, [&](const auto& top) { return top.id == place.id; });
+        for (auto& top : others)
+            if (place.isViewable && place.topLevel == top.id) top.area.subtract(place.shape);
+    }
 }
 
 std::vector<OwnPlace> WindowTreeReader::placeOwn(std::span<const std::uint32_t> own) const {
@@ -155,7 +162,7 @@ Region WindowTreeReader::shapeOf(xcb_window_t window, int x, int y) const {
     return toRegion(shape.get(), x, y);
 }
 
-std::uint32_t WindowTreeReader::managersCanvas() const {
+std::uint32_t WindowTreeReader::overlayWindow() const {
     auto* c = connection_.raw();
     const Reply<xcb_composite_get_overlay_window_reply_t> canvas(xcb_composite_get_overlay_window_reply(
         c, xcb_composite_get_overlay_window(c, connection_.root()), nullptr));

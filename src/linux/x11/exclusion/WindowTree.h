@@ -8,54 +8,57 @@
 
 namespace kasto::x11 {
 
-// All places are in pixels of the picture, which shows a part of the root window.
+// All coordinates are in pixels of the picture, which shows a part of the root window.
 
-// A viewable child of the root window that draws.
+// A visible child of the root window that another client draws into.
 struct TopLevel {
     std::uint32_t id = 0;
     PixelRect outer;  // with its border
     int borderPx = 0;
     std::uint32_t visual = 0;
-    double opacity = 1;
-    Region area;  // its shape
+    double opacity = 1;  // 0 to 1, asked of the compositing manager
+    Region area;         // its shape, without own windows inside it
 };
 
-// A window of the program's own, wherever it is in the tree.
+// Where one of our own windows is. Window managers put a window into a frame, which is then the child of the
+// root window.
 struct OwnPlace {
     std::uint32_t id = 0;
     bool isViewable = false;
-    std::uint32_t topLevel = 0;  // itself, or the frame around it
-    int x = 0;                   // of its corner inside the border
+    std::uint32_t topLevel = 0;  // the frame around it, or the window itself
+    int x = 0;                   // the window's corner, inside its border
     int y = 0;
-    int frameX = 0;  // of that top level, its corner outside the border
+    int frameX = 0;  // the top level's corner, outside its border
     int frameY = 0;
     Region shape;
 };
 
 struct WindowTree {
     bool hasCompositingManager = false;
-    std::vector<TopLevel> topLevels;  // bottom to top
+    std::vector<TopLevel> others;  // bottom to top
     std::vector<OwnPlace> own;
 };
 
-// Reads what the server knows of the windows of the moment. `own` are the ids to place; ids of windows that
-// are gone are left out.
+// Asks the server for its windows, their places and shapes. Blocks for a few round trips. One thread.
 class WindowTreeReader {
 public:
     WindowTreeReader(const Connection& connection, const PixelRect& area);
 
+    // The windows of the moment. `own` are the ids of our own windows; those of destroyed windows are
+    // skipped. Empty over a lost connection.
     WindowTree read(std::span<const std::uint32_t> own) const;
 
-    // The selection a compositing manager owns.
+    // The selection that a compositing manager owns while it runs.
     xcb_atom_t managerSelection() const { return managerSelection_; }
 
 private:
     std::vector<OwnPlace> placeOwn(std::span<const std::uint32_t> own) const;
     std::uint32_t topLevelOf(std::uint32_t window, std::uint32_t parent) const;
     void placeFrame(OwnPlace& place) const;
+    static void cutOut(const std::vector<OwnPlace>& own, std::vector<TopLevel>& others);
     std::vector<TopLevel> describe(std::span<const std::uint32_t> children) const;
     Region shapeOf(xcb_window_t window, int x, int y) const;
-    std::uint32_t managersCanvas() const;
+    std::uint32_t overlayWindow() const;
 
     const Connection& connection_;
     PixelRect area_;
