@@ -27,8 +27,8 @@ void OwnWindows::remove(std::uint64_t nativeId) {
 }
 
 void OwnWindows::keepReplaced(Registry& registry, OwnWindow window) {
-    constexpr std::size_t kMostKept = 64;
-    if (registry.replaced.size() == kMostKept) registry.replaced.pop_front();
+    constexpr std::size_t kMaxKept = 64;
+    if (registry.replaced.size() == kMaxKept) registry.replaced.pop_front();
     registry.replaced.push_back({generation_.load(std::memory_order_relaxed), std::move(window)});
 }
 

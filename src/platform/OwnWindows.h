@@ -12,40 +12,40 @@
 namespace kasto {
 
 enum class SharingType {
-    none,      // kept out of every recording
+    none,      // left out of every movie
     readOnly,  // recorded like any other window
 };
 
-// One window of the program, as the desktop knows it.
+// One window of the program.
 struct OwnWindow {
-    std::uint64_t nativeId = 0;
+    std::uint64_t nativeId = 0;  // the desktop's id of it
     SharingType sharing = SharingType::none;
-    // What the window has painted or is about to paint, in pixels from its top-left corner: all else of it is
-    // transparent. None stands for the window's whole shape.
+    // What the window has painted or is about to paint, in pixels from its top-left corner; the rest of it is
+    // transparent. None means the window's whole shape.
     std::optional<std::vector<PixelRect>> paintedPx;
 };
 
-// The program's windows and what they have painted. The windows report here, a screen stream reads it to keep
-// them out of the picture. Any thread.
+// The program's windows and what they have painted. Windows report here, and a screen stream reads it to
+// leave them out of its pictures. Any thread.
 //
-// A window says what it will paint before it paints it; what it gives up, it gives up after it cleared it.
+// A window reports a larger painted area before it paints it, and a smaller one after it has cleared the
+// rest.
 class OwnWindows {
 public:
-    void set(OwnWindow window);  // adds it, or replaces what was said of it
+    void set(OwnWindow window);  // adds the window, or replaces what was reported about it
     void remove(std::uint64_t nativeId);
     std::vector<OwnWindow> windows() const;
 
-    // What was said of windows and replaced or removed after this generation, the oldest first: a reader that
-    // comes by now and then learns also of what was painted and given up in between. Only the last few dozen
-    // are kept.
+    // Reports that were replaced or removed after this generation, the oldest first. A reader that looks only
+    // now and then learns from them what was painted and cleared in between. The last 64 are kept.
     std::vector<OwnWindow> replacedSince(std::uint64_t generation) const;
 
-    // Changes with every call that changed something; cheap enough to ask on every tick.
+    // A number that changes with each report; cheap enough to be asked in each tick.
     std::uint64_t generation() const { return generation_.load(std::memory_order_acquire); }
 
 private:
     struct Replaced {
-        std::uint64_t generation;  // which it was the last one of
+        std::uint64_t generation;  // the last one in which the report was valid
         OwnWindow window;
     };
     struct Registry {

@@ -6,13 +6,13 @@ namespace kasto::x11 {
 
 namespace {
 
-// Source over, both premultiplied; the screen is opaque.
+// The operator "source over" for a premultiplied source and an opaque screen.
 std::uint32_t over(std::uint32_t source, std::uint32_t screen) {
     const std::uint32_t transparency = 255 - (source >> 24);
     std::uint32_t mixed = 0;
     for (int shift = 0; shift < 24; shift += 8) {
-        const std::uint32_t beneath = (screen >> shift & 255) * transparency;
-        const std::uint32_t value = (source >> shift & 255) + (beneath + 127) / 255;
+        const std::uint32_t below = (screen >> shift & 255) * transparency;
+        const std::uint32_t value = (source >> shift & 255) + (below + 127) / 255;
         mixed |= std::min(value, 255u) << shift;
     }
     return mixed | 0xff000000;
@@ -32,16 +32,16 @@ void CursorLayer::noteEvent(const xcb_xfixes_cursor_notify_event_t& event) {
 }
 
 void CursorLayer::fetchImage() {
-    constexpr std::size_t kMostKept = 32;
+    constexpr std::size_t kMaxKept = 32;
     auto* c = connection_.raw();
     imageChanged_ = false;
     const Reply<xcb_xfixes_get_cursor_image_reply_t> reply(
         xcb_xfixes_get_cursor_image_reply(c, xcb_xfixes_get_cursor_image(c), nullptr));
-    // A server without any cursor refuses: nothing is shown then.
+    // A server that has no cursor refuses the request, and no cursor is painted.
     if (!reply) return;
     const auto* pixels = xcb_xfixes_get_cursor_image_cursor_image(reply.get());
     const auto count = static_cast<std::size_t>(reply->width) * reply->height;
-    if (images_.size() >= kMostKept)
+    if (images_.size() >= kMaxKept)
         std::erase_if(images_, [&](const auto& image) { return image.first != shown_.serial; });
     serial_ = reply->cursor_serial;
     images_[serial_] = {reply->width, reply->height, reply->xhot, reply->yhot, {pixels, pixels + count}};

@@ -11,7 +11,8 @@
 
 namespace kasto::x11 {
 
-// The pointer's image over the pictures: the root window's pixels never hold it. One thread at a time.
+// Paints the pointer's image over the pictures, because the root window's pixels do not contain it. All
+// places are in pixels of the picture. One thread at a time.
 class CursorLayer {
 public:
     // `area` is the part of the root window that the pictures show.
@@ -19,17 +20,17 @@ public:
 
     void noteEvent(const xcb_xfixes_cursor_notify_event_t& event);
 
-    // Asks the server where the pointer is and, after a change, what it looks like. True if the next picture
-    // has to differ from the last one for it.
+    // Asks the server where the pointer is and, after a change, what it looks like. True if the cursor makes
+    // the next picture differ from the last one. Blocks for a round trip.
     bool update();
 
-    // Where the last picture and the next one show it, in pixels of the picture; may be empty.
+    // Where the cursor differs between the last picture and the next one; may be empty.
     const Region& changedArea() const { return changedArea_; }
 
-    // The clean pixels beneath it in the last picture.
+    // The screen's pixels under the cursor of the last picture.
     const Patch& patch() const { return patch_; }
 
-    // Paints it over a picture that shows the screen without it, and keeps what was there.
+    // Paints the cursor over a picture that shows the screen without it, and keeps the pixels it covers.
     void paint(const PictureSet& pictures, Picture& picture);
 
 private:
@@ -42,7 +43,7 @@ private:
     };
     struct Place {
         std::uint32_t serial = 0;
-        int x = 0;  // of the image's corner, in the picture
+        int x = 0;  // of the image's corner
         int y = 0;
         bool operator==(const Place&) const = default;
     };

@@ -8,11 +8,11 @@
 
 namespace kasto::x11 {
 
-ImageReader::ImageReader(const Connection& connection, ReadMethod way) : connection_(connection) {
+ImageReader::ImageReader(const Connection& connection, ReadMethod method) : connection_(connection) {
     auto* c = connection.raw();
     const Reply<xcb_shm_query_version_reply_t> version(
         xcb_shm_query_version_reply(c, xcb_shm_query_version(c), nullptr));
-    if (way != ReadMethod::best || !version || !version->shared_pixmaps ||
+    if (method != ReadMethod::best || !version || !version->shared_pixmaps ||
         version->pixmap_format != XCB_IMAGE_FORMAT_Z_PIXMAP)
         return;
     copyGc_ = {connection, xcb_generate_id(c)};
@@ -25,15 +25,15 @@ Result<Region> ImageReader::request(std::uint32_t drawable, int dx, int dy, cons
                                     const PictureSet& pictures, Picture& into) {
     if (part.isEmpty()) return Region();
     const auto rects = planReads(part, pictures.area());
-    // The server packs the rows of images: those of the picture's width go straight into place, which is the
-    // cheapest of all. Others would have to be copied once more by us.
+    // The server packs the rows of an image. An image of the picture's width can therefore be read into the
+    // picture itself, which is the cheapest way; a narrower one would have to be copied once more.
     if (copyGc_ && (rects.size() > 1 || rects.front().width < pictures.width())) {
         copyInServer(drawable, dx, dy, part, pictures, into);
         return part;
     }
     for (const auto& rect : rects) {
-        const auto place = rect.width == pictures.width() ? Place::inPlace : Place::viaScratch;
-        if (auto asked = ask(drawable, dx, dy, rect, place, Region(rect), pictures, into); !asked)
+        const auto target = rect.width == pictures.width() ? Target::picture : Target::scratch;
+        if (auto asked = ask(drawable, dx, dy, rect, target, Region(rect), pictures, into); !asked)
             return std::unexpected(asked.error());
     }
     xcb_flush(connection_.raw());
@@ -49,14 +49,14 @@ Result<void> ImageReader::requestExactly(std::uint32_t pixmap, const Region& par
     }
     for (const auto& rect : planReads(part, pictures.area())) {
         const auto wanted = intersected(part, Region(rect));
-        if (auto asked = ask(pixmap, 0, 0, rect, Place::viaScratch, wanted, pictures, into); !asked)
+        if (auto asked = ask(pixmap, 0, 0, rect, Target::scratch, wanted, pictures, into); !asked)
             return asked;
     }
     xcb_flush(connection_.raw());
     return {};
 }
 
-// The picture's memory as a pixmap: one copy in the server, clipped to the part, and nothing left to do here.
+// Uses the picture's memory as a pixmap: the server makes one copy into it, clipped to the part.
 void ImageReader::copyInServer(std::uint32_t drawable, int dx, int dy, const Region& part,
                                const PictureSet& pictures, Picture& into) {
     auto* c = connection_.raw();
@@ -77,10 +77,10 @@ void ImageReader::copyInServer(std::uint32_t drawable, int dx, int dy, const Reg
     copied_.unite(part);
 }
 
-Result<void> ImageReader::ask(std::uint32_t drawable, int dx, int dy, const PixelRect& rect, Place place,
+Result<void> ImageReader::ask(std::uint32_t drawable, int dx, int dy, const PixelRect& rect, Target target,
                               const Region& part, const PictureSet& pictures, Picture& into) {
     constexpr std::uint32_t kAllPlanes = ~0u;
-    const bool inPlace = place == Place::inPlace;
+    const bool inPlace = target == Target::picture;
     const auto bytes = static_cast<std::size_t>(rect.width) * static_cast<std::size_t>(rect.height) * 4;
     if (!inPlace && !scratch_) {
         auto made = SharedMemory::make(connection_, into.memory.bytes());
@@ -116,7 +116,7 @@ void ImageReader::copyFromScratch(const Pending& read) {
 Region ImageReader::finish() {
     Region refused = std::exchange(refused_, {});
     if (!copied_.isEmpty()) {
-        // Whatever is answered is answered after the copies.
+        // The server answers requests in order: after any reply the copies are done.
         auto* c = connection_.raw();
         const Reply<xcb_get_input_focus_reply_t> reply(
             xcb_get_input_focus_reply(c, xcb_get_input_focus(c), nullptr));

@@ -20,12 +20,12 @@ PictureSet::PictureSet(const Connection& connection, int width, int height, int 
 
 Result<Picture*> PictureSet::takeFree() {
     for (const auto& picture : pictures_)
-        // Pairs with the release of the last holder: its reads come before our writes.
+        // Pairs with the release by the last holder, so that its reads come before our writes.
         if (picture != newest_ && !picture->isLent.load(std::memory_order_acquire)) return picture.get();
     if (pictures_.size() >= limit_) return nullptr;
     auto memory = SharedMemory::make(connection_, strideBytes() * static_cast<std::size_t>(height_));
     if (!memory) {
-        // Two are enough to go on with.
+        // A stream works with two pictures, though it makes fewer new ones while they are held.
         if (pictures_.size() >= 2) return nullptr;
         return std::unexpected(memory.error());
     }
@@ -38,7 +38,7 @@ std::size_t PictureSet::offsetOf(const PixelRect& rect) const {
     return static_cast<std::size_t>(rect.y) * strideBytes() + static_cast<std::size_t>(rect.x) * 4;
 }
 
-// Calls with each rectangle and where its clean pixels are.
+// Visits each rectangle of the part with its pixels without the cursor.
 template <class Visit>
 void PictureSet::visitNewest(const Region& part, const Patch& patch, Visit&& visit) const {
     if (!newest_) return;
@@ -79,7 +79,7 @@ PixelBufferRef PictureSet::publish(Picture& target, const Region& changed) {
     target.stale = {};
     target.isLent.store(true, std::memory_order_relaxed);
     const Plane plane{target.memory.data(), static_cast<std::ptrdiff_t>(strideBytes()), width_, height_};
-    // The holder keeps the memory: a picture stays readable after the stream is gone.
+    // The buffer keeps the memory, so that it stays readable after the stream is gone.
     return PixelBuffer::wrap(PixelFormat::bgrx, width_, height_, std::span(&plane, 1),
                              [kept = newest_] { kept->isLent.store(false, std::memory_order_release); });
 }

@@ -10,24 +10,25 @@
 
 namespace kasto::x11 {
 
-// One picture in memory the server writes into; rows are packed, 4 bytes a pixel.
+// One picture in memory that the server writes into. Rows are packed, 4 bytes a pixel.
 struct Picture {
     explicit Picture(SharedMemory shared) : memory(std::move(shared)) {}
     SharedMemory memory;
-    std::uint32_t pixmap = 0;  // the same memory as a pixmap, once it is one; ends with the connection
-    std::atomic<bool> isLent = false;
-    Region stale;  // what differs from the newest picture
+    std::uint32_t pixmap = 0;  // the same memory as a pixmap of the server; 0 until it is first needed
+    std::atomic<bool> isLent = false;  // published and still held outside the set
+    Region stale;                      // where it may differ from the newest picture
 };
 
-// The clean pixels of a rectangle of the newest picture that has something painted over them.
+// The screen's pixels in a rectangle of the newest picture, where the cursor is painted over them.
 struct Patch {
     PixelRect box;
     std::vector<std::uint32_t> pixels;  // rows packed
 };
 
-// The pictures of a stream, each made when first needed. A picture is written only while nobody outside holds
-// it and it is not the newest; the others follow by copying what differs. One thread at a time, but for the
-// holders of what was published, who may be anywhere and may outlive the set.
+// The pictures of a stream, each made when it is first needed. Published pictures never change while they are
+// held, so each new one is made in a free picture: the changed part is read from the server, and what else
+// differs is copied from the newest picture. One thread at a time; published buffers may be held and released
+// on any thread, and may outlive the set.
 class PictureSet {
 public:
     PictureSet(const Connection& connection, int width, int height, int limit);
@@ -37,16 +38,18 @@ public:
     std::size_t strideBytes() const { return static_cast<std::size_t>(width_) * 4; }
     PixelRect area() const { return {0, 0, width_, height_}; }
 
-    // A picture to write the next one into; null when all are held. An error if there is no memory.
+    // A picture that is neither the newest nor held, to make the next one in. Null if there is none. Fails if
+    // there is no memory for the first two.
     Result<Picture*> takeFree();
 
-    // Copies a part of the newest picture into `target`, the patch instead of what is painted over it.
+    // Copies a part of the newest picture into `target`, with the patch in place of the cursor.
     void copyNewest(const Region& part, const Patch& patch, Picture& target) const;
 
-    // True if a part of `target` shows the same as the newest picture without what is painted over that.
+    // True if a part of `target` equals the newest picture with the patch in place of the cursor.
     bool showsNewest(const Region& part, const Patch& patch, const Picture& target) const;
 
-    // Makes `target` the newest picture, which differs from the former one in `changed`.
+    // Makes `target` the newest picture, and hands it out. `changed` is where it may differ from the one
+    // before.
     PixelBufferRef publish(Picture& target, const Region& changed);
 
     bool hasNewest() const { return newest_ != nullptr; }

@@ -6,11 +6,14 @@ namespace kasto::x11 {
 
 namespace {
 
-// What one more request costs, in pixels read instead.
+// The fixed cost of a request, as a number of pixels that could be read in that time.
 constexpr std::int64_t kRequestCostPx = 8192;
 
-// Beyond so many rectangles their bounding box is taken without a search.
-constexpr std::size_t kMostRects = 128;
+// Joining compares each rectangle with each other: for more than this many it takes longer than it saves.
+constexpr std::size_t kMaxRects = 128;
+
+// If more than this part of the area is needed, all of it is read.
+constexpr double kMaxShare = 0.6;
 
 std::int64_t areaOf(const PixelRect& rect) { return static_cast<std::int64_t>(rect.width) * rect.height; }
 
@@ -36,16 +39,15 @@ bool mergeOnePass(std::vector<PixelRect>& rects) {
 }  // namespace
 
 std::vector<PixelRect> planReads(const Region& needed, const PixelRect& area) {
-    constexpr double kMost = 0.6;
     if (needed.isEmpty()) return {};
-    if (static_cast<double>(needed.areaPx()) > kMost * static_cast<double>(areaOf(area))) return {area};
+    if (static_cast<double>(needed.areaPx()) > kMaxShare * static_cast<double>(areaOf(area))) return {area};
     auto rects = needed.rects();
-    if (rects.size() > kMostRects) return {needed.bounds()};
+    if (rects.size() > kMaxRects) return {needed.bounds()};
     while (mergeOnePass(rects)) {
     }
     std::int64_t total = 0;
     for (const auto& rect : rects) total += areaOf(rect);
-    if (static_cast<double>(total) > kMost * static_cast<double>(areaOf(area))) return {area};
+    if (static_cast<double>(total) > kMaxShare * static_cast<double>(areaOf(area))) return {area};
     return rects;
 }
 

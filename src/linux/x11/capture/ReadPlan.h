@@ -6,8 +6,9 @@
 
 namespace kasto::x11 {
 
-// The rectangles to ask the server for so that every pixel of `needed` is read, all inside `area`: fewer and
-// larger than those of the region where that is cheaper, all of the area when most of it is needed.
+// The rectangles to request from the server so that every pixel of `needed` is read, all inside `area`. Each
+// request has a fixed cost, so near rectangles are joined into their bounding box, and the whole area is read
+// when most of it is needed. Any thread.
 std::vector<PixelRect> planReads(const Region& needed, const PixelRect& area);
 
 }  // namespace kasto::x11

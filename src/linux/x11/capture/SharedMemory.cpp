@@ -23,15 +23,16 @@ Result<SharedMemory> SharedMemory::make(const Connection& connection, std::size_
     return make(connection, bytes, SharingMethod::systemV);
 }
 
-Result<SharedMemory> SharedMemory::make(const Connection& connection, std::size_t bytes, SharingMethod way) {
-    return way == SharingMethod::descriptor ? makeFile(connection, bytes) : makeSystemV(connection, bytes);
+Result<SharedMemory> SharedMemory::make(const Connection& connection, std::size_t bytes,
+                                        SharingMethod method) {
+    return method == SharingMethod::descriptor ? makeFile(connection, bytes) : makeSystemV(connection, bytes);
 }
 
 Result<SharedMemory> SharedMemory::makeFile(const Connection& connection, std::size_t bytes) {
     auto* c = connection.raw();
     FileDescriptor file(memfd_create("kasto-picture", MFD_CLOEXEC));
     if (!file) return std::unexpected(systemError("memory for pictures", errno));
-    // Memory that is not there is an error here and a crash at the first pixel otherwise.
+    // Without this, missing memory would end the process when the first pixel is written.
     if (const int error = posix_fallocate(file.get(), 0, static_cast<off_t>(bytes)); error != 0)
         return std::unexpected(systemError("memory for pictures", error));
     void* mapped = mmap(nullptr, bytes, PROT_READ | PROT_WRITE, MAP_SHARED, file.get(), 0);
@@ -60,7 +61,7 @@ Result<SharedMemory> SharedMemory::makeSystemV(const Connection& connection, std
     memory.segment_ = xcb_generate_id(c);
     const auto cookie = xcb_shm_attach_checked(c, memory.segment_, static_cast<std::uint32_t>(id), 0);
     const Reply<xcb_generic_error_t> error(xcb_request_check(c, cookie));
-    // With both sides attached the identifier is not needed any more, and nothing stays behind after a crash.
+    // Both sides are attached, so the identifier can go, and nothing is left behind after a crash.
     shmctl(id, IPC_RMID, nullptr);
     if (error || connection.isLost()) return failure(kRefused);
     return memory;
@@ -69,12 +70,12 @@ Result<SharedMemory> SharedMemory::makeSystemV(const Connection& connection, std
 SharedMemory::SharedMemory(SharedMemory&& other) noexcept
     : data_(std::exchange(other.data_, nullptr)),
       bytes_(other.bytes_),
-      way_(other.way_),
+      method_(other.method_),
       segment_(other.segment_) {}
 
 SharedMemory::~SharedMemory() {
     if (!data_) return;
-    if (way_ == SharingMethod::descriptor) {
+    if (method_ == SharingMethod::descriptor) {
         munmap(data_, bytes_);
     } else {
         shmdt(data_);

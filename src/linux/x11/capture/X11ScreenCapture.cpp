@@ -21,10 +21,11 @@ PixelRect sourcePx(const PixelRect& displayPx, const std::optional<Rect>& source
     return part.intersection(displayPx);
 }
 
-// Even sizes leave out at most one column and row, a size that was computed in points one more.
+// A size that was rounded down to an even number leaves out a column or row; one that was computed in points
+// may leave out another.
 bool isPictureSizeOf(int sizePx, int sourceSizePx) {
-    constexpr int kMostLeftOut = 2;
-    return sizePx > 0 && sizePx <= sourceSizePx && sizePx >= sourceSizePx - kMostLeftOut;
+    constexpr int kMaxLeftOut = 2;
+    return sizePx > 0 && sizePx <= sourceSizePx && sizePx >= sourceSizePx - kMaxLeftOut;
 }
 
 std::string sizeText(int width, int height) { return std::to_string(width) + "x" + std::to_string(height); }
@@ -46,7 +47,7 @@ Result<ShareableContent> X11ScreenCapture::shareableContent() {
 Result<std::unique_ptr<ScreenStream>> X11ScreenCapture::makeStream(const ContentFilter& filter,
                                                                    const StreamConfiguration& configuration,
                                                                    StreamDelegate& delegate) {
-    constexpr int kFewestPictures = 3;  // the newest, the one before that a reader still has, the next
+    constexpr int kMinPictures = 3;  // the newest, an older one that is still held, and the next
     const auto displayPx = displays_.boundsPx(filter.display);
     if (!displayPx) return failure("the display is gone");
     auto capturePx = sourcePx(*displayPx, configuration.sourceRectPts, displays_.scale());
@@ -58,7 +59,7 @@ Result<std::unique_ptr<ScreenStream>> X11ScreenCapture::makeStream(const Content
     if (!(configuration.minimumFrameIntervalS > 0)) return failure("the frame interval must be positive");
     capturePx.width = configuration.width;
     capturePx.height = configuration.height;
-    const bool hidesOwn = std::ranges::any_of(filter.excludedApplications, [](const auto& application) {
+    const bool excludesOwn = std::ranges::any_of(filter.excludedApplications, [](const auto& application) {
         return application.bundleIdentifier == kBundleIdentifier;
     });
     return std::make_unique<X11ScreenStream>(
@@ -66,9 +67,9 @@ Result<std::unique_ptr<ScreenStream>> X11ScreenCapture::makeStream(const Content
                      .display = filter.display,
                      .displayPx = *displayPx,
                      .capturePx = capturePx,
-                     .pictureLimit = std::max(configuration.queueDepth, kFewestPictures),
+                     .pictureLimit = std::max(configuration.queueDepth, kMinPictures),
                      .showsCursor = configuration.showsCursor,
-                     .excludedWindows = hidesOwn ? &ownWindows_ : nullptr},
+                     .excludedWindows = excludesOwn ? &ownWindows_ : nullptr},
         configuration.minimumFrameIntervalS, delegate, configuration.firstNeededS);
 }
 

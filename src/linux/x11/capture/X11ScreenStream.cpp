@@ -12,10 +12,15 @@ namespace kasto::x11 {
 
 namespace {
 
-// For the unrest of both clocks; what the movie shows is older by that and by what reading took lately.
+// Safety margin for timer jitter. A reading starts this margin plus the recent reading time before the
+// encoder's tick; this is the latency of the pictures.
 constexpr double kMarginS = 0.002;
-constexpr double kRemembered = 0.98;  // of the longest reading, at each one after it
-constexpr double kMostOfInterval = 0.75;
+
+// The recent reading time is the longest one, forgotten by this factor with each later reading.
+constexpr double kDecay = 0.98;
+
+// A reading starts at most this part of the interval before the tick.
+constexpr double kMaxLead = 0.75;
 
 }  // namespace
 
@@ -27,14 +32,14 @@ X11ScreenStream::X11ScreenStream(ReadSettings settings, double minimumFrameInter
       delegate_(delegate) {}
 
 X11ScreenStream::~X11ScreenStream() {
-    // It only fails for streams that are stopped already.
+    // Stopping a stream does not fail.
     static_cast<void>(stopCapture());
 }
 
 Result<void> X11ScreenStream::addStreamOutput(StreamOutput& output, StreamOutputType type,
                                               SerialQueue& queue) {
     if (thread_.joinable()) return failure("the stream runs already");
-    // Sound comes from elsewhere: its outputs are welcome and hear nothing.
+    // This stream has no sound, so outputs for sound receive nothing.
     if (type != StreamOutputType::screen) return {};
     if (output_) return failure("the stream has an output for pictures already");
     output_ = &output;
@@ -93,15 +98,15 @@ Result<void> X11ScreenStream::readFirst(ScreenReader& reader) {
 Result<void> X11ScreenStream::readUntilStopped(ScreenReader& reader) {
     const double neededS = mediaClockNow() + firstNeededS_;
     double readingS = 0;
-    const auto leadS = [&] { return std::min(readingS + kMarginS, kMostOfInterval * intervalS_); };
+    const auto leadS = [&] { return std::min(readingS + kMarginS, kMaxLead * intervalS_); };
     const auto next = [&] { return std::ceil((mediaClockNow() + leadS() - neededS) / intervalS_); };
     for (double tick = next(); waitUntil(neededS + tick * intervalS_ - leadS());) {
         const double beganS = mediaClockNow();
         auto picture = reader.readPicture();
         if (!picture) return std::unexpected(picture.error());
         if (*picture) deliver(std::move(**picture));
-        readingS = std::max(kRemembered * readingS, mediaClockNow() - beganS);
-        // Ticks that were missed are not caught up.
+        readingS = std::max(kDecay * readingS, mediaClockNow() - beganS);
+        // Missed ticks are skipped.
         tick = std::max(tick + 1, next());
     }
     return {};

@@ -10,7 +10,8 @@
 
 namespace kasto::x11 {
 
-// Grabs at a steady rate on a thread of its own and hands on every picture that differs from the one before.
+// Reads the screen on a thread of its own, shortly before each tick of the encoder, and hands on each picture
+// that differs from the one before. The contract is ScreenStream's.
 class X11ScreenStream : public ScreenStream {
 public:
     X11ScreenStream(ReadSettings settings, double minimumFrameIntervalS, StreamDelegate& delegate,
@@ -34,7 +35,7 @@ private:
     StreamDelegate& delegate_;
     StreamOutput* output_ = nullptr;
     SerialQueue* queue_ = nullptr;
-    std::uint64_t generation_ = 0;  // the thread's own
+    std::uint64_t generation_ = 0;  // used by the thread only
     std::mutex mutex_;
     std::condition_variable wake_;
     bool stopping_ = false;

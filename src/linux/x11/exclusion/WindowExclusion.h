@@ -49,11 +49,11 @@ enum class TickEnd {
 // window only if it is redirected (Composite), so the children of the root window are redirected as long as
 // an own window is registered, even before it becomes visible. A pixel goes through these states:
 //
-//              own window paints here             own window leaves
-//     screen ─────────────────────────▶ covered ────────────────────▶ tail ─┐ exclusion tail
-//       ▲                                  ▲  └──────────────◀────────────┘  │ has passed
-//       │                                  own window comes back             │
-//       └──────────────── read once from the root window ────────────────────┘
+//                 own window paints here          own window leaves
+//     on screen ────────────────────────▶ covered ──────────────────▶ tail
+//         ▲                                  ▲                         │ │
+//         │                                  └─── own window is back ──┘ │
+//         └─ read once from the root window ── exclusion tail has passed ┘
 //
 // "Excluded" means covered or tail. The tail exists because the screen lags behind the window tree: a
 // compositing manager fades a window out after it was unmapped, and without a manager the program's own

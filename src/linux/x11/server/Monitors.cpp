@@ -62,11 +62,12 @@ std::vector<Monitor> readMonitors(const Connection& connection) {
 }
 
 double readScale(const Connection& connection) {
-    constexpr std::uint32_t kLongest = 1 << 20;
+    constexpr std::uint32_t kMaxLength = 1 << 20;
     constexpr double kBaseDpi = 96;
     auto* c = connection.raw();
     const Reply<xcb_get_property_reply_t> reply(xcb_get_property_reply(
-        c, xcb_get_property(c, 0, connection.root(), XCB_ATOM_RESOURCE_MANAGER, XCB_ATOM_STRING, 0, kLongest),
+        c,
+        xcb_get_property(c, 0, connection.root(), XCB_ATOM_RESOURCE_MANAGER, XCB_ATOM_STRING, 0, kMaxLength),
         nullptr));
     int dpi = 0;
     if (reply)

@@ -9,29 +9,31 @@
 
 namespace kasto::x11 {
 
-// One monitor as RandR tells it, in pixels of the root window.
+// One monitor as RandR reports it.
 struct Monitor {
     DisplayId id = 0;
     std::string name;
-    PixelRect boundsPx;
+    PixelRect boundsPx;  // in the root window
     bool isPrimary = false;
     bool operator==(const Monitor&) const = default;
 };
 
-// Asks RandR for its events on the root window; the first event number, or why there are none.
+// Selects RandR's events on the root window and returns their first event number. Fails if the server has no
+// RandR 1.5.
 Result<std::uint8_t> selectMonitorEvents(const Connection& connection);
 
-// The monitors of the moment; none over a lost connection.
+// The monitors that are attached now; none over a lost connection. Blocks for two round trips.
 std::vector<Monitor> readMonitors(const Connection& connection);
 
-// Pixels per point, one number for the whole X screen: the resolution the desktop asks for over 96, times the
-// factor in QT_SCALE_FACTOR, so that points mean what they mean to the program's own windows.
+// Pixels per point, one number for the whole X screen: the desktop's Xft.dpi divided by 96, times
+// QT_SCALE_FACTOR. Qt computes its own scale in the same way, so that both mean the same by a point. Blocks
+// for a round trip.
 double readScale(const Connection& connection);
 
-// The value of Xft.dpi in the text of the root window's resources; 0 if there is none.
+// The value of Xft.dpi in the text of the root window's resources; 0 if it has none.
 int dpiInResources(std::string_view resources);
 
-// A display's identity from its monitor's name: 32-bit FNV-1a, never 0.
+// A display's id, made from its monitor's name: 32-bit FNV-1a, never 0.
 DisplayId displayIdOf(std::string_view monitorName);
 
 }  // namespace kasto::x11

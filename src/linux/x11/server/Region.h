@@ -10,7 +10,8 @@
 
 namespace kasto::x11 {
 
-// A set of pixels as disjoint rectangles, in whatever space its maker says. One thread at a time.
+// A set of pixels, kept as disjoint rectangles. Its owner decides on the coordinate space. One thread at a
+// time.
 class Region {
 public:
     Region() { pixman_region32_init(&region_); }
@@ -39,7 +40,7 @@ public:
     }
 
 private:
-    // pixman reads through pointers that are not const.
+    // pixman takes pointers to non-const regions also where it only reads.
     static pixman_region32_t* mutableOf(const Region& region) {
         return const_cast<pixman_region32_t*>(&region.region_);
     }
