@@ -11,7 +11,10 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <chrono>
 #include <functional>
+#include <random>
+#include <thread>
 
 namespace kasto::test {
 
@@ -19,7 +22,11 @@ using namespace x11;
 
 Pixels toPixels(const ScreenFrame& frame);
 
-// Takes the pictures of a stream and checks of each that it differs from the one before only where it says.
+inline void letPass(unsigned milliseconds) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(milliseconds));
+}
+
+// Takes the pictures of a stream, and checks that each differs from the one before only where it says so.
 class StreamReceiver : public StreamOutput, public StreamDelegate {
 public:
     void streamDidOutputSampleBuffer(const SampleBuffer& buffer, StreamOutputType type) override;
@@ -27,12 +34,12 @@ public:
         ends.with([&](auto& all) { all.push_back(error.description); });
     }
 
-    // Waits until a picture fulfils the condition; false after a long time without one.
+    // Waits until a picture meets the condition; false if none does within a long time.
     bool waitFor(const std::function<bool(const ScreenFrame&)>& condition) const;
     bool waitForPicture(const Pixels& expected) const;
     bool waitForEnds(std::size_t times) const;
 
-    // Sees every picture, on the queue, before it can be waited for.
+    // Called with every picture, on the queue, before it can be waited for.
     std::function<void(const ScreenFrame&)> inspect;
 
     Guarded<ScreenFrame> last;
@@ -40,11 +47,11 @@ public:
     std::atomic<int> falseReports = 0;  // pictures that changed elsewhere, or came out of order
     Guarded<std::vector<std::string>> ends;
 
-    // Last, so that it has run dry before the rest goes.
+    // The last member, so that its jobs have ended before the others are destroyed.
     SerialQueue queue{"app.tolvane.kasto.capture", QueuePriority::userInteractive};
 };
 
-// The screen of a private server, somebody who draws on it, and a stream of it.
+// The screen of a private server, a client that draws on it, and a stream of it.
 class ScreenTest : public testing::Test {
 protected:
     static constexpr int kWidth = 640;
@@ -71,6 +78,7 @@ protected:
         start(std::move(*made));
     }
     Pixels shown() const { return client.screen(kScreen); }
+    int below(int limit) { return static_cast<int>(random() % static_cast<unsigned>(limit)); }
 
     PrivateXServer server{kWidth, kHeight};
     XClient client{server.display()};
@@ -79,6 +87,7 @@ protected:
     X11ScreenCapture capture{server.display(), *displays, ownWindows};
     StreamReceiver receiver;
     std::unique_ptr<ScreenStream> stream;
+    std::mt19937 random{11};
 };
 
 }  // namespace kasto::test

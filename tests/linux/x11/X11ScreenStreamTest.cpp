@@ -6,15 +6,10 @@
 
 #include <xcb/xfixes.h>
 
-#include <random>
-#include <thread>
-
 namespace kasto::test {
 
 using namespace x11;
 namespace {
-
-void letPass(int milliseconds) { std::this_thread::sleep_for(std::chrono::milliseconds(milliseconds)); }
 
 class X11ScreenStreamTest : public ScreenTest {};
 
@@ -66,7 +61,7 @@ TEST_F(X11ScreenStreamTest, HeldPicturesNeverChangeOutliveTheStreamAndAreCaughtU
     EXPECT_EQ(receiver.falseReports, 0);
 }
 
-// The cursor over the clean screen, as the server tells its image.
+// The screen with the cursor's image, as the server reports it, painted over it.
 Pixels withCursor(const XClient& client, Pixels screen) {
     auto* c = client.raw();
     const Reply<void> version(xcb_xfixes_query_version_reply(c, xcb_xfixes_query_version(c, 5, 0), nullptr));
@@ -78,15 +73,15 @@ Pixels withCursor(const XClient& client, Pixels screen) {
     for (int y = seen.y; y < seen.maxY(); ++y)
         for (int x = seen.x; x < seen.maxX(); ++x) {
             const auto source = argb[(y - place.y) * place.width + x - place.x];
-            // The server's own cursors are either opaque or not there at a pixel.
+            // The pixels of the server's own cursors are either opaque or fully transparent.
             if (source >> 24 == 255) screen.at(x, y) = source & 0xffffff;
         }
     return screen;
 }
 
-class ReadWayTest : public X11ScreenStreamTest, public testing::WithParamInterface<ReadMethod> {};
+class ReadMethodTest : public X11ScreenStreamTest, public testing::WithParamInterface<ReadMethod> {};
 
-TEST_P(ReadWayTest, FollowsRandomDrawingPixelForPixel) {
+TEST_P(ReadMethodTest, FollowsRandomDrawingPixelForPixel) {
     client.setRootColor(0x204060);
     const auto window = client.showWindow({40, 30, 500, 400}, 0x808080);
     start(std::make_unique<X11ScreenStream>(ReadSettings{.serverName = server.display(),
@@ -95,8 +90,6 @@ TEST_P(ReadWayTest, FollowsRandomDrawingPixelForPixel) {
                                                          .capturePx = kScreen,
                                                          .readMethod = GetParam()},
                                             1.0 / 200, receiver));
-    std::mt19937 random(7);
-    const auto below = [&](int limit) { return static_cast<int>(random() % static_cast<unsigned>(limit)); };
     for (int i = 0; i <= 300; ++i) {
         if (i % 10 == 0) client.move(window, below(200) - 60, below(160) - 40);
         for (int j = below(6); j >= 0; --j)
@@ -108,7 +101,7 @@ TEST_P(ReadWayTest, FollowsRandomDrawingPixelForPixel) {
     EXPECT_GT(receiver.count, 20u);
 }
 
-INSTANTIATE_TEST_SUITE_P(Ways, ReadWayTest, testing::Values(ReadMethod::best, ReadMethod::imagesOnly));
+INSTANTIATE_TEST_SUITE_P(Methods, ReadMethodTest, testing::Values(ReadMethod::best, ReadMethod::imagesOnly));
 
 TEST_F(X11ScreenStreamTest, TheCursorFollowsThePointerAndLeavesNoTrace) {
     const auto window = client.showWindow(kScreen, 0x775533);
@@ -122,7 +115,7 @@ TEST_F(X11ScreenStreamTest, TheCursorFollowsThePointerAndLeavesNoTrace) {
     const std::tuple<int, int, std::optional<PixelRect>> rows[] = {
         {300, 200, {}},
         {305, 204, {}},                           // over where it was
-        {305, 204, PixelRect{295, 195, 12, 12}},  // drawn beneath it
+        {305, 204, PixelRect{295, 195, 12, 12}},  // drawn under it
         {0, 0, PixelRect{290, 190, 40, 40}},      // partly outside
         {kWidth - 1, kHeight - 1, {}},
         {50, 60, kScreen},
@@ -160,7 +153,7 @@ TEST_F(X11ScreenStreamTest, RecordsThePartOfADisplayThatIsAskedFor) {
         client.fill(window, {i * 10, 0, 10, kHeight}, 0x010204u * static_cast<unsigned>(i));
     const std::tuple<const char*, std::optional<Rect>, PixelRect> rows[] = {
         {"RIGHT", Rect{100, 50, 120, 80}, {420, 50, 120, 80}},
-        {"RIGHT", {}, {320, 0, 318, 480}},  // an odd width loses its last column
+        {"RIGHT", {}, {320, 0, 318, 480}},  // an odd width is rounded down
         {"LEFT", Rect{0, 0, 41, 41}, {0, 0, 40, 40}},
     };
     auto wanted = kConfiguration;

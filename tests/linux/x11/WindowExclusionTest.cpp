@@ -5,9 +5,6 @@
 #include <xcb/composite.h>
 
 #include <algorithm>
-#include <atomic>
-#include <random>
-#include <thread>
 
 namespace kasto::test {
 
@@ -18,18 +15,16 @@ constexpr std::uint32_t kOwnColor = 0xffff00ff;  // nothing else on the screen h
 
 std::ptrdiff_t ownIn(const Pixels& pixels) { return std::ranges::count(pixels.rgb, kOwnColor & 0xffffff); }
 
-void letPass(unsigned milliseconds) { std::this_thread::sleep_for(std::chrono::milliseconds(milliseconds)); }
-
-// A desktop without a compositing manager ("Bare"), with one, or with one that fades windows in and out; and
-// its twin, a screen on which others do the same, but without the program's own windows.
-class HiddenWindowsTest : public ScreenTest, public testing::WithParamInterface<std::string> {
+// A desktop without a compositing manager ("Bare"), with one, or with one that fades windows in and out. Its
+// twin is a screen on which the windows of other clients do the same, but which has no own windows.
+class WindowExclusionTest : public ScreenTest, public testing::WithParamInterface<std::string> {
 protected:
-    HiddenWindowsTest() {
+    WindowExclusionTest() {
         xcb_composite_redirect_subwindows(twin.raw(), twin.root(), XCB_COMPOSITE_REDIRECT_AUTOMATIC);
         for (auto* each : {&client, &twin}) each->setRootColor(0x003355);
         if (GetParam() == "Managed") server.startCompositingManager();
         if (GetParam() == "Fading") server.startCompositingManager({"--fading"});
-        // A manager has a background of its own: it is covered.
+        // A compositing manager paints a background of its own, so it is covered.
         addForeign(isBare ? PixelRect{50, 30, 540, 330} : kScreen);
         addForeign({200, 120, 180, 140});
         EXPECT_TRUE(waitUntil([this] { return shown() == expected(); }));
@@ -40,7 +35,7 @@ protected:
         };
     }
 
-    ~HiddenWindowsTest() override {
+    ~WindowExclusionTest() override {
         stream.reset();
         receiver.queue.drain();
     }
@@ -49,13 +44,13 @@ protected:
         ASSERT_NO_FATAL_FAILURE(ScreenTest::start(kConfiguration, {{std::string(kBundleIdentifier)}}));
     }
 
-    void hideFromTakes(xcb_window_t window, std::optional<std::vector<PixelRect>> painted = {}) {
+    void exclude(xcb_window_t window, std::optional<std::vector<PixelRect>> painted = {}) {
         ownWindows.set({.nativeId = window, .sharing = SharingType::none, .paintedPx = std::move(painted)});
     }
-    // A window of the program that is not to be recorded.
+    // A window of the program that must not be recorded.
     xcb_window_t makePanel(const PixelRect& bounds, WindowKind kind = WindowKind::overrideRedirect) {
         const auto panel = own.makeWindow(bounds, kind, kOwnColor);
-        hideFromTakes(panel);
+        exclude(panel);
         return panel;
     }
 
@@ -76,9 +71,7 @@ protected:
         twin.move(foreign[1].twinsId, x, y);
     }
 
-    int below(int limit) { return static_cast<int>(random() % static_cast<unsigned>(limit)); }
-
-    // Draws somewhere in a window of somebody else's, or moves the upper one.
+    // Draws somewhere in a foreign window, or moves the upper one.
     void disturb() {
         const auto& target = foreign[random() % 2];
         const auto color = random() & 0xffff;
@@ -87,7 +80,7 @@ protected:
              color);
         if (below(4) != 0) return;
         moveUpper(below(kWidth) - 60, below(kHeight) - 60);
-        // An unredirected window loses what leaves the screen; a client draws it again.
+        // A window that is not redirected loses what leaves the screen, so it is drawn again.
         fill(foreign[1], kScreen, color);
     }
 
@@ -98,12 +91,11 @@ protected:
     XClient twin{twinServer.display()};
     XClient own{server.display()};
     std::vector<Foreign> foreign;
-    std::mt19937 random{11};
     std::atomic<int> leaks = 0;
-    bool areOthersRed = false;  // only the very colour is a leak then
+    bool areOthersRed = false;  // only the exact colour counts as a leak then
 };
 
-TEST_P(HiddenWindowsTest, AnOutlineThatComesAndGoesIsNeverRecorded) {
+TEST_P(WindowExclusionTest, AnOutlineThatComesAndGoesIsNeverRecorded) {
     const auto outline = makePanel({80, 60, 300, 200});
     own.shape(outline, {{0, 0, 300, 6}, {0, 194, 300, 6}, {0, 6, 6, 188}, {294, 6, 6, 188}});
     start();
@@ -122,7 +114,7 @@ TEST_P(HiddenWindowsTest, AnOutlineThatComesAndGoesIsNeverRecorded) {
     EXPECT_EQ(receiver.falseReports, 0);
     EXPECT_GT(receiver.count, 20u);
 
-    // Visible to everybody else all the time.
+    // On the screen the outline is visible all the time.
     EXPECT_TRUE(waitUntil([&] { return shown() != expected(); }));
     own.destroy(outline);
     ownWindows.remove(outline);
@@ -130,12 +122,12 @@ TEST_P(HiddenWindowsTest, AnOutlineThatComesAndGoesIsNeverRecorded) {
     EXPECT_EQ(leaks, 0);
 }
 
-TEST_P(HiddenWindowsTest, AWindowThatIsVisibleAtTheStartIsNotRecordedUntilItIsShared) {
+TEST_P(WindowExclusionTest, AWindowThatIsVisibleAtTheStartIsNotRecordedUntilItIsShared) {
     const auto panel = makePanel({100, 80, 200, 150});
     own.show(panel);
     letPass(100);
     start();
-    // What it covered has to be drawn once more where nothing kept it.
+    // What the panel covered before the start was not kept by the server and is drawn again.
     for (const auto& window : foreign) fill(window, kScreen, 0x4080);
     EXPECT_TRUE(receiver.waitForPicture(expected()));
     EXPECT_EQ(leaks, 0);
@@ -144,8 +136,8 @@ TEST_P(HiddenWindowsTest, AWindowThatIsVisibleAtTheStartIsNotRecordedUntilItIsSh
     EXPECT_TRUE(receiver.waitFor([](const ScreenFrame& frame) { return ownIn(toPixels(frame)) > 0; }));
 }
 
-// However large the part of the screen that is reported as damaged for it.
-TEST_P(HiddenWindowsTest, AHiddenWindowThatDrawsMakesNoPictures) {
+// Although the server reports far more of the screen as damaged than the window touches.
+TEST_P(WindowExclusionTest, AnExcludedWindowThatDrawsMakesNoPictures) {
     const std::vector<PixelRect> sides{{10, 10, 600, 4}, {10, 380, 600, 4}};
     const auto overlay = own.makeWindow(kScreen, isBare ? WindowKind::overrideRedirect : WindowKind::argb,
                                         isBare ? kOwnColor : 0);
@@ -160,26 +152,26 @@ TEST_P(HiddenWindowsTest, AHiddenWindowThatDrawsMakesNoPictures) {
         letPass(5);
     };
     step(0);
-    hideFromTakes(overlay, sides);
+    exclude(overlay, sides);
     start();
     own.show(overlay);
-    // What the overlay's appearance sets off comes to rest.
+    // After its appearance, all root damage counts as foreign for a while.
     for (int i = 0; i < 300; ++i) step(i);
     const auto before = receiver.count.load();
     for (int i = 0; i < 300; ++i) step(i);
     EXPECT_EQ(receiver.count, before);
 
-    // What others draw is seen, also where the overlay is and wherever it paints next.
+    // Drawing of other clients is recorded, also under the overlay and wherever it paints next.
     PixelRect painted;
     for (int i = 0; i < 320; ++i) {
         if (isBare) {
             step(i);
         } else {
             const PixelRect next{below(600), below(360), 30, 30};
-            hideFromTakes(overlay, std::vector{painted, next, sides[0], sides[1]});
+            exclude(overlay, std::vector{painted, next, sides[0], sides[1]});
             own.fill(overlay, painted, 0);
             own.fill(overlay, next, kOwnColor);
-            hideFromTakes(overlay, std::vector{next, sides[0], sides[1]});
+            exclude(overlay, std::vector{next, sides[0], sides[1]});
             painted = next;
         }
         disturb();
@@ -191,7 +183,7 @@ TEST_P(HiddenWindowsTest, AHiddenWindowThatDrawsMakesNoPictures) {
 }
 
 // Of a window inside a window manager's frame the frame is seen, and in its place what lies beneath.
-TEST_P(HiddenWindowsTest, AManagedWindowLeavesItsFrameBehind) {
+TEST_P(WindowExclusionTest, AManagedWindowLeavesItsFrameBehind) {
     server.startWindowManager();
     const auto panel = makePanel({150, 100, 200, 150}, WindowKind::managed);
     areOthersRed = true;
@@ -220,11 +212,11 @@ TEST_P(HiddenWindowsTest, AManagedWindowLeavesItsFrameBehind) {
     EXPECT_EQ(leaks, 0);
 }
 
-INSTANTIATE_TEST_SUITE_P(Desktops, HiddenWindowsTest, testing::Values("Bare", "Managed", "Fading"),
+INSTANTIATE_TEST_SUITE_P(Desktops, WindowExclusionTest, testing::Values("Bare", "Managed", "Fading"),
                          [](const auto& info) { return info.param; });
 
-// Managers come and go: what was under the window stays right through it.
-class ChangingDesktopTest : public HiddenWindowsTest {};
+// Compositing managers start and end: the underlay stays right all the time.
+class ChangingDesktopTest : public WindowExclusionTest {};
 
 TEST_P(ChangingDesktopTest, AManagerMayStartAndEndMeanwhile) {
     for (auto* each : {&client, &twin})
@@ -244,7 +236,7 @@ TEST_P(ChangingDesktopTest, AManagerMayStartAndEndMeanwhile) {
     EXPECT_EQ(leaks, 0);
 }
 
-// A software cursor can make the server lose damage of what moves beneath it.
+// A software cursor can make the server lose the damage of a window that moves under it.
 TEST_P(ChangingDesktopTest, AWindowThatMovesUnderThePointerLeavesNoTrace) {
     own.show(makePanel({500, 20, 60, 60}));
     client.movePointer(300, 200);
