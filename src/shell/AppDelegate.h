@@ -1,28 +1,20 @@
 #pragma once
 
-#include "base/SerialQueue.h"
 #include "camera/CameraSource.h"
+#include "control/TakeController.h"
 #include "input/HotKey.h"
-#include "input/InputPoller.h"
-#include "input/ScrollPanMonitor.h"
-#include "input/TouchPadZoomPan.h"
 #include "model/CaptureModel.h"
 #include "options/OptionTable.h"
-#include "overlay/OverlayController.h"
 #include "platform/Desktop.h"
-#include "platform/StatusItem.h"
-#include "recording/Recorder.h"
+#include "shell/Alerts.h"
+#include "shell/LiveTake.h"
 #include "shell/MainQueue.h"
 #include "shell/MenuHost.h"
 #include "shell/OptionCommands.h"
+#include "shell/ScreenAccessWatch.h"
+#include "shell/StatusController.h"
 
-#include <QMessageBox>
 #include <QObject>
-#include <QPointer>
-#include <QTimer>
-#include <chrono>
-#include <filesystem>
-#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -34,55 +26,63 @@ class SettingsController;
 class MainMenu;
 class StatusMenus;
 
-// The one controller: every trigger starts or stops a take through it.
+// The one object that every trigger of the program reaches: status item, menus, hot key, URLs, automations
+// and the session. It owns the components and passes wishes on to them: takes are run by TakeController, what
+// the user sees of them by StatusController and LiveTake, the right to record by ScreenAccessWatch.
 //
-// Main thread only. What has to wait for the recorder runs on a worker of its own and goes on here when that
-// is done; `isRecording` and the private busy mark keep such tasks from overlapping. A request that does not
-// fit the phase is ignored.
-class AppDelegate final : public QObject, public MenuHost {
+// Main thread only. A request that does not fit the phase of the take is ignored.
+class AppDelegate final : public QObject, public MenuHost, private TakeObserver {
     Q_OBJECT
 
 public:
     // The desktop's services outlive the controller.
     explicit AppDelegate(const Desktop& desktop);
 
-    // Finishes a take that still runs, without its move or reveal, and waits for it.
+    // Completes the movie of a take that still runs, without its move or reveal, and waits for it.
     ~AppDelegate() override;
 
-    // Once, when the event loop is about to run.
+    // Once, when the event loop is about to run. All else comes after it.
     void applicationDidFinishLaunching();
 
     // Ends the program: at once when idle, else after the take that is being started, recorded or finished
     // is safely in its file. `readyToTerminate` tells when.
-    void terminate() override;
+    void terminate() override { take_.quit(); }
 
     // Runs the command word of each URL, in order: its host, else its path without slashes at its ends.
     void openUrls(const std::vector<std::string>& urls);
 
     // Starts a take when idle. Without the right to record the screen, asks for that instead.
-    void startRecording();
+    void startRecording() { take_.start(); }
 
     // Stops the take that runs, else starts one.
-    void toggleRecording() override;
+    void toggleRecording() override { take_.toggle(); }
 
     // Stops the take that runs, if one does.
-    void stopFromCommand();
+    void stopFromCommand() { take_.stop(); }
 
-    // Ends the take that runs and finishes its file, then calls `done`. Does nothing (and calls nothing)
-    // when none runs. `reveal` shows the file to the user in the end.
-    void finishStop(bool reveal, std::function<void()> done = {});
+    // What the stop button does.
+    void stopFromBar() { toggleRecording(); }
+
+    // Ends the take that runs, if one does, and finishes its file. `reveal` shows the file to the user in the
+    // end. Returns at once.
+    void finishStop(bool reveal);
+
+    // Finishes the take that is under way before it returns, and shows nothing: for a process that is about
+    // to end without its event loop. No take can be started after it.
+    void finishNow();
+
+    // Brings camera and tile of the take that runs in line with the options.
+    void applyPipState() { live_.applyPipState(); }
 
     // Commands of menus and settings.
-    std::vector<CameraDevice> cameras() override;
+    std::vector<CameraDevice> cameras() override { return camera_.devices(); }
     void chooseOutputFolder() override { optionCommands_.chooseOutputFolder(); }
     void clearOutputFolder() override { optionCommands_.clearOutputFolder(); }
     void openFolder() override { optionCommands_.openFolder(); }
     void beginSetRegion() override;
     void clearRegion() override { optionCommands_.clearRegion(); }
-    bool mayRecordScreen() const override;
-
-    // What the stop button does.
-    void stopFromBar();
+    bool mayRecordScreen() const override { return screenAccess_.isGranted(); }
+    void openPrivacyPane() override { screenAccess_.openPrivacyPane(); }
 
     // Opens the options at the pointer while a take runs.
     void showQuickMenu();
@@ -90,105 +90,44 @@ public:
     // Shows the settings window, or hides it.
     void showSettings() override;
 
-    // Opens the desktop's settings where the right to record the screen is granted.
-    void openPrivacyPane() override;
-
-    // Finishes the take that runs, or is being finished, before it returns, and shows nothing: for a process
-    // that is about to end without its event loop.
-    void finishNow();
-
-    bool isRecording() const override { return isRecording_; }
-
-    // When the newest take started.
-    std::chrono::system_clock::time_point startDate() const { return startDate_; }
+    bool isRecording() const override { return take_.isRecording(); }
 
 signals:
     void readyToTerminate();
 
 private:
-    // TakeControl.cpp
-    void takeStarted(const Result<void>& started);
-    void takeFailed(const Error& error);
-    void streamStopped();
-    void becomeIdle();
+    // TakeObserver
+    bool mayStartTake() override { return screenAccess_.isGrantedElseExplain(); }
+    void takeBegan() override;
+    void takeFailed(const Error& error) override;
+    void takeEnding() override;
+    void takeEnded(const EndedTake& take) override;
+    void quickMenuWanted() override { showQuickMenu(); }
+    void mayTerminate() override { emit readyToTerminate(); }
 
-    // FinishTake.cpp
-    void stopComponents();
-    std::optional<std::filesystem::path> stopAndFile();
-    void takeFinished(const std::optional<std::filesystem::path>& file, bool reveal);
-
-    // ScreenPermission.cpp
-    void startPermissionWatch();
-    void permissionTick();
-    void permissionAlert();
-
-    // Alert.cpp: the first button is the default one, the last what Escape means.
-    QMessageBox& showAlert(const std::string& message, const std::string& informativeText,
-                           const std::vector<std::string>& buttons);
-
-    // StatusBar.cpp
-    void makeStatusItem();
-    void updateIcon();
-    void updateTitle();
-    void startTitleTimer();
-    void setBusyGear(bool on);
-    void spawnStopButton();
-    void statusClicked(const StatusClick& click);
-
-    void closeMenus();
-
-    // OptionEffects.cpp
-    void follow(OptionId option);
-
-    // Launch.cpp
     void buildMainMenu();
-
-    // CameraTile.cpp: camera and tile as the options say.
-    void applyPipState();
-    void restartCamera();
-
-    // LiveOverlay.cpp: while a take runs.
-    void nameAudioTracks();
-    void startOverlay();
-    void stopOverlay();
-
-    // UrlCommands.cpp
+    void makeStatusItem();
+    void registerHotKey();
     void runCommand(const std::string& word);
+    TakeController::RunOnMain runOnMain();
 
     const Desktop desktop_;
-    // Outlived by nothing that posts to it: the worker and the recorder end first.
     const std::shared_ptr<MainQueue> mainQueue_ = std::make_shared<MainQueue>();
     OptionCommands optionCommands_{desktop_};
     CaptureModel model_;
     CameraSource camera_{desktop_.cameraSession};
-    Recorder recorder_{model_, camera_, desktop_};
-    InputPoller poller_{model_, desktop_.pointer};
-    ScrollPanMonitor scrollPan_{model_, desktop_.pointer};
-    const std::shared_ptr<TouchPadZoomPan> touchPad_ = std::make_shared<TouchPadZoomPan>(
-        model_, desktop_.multitouch, desktop_.pointer, desktop_.screenAccess);
-    OverlayController overlay_{model_, desktop_.displays, desktop_.ownWindows, desktop_.overlaySupport};
-    SerialQueue worker_{"app.tolvane.kasto.take", QueuePriority::userInteractive};
+    LiveTake live_{model_, camera_, desktop_};
+    Alerts alerts_{desktop_.ownWindows};
+    ScreenAccessWatch screenAccess_{desktop_, alerts_, [this] { terminate(); }};
+    TakeController take_{model_, camera_, desktop_, runOnMain(), *this};
 
-    std::chrono::system_clock::time_point startDate_ = std::chrono::system_clock::now();
-    bool isRecording_ = false;
-    bool isBusy_ = false;       // a start or a finish is in progress
-    bool streamEnded_ = false;  // the stream of the take being started is gone already
-    bool quitsWhenIdle_ = false;
-    QPointer<QMessageBox> alert_;
-    std::unique_ptr<QTimer> permissionTimer_;  // while the right to record is waited for
-    std::unique_ptr<HotKey> hotKey_;           // none where the chord is taken
-
-    // None before they are first asked for.
-    std::unique_ptr<SettingsController> settings_;
+    std::unique_ptr<SettingsController> settings_;  // made when it is first shown
     // From launch to exit.
+    std::unique_ptr<HotKey> hotKey_;  // none where the chord is taken
     std::unique_ptr<MainMenu> mainMenu_;
     std::unique_ptr<StatusMenus> menus_;
-    std::unique_ptr<StatusItem> statusItem_;
-    // While a take runs.
-    std::unique_ptr<StatusItem> stopItem_;
-    QTimer titleTimer_;
-    std::unique_ptr<HotKeyRegistration> quickClick_;
-    std::shared_ptr<const void> optionObservation_;  // from launch
+    std::unique_ptr<StatusController> status_;
+    std::shared_ptr<const void> optionObservation_;
 };
 
 }  // namespace kasto

@@ -35,6 +35,12 @@ protected:
         }));
     }
 
+    // The status item shows the gear from the end of a take until its file is in its place.
+    bool isIdle() {
+        const auto& item = desktop.statusItems.shown.at("kasto");
+        return item.image == StatusImage::idle && item.title.empty();
+    }
+
     std::ptrdiff_t stopsLogged() const { return countOf("kasto: stopped "); }
     std::ptrdiff_t countOf(const std::string& beginning) const {
         return std::ranges::count_if(log.all(),

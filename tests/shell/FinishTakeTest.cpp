@@ -25,9 +25,8 @@ protected:
 
     void stop() {
         desktop.workspace.revealed.clear();
-        bool finished = false;
-        delegate->finishStop(true, [&] { finished = true; });
-        EXPECT_TRUE(loopUntil([&] { return finished; }));
+        delegate->finishStop(true);
+        EXPECT_TRUE(loopUntil([&] { return isIdle(); }));
     }
 
     fs::path takeAndStop() {

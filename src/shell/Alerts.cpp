@@ -1,13 +1,12 @@
-#include "shell/AppDelegate.h"
+#include "shell/Alerts.h"
+
 #include "ui/OwnWindowWatch.h"
 
 namespace kasto {
 
-QMessageBox& AppDelegate::showAlert(const std::string& message, const std::string& informativeText,
-                                    const std::vector<std::string>& buttons) {
-    // A second alert replaces the first: they say the same of the newest attempt. The event loop goes on
-    // meanwhile, so that the program can still be told to quit.
-    delete alert_;
+QMessageBox& Alerts::show(const std::string& message, const std::string& informativeText,
+                          const std::vector<std::string>& buttons) {
+    close();
     alert_ =
         new QMessageBox(QMessageBox::NoIcon, "kasto", QString::fromStdString(message), QMessageBox::NoButton);
     for (const auto& text : buttons) {
@@ -18,7 +17,7 @@ QMessageBox& AppDelegate::showAlert(const std::string& message, const std::strin
     alert_->setInformativeText(QString::fromStdString(informativeText));
     alert_->setTextFormat(Qt::PlainText);
     alert_->setAttribute(Qt::WA_DeleteOnClose);
-    watchOwnWindow(*alert_, desktop_.ownWindows);
+    watchOwnWindow(*alert_, ownWindows_);
     alert_->show();
     alert_->raise();
     alert_->activateWindow();

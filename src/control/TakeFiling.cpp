@@ -1,4 +1,4 @@
-#include "shell/TakeFiling.h"
+#include "control/TakeFiling.h"
 
 #include "base/DebugLog.h"
 #include "base/FileMove.h"
