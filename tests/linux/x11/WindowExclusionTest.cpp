@@ -182,33 +182,29 @@ TEST_P(WindowExclusionTest, AnExcludedWindowThatDrawsMakesNoPictures) {
     EXPECT_EQ(receiver.falseReports, 0);
 }
 
-// Of a window inside a window manager's frame the frame is seen, and in its place what lies beneath.
-TEST_P(WindowExclusionTest, AManagedWindowLeavesItsFrameBehind) {
+TEST_P(WindowExclusionTest, AManagedWindowIsLeftOutWithItsFrame) {
     server.startWindowManager();
     const auto panel = makePanel({150, 100, 200, 150}, WindowKind::managed);
     areOthersRed = true;
     start();
-    own.show(panel);
-    for (const auto id : {foreign[1].id, foreign[0].id}) client.restack(id, XCB_STACK_MODE_BELOW);
-    ASSERT_TRUE(waitUntil([&] { return ownIn(shown()) == 200 * 150; }));
     for (int i = 0; i < 60; ++i) {
+        if (i % 20 == 0) {
+            own.show(panel);
+            for (const auto id : {foreign[1].id, foreign[0].id}) client.restack(id, XCB_STACK_MODE_BELOW);
+        }
         if (i % 4 == 0) own.move(panel, below(300), 40 + below(150));
         disturb();
         letPass(random() % 10);
+        if (i % 20 == 19) {
+            ASSERT_TRUE(waitUntil([&] { return ownIn(shown()) > 0; }));
+            ASSERT_TRUE(receiver.waitForPicture(expected())) << i;
+            // The window manager removes the frame later than the window is hidden and taken off the list.
+            own.hide(panel);
+            ownWindows.remove(panel);
+            ASSERT_TRUE(receiver.waitForPicture(expected())) << i;
+            exclude(panel);
+        }
     }
-    letPass(300);
-    const Reply<xcb_translate_coordinates_reply_t> at(xcb_translate_coordinates_reply(
-        own.raw(), xcb_translate_coordinates(own.raw(), panel, own.root(), 0, 0), nullptr));
-    const PixelRect inside{at->dst_x, at->dst_y, 200, 150};
-    const auto differingIn = [&, wanted = expected()](const PixelRect& rect, const Pixels& pixels) {
-        int differing = 0;
-        for (int y = rect.y; y < rect.maxY(); ++y)
-            for (int x = rect.x; x < rect.maxX(); ++x) differing += pixels.at(x, y) != wanted.at(x, y);
-        return differing;
-    };
-    EXPECT_TRUE(receiver.waitFor(
-        [&](const ScreenFrame& frame) { return differingIn(inside, toPixels(frame)) == 0; }));
-    EXPECT_GT(differingIn(kScreen, toPixels(receiver.last.copy())), 500);
     EXPECT_EQ(leaks, 0);
 }
 

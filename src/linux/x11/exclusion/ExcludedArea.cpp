@@ -5,7 +5,8 @@
 
 namespace kasto::x11 {
 
-bool ExcludedArea::setWindows(const std::vector<OwnWindow>& windows, const std::vector<OwnWindow>& replaced) {
+bool ExcludedArea::setWindows(const std::vector<OwnWindow>& windows, const std::vector<OwnWindow>& replaced,
+                              double nowS) {
     for (const auto& window : replaced)
         for (const auto& place : places_)
             if (place.id == window.nativeId && window.sharing == SharingType::none && window.paintedPx)
@@ -18,6 +19,8 @@ bool ExcludedArea::setWindows(const std::vector<OwnWindow>& windows, const std::
     }
     const auto idOf = [](const auto& entry) { return entry.first; };
     const bool hasSameIds = std::ranges::equal(now, painted_, {}, idOf, idOf);
+    for (const auto& [id, painted] : painted_)
+        if (!now.contains(id)) former_[id] = tailEndS(nowS);
     painted_ = std::move(now);
     return !hasSameIds;
 }
@@ -25,8 +28,16 @@ bool ExcludedArea::setWindows(const std::vector<OwnWindow>& windows, const std::
 std::vector<std::uint32_t> ExcludedArea::windows() const {
     std::vector<std::uint32_t> ids;
     for (const auto& [id, painted] : painted_) ids.push_back(id);
+    for (const auto& [id, untilS] : former_)
+        if (!painted_.contains(id)) ids.push_back(id);
     return ids;
 }
+
+bool ExcludedArea::forgetFormer(double nowS) {
+    return std::erase_if(former_, [&](const auto& entry) { return entry.second <= nowS; }) > 0;
+}
+
+double ExcludedArea::tailEndS(double nowS) const { return nowS + exclusionTailS(hasCompositingManager_); }
 
 void ExcludedArea::setPlaces(std::vector<OwnPlace> places, bool hasCompositingManager) {
     places_ = std::move(places);
@@ -36,8 +47,8 @@ void ExcludedArea::setPlaces(std::vector<OwnPlace> places, bool hasCompositingMa
 void ExcludedArea::noteMoved(std::uint32_t topLevel, int rootX, int rootY) {
     for (const auto& place : places_)
         if (place.topLevel == topLevel)
-            passedThrough_.push_back(
-                paintedBy(place).translate(rootX - area_.x - place.frameX, rootY - area_.y - place.frameY));
+            passedThrough_.push_back(paintedBy(place).translate(rootX - area_.x - place.topLevelX,
+                                                                rootY - area_.y - place.topLevelY));
 }
 
 void ExcludedArea::noteMapped(std::uint32_t window) {
@@ -48,7 +59,7 @@ void ExcludedArea::noteMapped(std::uint32_t window) {
 Region ExcludedArea::paintedBy(const OwnPlace& place) const {
     const auto entry = painted_.find(place.id);
     if (entry == painted_.end()) return {};
-    if (!entry->second) return place.shape;
+    if (!entry->second || place.isFramed) return place.shape;
     auto painted = Region(*entry->second).translate(place.x, place.y);
     // Without a compositing manager no part of a window is transparent.
     return hasCompositingManager_ ? painted : std::move(painted.unite(place.shape));
@@ -72,7 +83,7 @@ std::optional<ExcludedArea::Change> ExcludedArea::update(double nowS, bool hasMo
         if (place.isViewable) covered.unite(paintedBy(place));
     covered.intersect(whole);
     passedThrough_.push_back(subtracted(covered_, covered));
-    const double untilS = nowS + exclusionTailS(hasCompositingManager_);
+    const double untilS = tailEndS(nowS);
     for (auto& passed : std::exchange(passedThrough_, {}))
         if (!passed.intersect(whole).isEmpty()) tails_.push_back({std::move(passed), untilS});
     covered_ = std::move(covered);

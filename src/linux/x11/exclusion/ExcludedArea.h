@@ -29,9 +29,16 @@ public:
 
     // Replaces what is known of the own windows. `replaced` was said of them and withdrawn since the last
     // call: it may have been on the screen for a moment. True if other windows are registered than before.
-    bool setWindows(const std::vector<OwnWindow>& windows, const std::vector<OwnWindow>& replaced);
+    bool setWindows(const std::vector<OwnWindow>& windows, const std::vector<OwnWindow>& replaced,
+                    double nowS);
+
+    // The registered windows, and those that were registered within the exclusion tail: the request that
+    // hides one may be unsent, and a window manager removes its frame later.
     std::vector<std::uint32_t> windows() const;
-    bool hasWindows() const { return !painted_.empty(); }
+    bool hasWindows() const { return !painted_.empty() || !former_.empty(); }
+
+    // Forgets windows whose exclusion tail is over. True if there were any.
+    bool forgetFormer(double nowS);
 
     // Replaces where the own windows are.
     void setPlaces(std::vector<OwnPlace> places, bool hasCompositingManager);
@@ -63,9 +70,11 @@ private:
         double untilS;
     };
     Region paintedBy(const OwnPlace& place) const;
+    double tailEndS(double nowS) const;
 
     PixelRect area_;
     std::map<std::uint32_t, std::optional<Region>> painted_;  // from the window's corner; none = its shape
+    std::map<std::uint32_t, double> former_;                  // and until when
     std::vector<OwnPlace> places_;
     bool hasCompositingManager_ = false;
     std::vector<Region> passedThrough_;  // since the last update, to become tails

@@ -112,8 +112,9 @@ TickState WindowExclusion::beginTick(double nowS, bool isRootDamaged) {
 
 // True if a window has moved or paints elsewhere since the last call.
 bool WindowExclusion::refresh(double nowS) {
-    readRegistry();
+    readRegistry(nowS);
     if (!underlay_) return false;
+    treeChanged_ |= excluded_.forgetFormer(nowS);
     const bool hasMoved = treeChanged_ || registryChanged_;
     registryChanged_ = false;
     if (std::exchange(treeChanged_, false)) {
@@ -124,12 +125,12 @@ bool WindowExclusion::refresh(double nowS) {
     return hasMoved;
 }
 
-void WindowExclusion::readRegistry() {
+void WindowExclusion::readRegistry(double nowS) {
     if (!registry_ || registry_->generation() == generation_) return;
     const auto seen = std::exchange(generation_, registry_->generation());
     const auto replaced = seen ? registry_->replacedSince(*seen) : std::vector<OwnWindow>();
     registryChanged_ = true;
-    if (!excluded_.setWindows(registry_->windows(), replaced)) return;
+    if (!excluded_.setWindows(registry_->windows(), replaced, nowS)) return;
     treeChanged_ = true;
     for (const auto id : excluded_.windows()) {
         const std::uint32_t events = XCB_EVENT_MASK_STRUCTURE_NOTIFY;
@@ -163,6 +164,8 @@ void WindowExclusion::readTree(double nowS) {
     for (const auto& place : tree.own)
         if (!hasCompositingManager_ && place.isViewable && place.topLevel == place.id)
             underlay_->leaveUnredirected(place.id);
+    for (const auto& place : tree.own)
+        if (place.isFramed) xcb_shape_select_input(connection_.raw(), place.topLevel, 1);
     movedWindows_.update(others_, tree.others, hasCompositingManager_);
     others_ = std::move(tree.others);
     excluded_.setPlaces(std::move(tree.own), hasCompositingManager_);

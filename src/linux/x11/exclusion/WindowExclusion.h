@@ -135,7 +135,7 @@ private:
     PixelRect bounds() const { return {0, 0, area_.width, area_.height}; }
     void noteStructure(int type, const xcb_generic_event_t& event);
     bool refresh(double nowS);
-    void readRegistry();
+    void readRegistry(double nowS);
     void redirect(bool wanted);
     void readTree(double nowS);
     void updateExcluded(double nowS, bool hasMoved);

@@ -29,7 +29,8 @@ WindowTreeReader::WindowTreeReader(const Connection& connection, const PixelRect
     : connection_(connection),
       area_(area),
       managerSelection_(connection.atom("_NET_WM_CM_S" + std::to_string(connection.screenNumber()))),
-      opacity_(connection.atom("_NET_WM_WINDOW_OPACITY")) {}
+      opacity_(connection.atom("_NET_WM_WINDOW_OPACITY")),
+      embedding_(connection.atom("_XEMBED_INFO")) {}
 
 WindowTree WindowTreeReader::read(std::span<const std::uint32_t> own) const {
     auto* c = connection_.raw();
@@ -52,9 +53,10 @@ WindowTree WindowTreeReader::read(std::span<const std::uint32_t> own) const {
     return tree;
 }
 
-void WindowTreeReader::cutOut(const std::vector<OwnPlace>& own, std::vector<TopLevel>& others) {
-    for (const auto& place : own) {
-        std::erase_if(others, [&](const auto& top) { return top.id == place.id; });
+void WindowTreeReader::cutOut(const std::vector<OwnPlace>& places, std::vector<TopLevel>& others) {
+    for (const auto& place : places) {
+        const auto own = place.isFramed ? place.topLevel : place.id;
+        std::erase_if(others, [&](const auto& top) { return top.id == own; });
         for (auto& top : others)
             if (place.isViewable && place.topLevel == top.id) top.area.subtract(place.shape);
     }
@@ -92,7 +94,7 @@ std::vector<OwnPlace> WindowTreeReader::placeOwn(std::span<const std::uint32_t> 
                           .x = x,
                           .y = y,
                           .shape = toRegion(shape.get(), x, y)});
-        placeFrame(places.back());
+        placeTopLevel(places.back());
     }
     return places;
 }
@@ -107,13 +109,28 @@ std::uint32_t WindowTreeReader::topLevelOf(std::uint32_t window, std::uint32_t p
     return window;
 }
 
-void WindowTreeReader::placeFrame(OwnPlace& place) const {
+void WindowTreeReader::placeTopLevel(OwnPlace& place) const {
     auto* c = connection_.raw();
-    const Reply<xcb_get_geometry_reply_t> geometry(
-        xcb_get_geometry_reply(c, xcb_get_geometry(c, place.topLevel), nullptr));
-    if (!geometry) return;
-    place.frameX = geometry->x - area_.x;
-    place.frameY = geometry->y - area_.y;
+    const auto askedGeometry = xcb_get_geometry(c, place.topLevel);
+    const auto askedAttributes = xcb_get_window_attributes(c, place.topLevel);
+    const Reply<xcb_get_geometry_reply_t> geometry(xcb_get_geometry_reply(c, askedGeometry, nullptr));
+    const Reply<xcb_get_window_attributes_reply_t> attributes(
+        xcb_get_window_attributes_reply(c, askedAttributes, nullptr));
+    if (!geometry || !attributes) return;
+    place.topLevelX = geometry->x - area_.x;
+    place.topLevelY = geometry->y - area_.y;
+    place.isFramed = place.topLevel != place.id && !isEmbedded(place.id);
+    if (!place.isFramed) return;
+    place.isViewable = attributes->map_state == XCB_MAP_STATE_VIEWABLE;
+    place.shape = shapeOf(place.topLevel, place.topLevelX + geometry->border_width,
+                          place.topLevelY + geometry->border_width);
+}
+
+bool WindowTreeReader::isEmbedded(xcb_window_t window) const {
+    auto* c = connection_.raw();
+    const Reply<xcb_get_property_reply_t> reply(
+        xcb_get_property_reply(c, xcb_get_property(c, 0, window, embedding_, embedding_, 0, 1), nullptr));
+    return reply && reply->type != XCB_ATOM_NONE;
 }
 
 std::vector<TopLevel> WindowTreeReader::describe(std::span<const std::uint32_t> children) const {

@@ -20,17 +20,18 @@ struct TopLevel {
     Region area;         // its shape, without own windows inside it
 };
 
-// Where one of our own windows is. Window managers put a window into a frame, which is then the child of the
-// root window.
+// Where one of our own windows is. A window manager puts a window into a frame, which is then the child of
+// the root window and counts as own, too. A tray icon is embedded into a panel, which stays a foreign window.
 struct OwnPlace {
     std::uint32_t id = 0;
-    bool isViewable = false;
-    std::uint32_t topLevel = 0;  // the frame around it, or the window itself
+    bool isFramed = false;
+    bool isViewable = false;     // the window, or its frame
+    std::uint32_t topLevel = 0;  // the frame, or the child of the root window it is in, or the window itself
     int x = 0;                   // the window's corner, inside its border
     int y = 0;
-    int frameX = 0;  // the top level's corner, outside its border
-    int frameY = 0;
-    Region shape;
+    int topLevelX = 0;  // the top level's corner, outside its border
+    int topLevelY = 0;
+    Region shape;  // of the window, or of its frame
 };
 
 struct WindowTree {
@@ -54,8 +55,9 @@ public:
 private:
     std::vector<OwnPlace> placeOwn(std::span<const std::uint32_t> own) const;
     std::uint32_t topLevelOf(std::uint32_t window, std::uint32_t parent) const;
-    void placeFrame(OwnPlace& place) const;
-    static void cutOut(const std::vector<OwnPlace>& own, std::vector<TopLevel>& others);
+    void placeTopLevel(OwnPlace& place) const;
+    bool isEmbedded(xcb_window_t window) const;
+    static void cutOut(const std::vector<OwnPlace>& places, std::vector<TopLevel>& others);
     std::vector<TopLevel> describe(std::span<const std::uint32_t> children) const;
     Region shapeOf(xcb_window_t window, int x, int y) const;
     std::uint32_t overlayWindow() const;
@@ -64,6 +66,7 @@ private:
     PixelRect area_;
     xcb_atom_t managerSelection_;
     xcb_atom_t opacity_;
+    xcb_atom_t embedding_;
 };
 
 }  // namespace kasto::x11
