@@ -59,6 +59,8 @@ struct ScreenFrame {
     // which means all of it.
     std::vector<PixelRect> changedPx;
     double timeS = 0;  // media clock, when it was taken
+    // The part of the desktop that it shows, in global points. Empty: the part the stream was made for.
+    Rect areaPts = {};
 };
 
 // Interleaved sound, 48 kHz.

@@ -11,6 +11,7 @@ namespace {
 bool tellsItsChanges(const ScreenFrame& before, const ScreenFrame& after) {
     if (after.generation != before.generation + 1) return false;
     if (!before.pixels || after.changedPx.empty()) return true;
+    if (after.pixels->width() != before.pixels->width()) return false;
     auto patched = toPixels(before);
     auto now = toPixels(after);
     for (const auto& rect : after.changedPx)

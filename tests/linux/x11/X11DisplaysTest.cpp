@@ -43,10 +43,7 @@ TEST(X11DisplaysTest, PointsFollowTheResolutionTheDesktopAsksFor) {
     XClient client(server.display());
     client.movePointer(300, 150);
     EXPECT_EQ(pointer->location(), (Point{300, 150}));
-    const std::string resources = "Xcursor.size:\t24\nXft.dpi:\t144\n";
-    client.sync(xcb_change_property(client.raw(), XCB_PROP_MODE_REPLACE, client.root(),
-                                    XCB_ATOM_RESOURCE_MANAGER, XCB_ATOM_STRING, 8,
-                                    static_cast<std::uint32_t>(resources.size()), resources.data()));
+    client.setResources("Xcursor.size:\t24\nXft.dpi:\t144\n");
     ASSERT_TRUE(waitUntil([&] { return displays->scale() == 1.5; }));
     EXPECT_EQ(displays->all()[0].boundsPts, (Rect{0, 0, 1280, 720}));
     EXPECT_EQ(displays->all()[0].scale, 1.5);

@@ -104,6 +104,11 @@ void XClient::setRootColor(std::uint32_t color) {
     sync(xcb_clear_area(raw(), 0, root(), 0, 0, 0, 0));
 }
 
+void XClient::setResources(const std::string& text) {
+    sync(xcb_change_property(raw(), XCB_PROP_MODE_REPLACE, root(), XCB_ATOM_RESOURCE_MANAGER, XCB_ATOM_STRING,
+                             8, static_cast<std::uint32_t>(text.size()), text.data()));
+}
+
 Pixels XClient::screen(const PixelRect& rect) const {
     const auto [x, y, width, height] = toXcb(rect);
     const auto asked = xcb_get_image(raw(), XCB_IMAGE_FORMAT_Z_PIXMAP, root(), x, y, width, height, ~0u);

@@ -3,6 +3,7 @@
 #include "base/Geometry.h"
 #include "linux/x11/server/Connection.h"
 
+#include <string>
 #include <vector>
 
 namespace kasto::test {
@@ -46,6 +47,7 @@ public:
     void listenForPresses(xcb_window_t window);
     std::vector<int> pressed();  // the buttons, since it was last in step with the server
     void setRootColor(std::uint32_t color);
+    void setResources(const std::string& text);  // the root window's RESOURCE_MANAGER
 
     // What the server shows, read over the core protocol.
     Pixels screen(const PixelRect& rect) const;

@@ -33,7 +33,10 @@ Result<void> ScreenReader::begin() {
     damagedRegion_ = {connection_, xcb_generate_id(c)};
     xcb_xfixes_create_region(c, damagedRegion_.id(), 0, nullptr);
     if (settings_.showsCursor) cursor_ = std::make_unique<CursorLayer>(connection_, settings_.capturePx);
-    auto exclusion = WindowExclusion::open(connection_, settings_.excludedWindows, settings_.capturePx);
+    auto excludedBefore =
+        Region(settings_.excludedBefore).translate(-settings_.capturePx.x, -settings_.capturePx.y);
+    auto exclusion = WindowExclusion::open(connection_, settings_.excludedWindows, settings_.capturePx,
+                                           std::move(excludedBefore));
     if (!exclusion) return std::unexpected(exclusion.error());
     exclusion_ = std::move(*exclusion);
     // The display may have changed between the choice of it and the selection of its events.
@@ -69,30 +72,38 @@ Result<void> ScreenReader::takeEvents() {
         } else if (type == xfixesEvent_ + XCB_XFIXES_CURSOR_NOTIFY && cursor_) {
             cursor_->noteEvent(*reinterpret_cast<const xcb_xfixes_cursor_notify_event_t*>(event.get()));
         } else if (type == randrEvent_ || type == randrEvent_ + 1) {
-            displayChanged_ = true;
+            layoutChanged_ = true;
         } else if (type == XCB_CONFIGURE_NOTIFY) {
             const auto* configure = reinterpret_cast<const xcb_configure_notify_event_t*>(event.get());
-            displayChanged_ |= configure->window == connection_.root();
+            layoutChanged_ |= configure->window == connection_.root();
         }
     }
     if (connection_.isLost()) return failure("lost the connection to the X server");
-    return std::exchange(displayChanged_, false) ? checkDisplay() : Result<void>{};
+    return std::exchange(layoutChanged_, false) ? checkDisplay() : Result<void>{};
 }
 
-Result<void> ScreenReader::checkDisplay() const {
+Result<void> ScreenReader::checkDisplay() {
+    const auto now = findDisplay();
+    if (!now) return std::unexpected(now.error());
+    isOutdated_ = *now != settings_.displayPx;
+    return {};
+}
+
+Result<std::optional<PixelRect>> ScreenReader::findDisplay() const {
     const auto monitors = readMonitors(connection_);
     if (connection_.isLost()) return failure("lost the connection to the X server");
     const auto ours = std::ranges::find(monitors, settings_.display, &Monitor::id);
-    if (ours == monitors.end()) return failure("the display is gone");
-    const auto& now = ours->boundsPx;
-    if (now.width != settings_.displayPx.width || now.height != settings_.displayPx.height)
-        return failure("the display changed its resolution");
-    if (now != settings_.displayPx) return failure("the display was moved");
-    return {};
+    if (ours == monitors.end()) return std::nullopt;
+    return ours->boundsPx;
+}
+
+Region ScreenReader::excludedInRoot() const {
+    return Region(exclusion_->excluded()).translate(settings_.capturePx.x, settings_.capturePx.y);
 }
 
 Result<std::optional<ScreenPicture>> ScreenReader::readPicture() {
     if (auto taken = takeEvents(); !taken) return std::unexpected(taken.error());
+    if (isOutdated_) return std::nullopt;
     const double nowS = mediaClockNow();
     const auto state = exclusion_->beginTick(nowS, isRootDamaged_);
     if (state == TickState::blocked) return std::nullopt;
@@ -136,7 +147,7 @@ Result<std::optional<ScreenPicture>> ScreenReader::readInto(Picture& target, boo
     // All that was read may have changed, also where no damage was reported.
     const Region changed = united(wasRead, cursor_ ? cursor_->changedArea() : Region());
     if (cursor_) cursor_->paint(pictures_, target);
-    return ScreenPicture{pictures_.publish(target, changed), changed.rects(), nowS};
+    return ScreenPicture{pictures_.publish(target, changed), changed.rects(), nowS, {}};
 }
 
 // Reads the sources, and copies the rest of the picture from the newest one. Returns what was read from the
@@ -162,11 +173,12 @@ Result<void> ScreenReader::requestUnderlay(const Region& part, Picture& target) 
 }
 
 // Reads the underlay again until no window has moved since, and adds to `underlay` what was read. False if
-// windows go on moving.
+// windows go on moving, or if the display has changed.
 Result<bool> ScreenReader::recompose(Region& underlay, Picture& target) {
     constexpr int kMaxAttempts = 5;
     for (int attempt = 0; attempt < kMaxAttempts; ++attempt) {
         if (auto taken = takeEvents(); !taken) return std::unexpected(taken.error());
+        if (isOutdated_) return false;
         const auto composed = exclusion_->recompose(mediaClockNow());
         if (!composed) return true;
         if (auto asked = requestUnderlay(*composed, target); !asked) return std::unexpected(asked.error());

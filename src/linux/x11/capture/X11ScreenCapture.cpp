@@ -5,21 +5,11 @@
 #include "linux/x11/server/X11Displays.h"
 
 #include <algorithm>
-#include <cmath>
 #include <utility>
 
 namespace kasto::x11 {
 
 namespace {
-
-// The part of a display to record, in the root window.
-PixelRect sourcePx(const PixelRect& displayPx, const std::optional<Rect>& sourceRectPts, double scale) {
-    if (!sourceRectPts) return displayPx;
-    const auto px = [&](double pts) { return static_cast<int>(std::lround(pts * scale)); };
-    const PixelRect part{displayPx.x + px(sourceRectPts->x), displayPx.y + px(sourceRectPts->y),
-                         px(sourceRectPts->width), px(sourceRectPts->height)};
-    return part.intersection(displayPx);
-}
 
 // A size that was rounded down to an even number leaves out a column or row; one that was computed in points
 // may leave out another.
@@ -50,7 +40,9 @@ Result<std::unique_ptr<ScreenStream>> X11ScreenCapture::makeStream(const Content
     constexpr int kMinPictures = 3;  // the newest, an older one that is still held, and the next
     const auto displayPx = displays_.boundsPx(filter.display);
     if (!displayPx) return failure("the display is gone");
-    auto capturePx = sourcePx(*displayPx, configuration.sourceRectPts, displays_.scale());
+    const SourceLocator locator(displays_, configuration.sourceRectPts);
+    const double scale = locator.scale();
+    auto capturePx = locator.locate(*displayPx, scale).px;
     if (!isPictureSizeOf(configuration.width, capturePx.width) ||
         !isPictureSizeOf(configuration.height, capturePx.height))
         return failure(
@@ -66,11 +58,12 @@ Result<std::unique_ptr<ScreenStream>> X11ScreenCapture::makeStream(const Content
         ReadSettings{.serverName = displayName_,
                      .display = filter.display,
                      .displayPx = *displayPx,
+                     .scale = scale,
                      .capturePx = capturePx,
                      .pictureLimit = std::max(configuration.queueDepth, kMinPictures),
                      .showsCursor = configuration.showsCursor,
                      .excludedWindows = excludesOwn ? &ownWindows_ : nullptr},
-        configuration.minimumFrameIntervalS, delegate, configuration.firstNeededS);
+        locator, configuration.minimumFrameIntervalS, delegate, configuration.firstNeededS);
 }
 
 }  // namespace kasto::x11

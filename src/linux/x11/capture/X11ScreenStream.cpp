@@ -24,9 +24,10 @@ constexpr double kMaxLead = 0.75;
 
 }  // namespace
 
-X11ScreenStream::X11ScreenStream(ReadSettings settings, double minimumFrameIntervalS,
-                                 StreamDelegate& delegate, double firstNeededS)
+X11ScreenStream::X11ScreenStream(ReadSettings settings, const SourceLocator& locator,
+                                 double minimumFrameIntervalS, StreamDelegate& delegate, double firstNeededS)
     : settings_(std::move(settings)),
+      locator_(locator),
       intervalS_(minimumFrameIntervalS),
       firstNeededS_(firstNeededS),
       delegate_(delegate) {}
@@ -72,15 +73,14 @@ Result<void> X11ScreenStream::stopCapture() {
 void X11ScreenStream::run(std::promise<Result<void>> started) {
     nameThread("screen");
     setThreadPriority(ThreadPriority::userInteractive);
-    auto reader = ScreenReader::open(settings_);
-    const auto begun = reader ? readFirst(**reader) : std::unexpected(reader.error());
+    auto reader = FollowingReader::open(settings_, locator_);
+    const auto begun = reader ? readFirst(*reader) : std::unexpected(reader.error());
     started.set_value(begun);
     if (!begun) return;
-    if (const auto ended = readUntilStopped(**reader); !ended)
-        delegate_.streamDidStopWithError(ended.error());
+    if (const auto ended = readUntilStopped(*reader); !ended) delegate_.streamDidStopWithError(ended.error());
 }
 
-Result<void> X11ScreenStream::readFirst(ScreenReader& reader) {
+Result<void> X11ScreenStream::readFirst(FollowingReader& reader) {
     constexpr double kPatienceS = 2;
     const double untilS = mediaClockNow() + kPatienceS;
     while (mediaClockNow() < untilS) {
@@ -95,7 +95,7 @@ Result<void> X11ScreenStream::readFirst(ScreenReader& reader) {
     return failure("the X server does not let the screen be read");
 }
 
-Result<void> X11ScreenStream::readUntilStopped(ScreenReader& reader) {
+Result<void> X11ScreenStream::readUntilStopped(FollowingReader& reader) {
     const double neededS = mediaClockNow() + firstNeededS_;
     double readingS = 0;
     const auto leadS = [&] { return std::min(readingS + kMarginS, kMaxLead * intervalS_); };
@@ -119,7 +119,8 @@ void X11ScreenStream::deliver(ScreenPicture picture) {
                       .pixels = std::move(picture.pixels),
                       .generation = generation_,
                       .changedPx = std::move(picture.changedPx),
-                      .timeS = picture.timeS};
+                      .timeS = picture.timeS,
+                      .areaPts = picture.areaPts};
     queue_->async([output = output_, sample = SampleBuffer(std::move(frame))] {
         output->streamDidOutputSampleBuffer(sample, StreamOutputType::screen);
     });

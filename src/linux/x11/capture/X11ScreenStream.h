@@ -1,6 +1,6 @@
 #pragma once
 
-#include "linux/x11/capture/ScreenReader.h"
+#include "linux/x11/capture/FollowingReader.h"
 #include "platform/ScreenStream.h"
 
 #include <condition_variable>
@@ -14,8 +14,8 @@ namespace kasto::x11 {
 // that differs from the one before. The contract is ScreenStream's.
 class X11ScreenStream : public ScreenStream {
 public:
-    X11ScreenStream(ReadSettings settings, double minimumFrameIntervalS, StreamDelegate& delegate,
-                    double firstNeededS = 0);
+    X11ScreenStream(ReadSettings settings, const SourceLocator& locator, double minimumFrameIntervalS,
+                    StreamDelegate& delegate, double firstNeededS = 0);
     ~X11ScreenStream() override;
 
     Result<void> addStreamOutput(StreamOutput& output, StreamOutputType type, SerialQueue& queue) override;
@@ -24,12 +24,13 @@ public:
 
 private:
     void run(std::promise<Result<void>> started);
-    Result<void> readFirst(ScreenReader& reader);
-    Result<void> readUntilStopped(ScreenReader& reader);
+    Result<void> readFirst(FollowingReader& reader);
+    Result<void> readUntilStopped(FollowingReader& reader);
     void deliver(ScreenPicture picture);
     bool waitUntil(double timeS);  // false when the stream is to stop
 
-    ReadSettings settings_;
+    const ReadSettings settings_;
+    const SourceLocator locator_;
     const double intervalS_;
     const double firstNeededS_;
     StreamDelegate& delegate_;

@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <map>
 #include <optional>
+#include <utility>
 #include <vector>
 
 namespace kasto::x11 {
@@ -48,6 +49,9 @@ public:
     // mapped. Until the next `update` it may have been in several places, and each gets an exclusion tail.
     void noteMoved(std::uint32_t topLevel, int rootX, int rootY);
     void noteMapped(std::uint32_t window);
+
+    // Own windows have just left this area: it gets an exclusion tail.
+    void noteLeft(Region area) { passedThrough_.push_back(std::move(area)); }
 
     // False if a change of this own window's shape changes nothing here: what it says it paints is known
     // better than its shape, which may change with every step of a moving line.

@@ -17,10 +17,16 @@ constexpr double kRedrawS = 0.15;
 
 Result<std::unique_ptr<WindowExclusion>> WindowExclusion::open(const Connection& connection,
                                                                const OwnWindows* registry,
-                                                               const PixelRect& area) {
+                                                               const PixelRect& area, Region excludedBefore) {
     const auto events = registry ? askForExtensions(connection) : ExtensionEvents{};
     if (!events) return std::unexpected(events.error());
-    return std::unique_ptr<WindowExclusion>(new WindowExclusion(connection, registry, area, *events));
+    std::unique_ptr<WindowExclusion> made(new WindowExclusion(connection, registry, area, *events));
+    if (registry && !excludedBefore.isEmpty()) {
+        made->redirect(true);
+        made->treeChanged_ = true;
+        made->excluded_.noteLeft(std::move(excludedBefore));
+    }
+    return made;
 }
 
 Result<WindowExclusion::ExtensionEvents> WindowExclusion::askForExtensions(const Connection& connection) {

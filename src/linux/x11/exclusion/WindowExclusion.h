@@ -90,9 +90,12 @@ enum class TickEnd {
 class WindowExclusion {
 public:
     // Pictures show the part `area` of the root window. `registry` outlives this; none excludes nothing and
-    // makes every root damage foreign. Fails if windows are to be excluded and the server lacks an extension.
+    // makes every root damage foreign. In `excludedBefore` (pixels of the picture) own windows may still be
+    // visible: it gets an exclusion tail. Fails if windows are to be excluded and the server lacks an
+    // extension.
     static Result<std::unique_ptr<WindowExclusion>> open(const Connection& connection,
-                                                         const OwnWindows* registry, const PixelRect& area);
+                                                         const OwnWindows* registry, const PixelRect& area,
+                                                         Region excludedBefore);
 
     // The events that have to be selected on the root window and given to `noteEvent`, with all other events
     // of the connection.
