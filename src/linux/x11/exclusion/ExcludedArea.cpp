@@ -44,11 +44,18 @@ void ExcludedArea::setPlaces(std::vector<OwnPlace> places, bool hasCompositingMa
     hasCompositingManager_ = hasCompositingManager;
 }
 
-void ExcludedArea::noteMoved(std::uint32_t topLevel, int rootX, int rootY) {
+bool ExcludedArea::isPlacedAt(std::uint32_t topLevel, const PixelRect& outer) const {
+    return std::ranges::any_of(places_, [&](const auto& place) {
+        const bool isOwn = place.isFramed || place.topLevel == place.id;
+        return isOwn && place.topLevel == topLevel && place.topLevelOuter == outer;
+    });
+}
+
+void ExcludedArea::noteConfigured(std::uint32_t topLevel, const PixelRect& outer) {
     for (const auto& place : places_)
         if (place.topLevel == topLevel)
-            passedThrough_.push_back(paintedBy(place).translate(rootX - area_.x - place.topLevelX,
-                                                                rootY - area_.y - place.topLevelY));
+            passedThrough_.push_back(
+                paintedBy(place).translate(outer.x - place.topLevelOuter.x, outer.y - place.topLevelOuter.y));
 }
 
 void ExcludedArea::noteMapped(std::uint32_t window) {

@@ -45,10 +45,14 @@ public:
     void setPlaces(std::vector<OwnPlace> places, bool hasCompositingManager);
     const std::vector<OwnPlace>& places() const { return places_; }
 
-    // A top-level window was moved to this corner (outside its border) in the root window, or a window was
-    // mapped. Until the next `update` it may have been in several places, and each gets an exclusion tail.
-    void noteMoved(std::uint32_t topLevel, int rootX, int rootY);
+    // A top-level window was configured to be here (with its border), or a window was mapped. Until the next
+    // `update` it may have been in several places, and each gets an exclusion tail.
+    void noteConfigured(std::uint32_t topLevel, const PixelRect& outer);
     void noteMapped(std::uint32_t window);
+
+    // True if this is an own window's top level, and known to be here. Its place in the stacking order does
+    // not matter, because own windows are excluded wherever they are in it.
+    bool isPlacedAt(std::uint32_t topLevel, const PixelRect& outer) const;
 
     // Own windows have just left this area: it gets an exclusion tail.
     void noteLeft(Region area) { passedThrough_.push_back(std::move(area)); }

@@ -92,9 +92,11 @@ void WindowExclusion::noteStructure(int type, const xcb_generic_event_t& event) 
     if (underlay_->background().isProbe(window)) return;
     if (type == XCB_CONFIGURE_NOTIFY) {
         const auto& now = reinterpret_cast<const xcb_configure_notify_event_t&>(event);
-        movedWindows_.notePlace({now.x - area_.x, now.y - area_.y, now.width + 2 * now.border_width,
-                                 now.height + 2 * now.border_width});
-        excluded_.noteMoved(window, now.x, now.y);
+        const PixelRect outer{now.x - area_.x, now.y - area_.y, now.width + 2 * now.border_width,
+                              now.height + 2 * now.border_width};
+        if (excluded_.isPlacedAt(window, outer)) return;
+        movedWindows_.notePlace(outer);
+        excluded_.noteConfigured(window, outer);
     } else if (type == XCB_DESTROY_NOTIFY) {
         damageOrigin_.drawing().noteDestroyed(window);
         underlay_->noteDestroyed(window);

@@ -18,6 +18,11 @@ Region toRegion(const xcb_shape_get_rectangles_reply_t* reply, int dx, int dy) {
     return std::move(shape.translate(dx, dy));
 }
 
+PixelRect outerOf(const xcb_get_geometry_reply_t& geometry, const PixelRect& area) {
+    return {geometry.x - area.x, geometry.y - area.y, geometry.width + 2 * geometry.border_width,
+            geometry.height + 2 * geometry.border_width};
+}
+
 double opacityIn(const xcb_get_property_reply_t* reply) {
     if (!reply || reply->format != 32 || xcb_get_property_value_length(reply) < 4) return 1;
     return *static_cast<const std::uint32_t*>(xcb_get_property_value(reply)) / 4294967295.0;
@@ -65,6 +70,7 @@ void WindowTreeReader::cutOut(const std::vector<OwnPlace>& places, std::vector<T
 std::vector<OwnPlace> WindowTreeReader::placeOwn(std::span<const std::uint32_t> own) const {
     struct Asked {
         std::uint32_t id;
+        xcb_get_geometry_cookie_t geometry;
         xcb_get_window_attributes_cookie_t attributes;
         xcb_translate_coordinates_cookie_t origin;
         xcb_query_tree_cookie_t tree;
@@ -72,12 +78,15 @@ std::vector<OwnPlace> WindowTreeReader::placeOwn(std::span<const std::uint32_t> 
     };
     auto* c = connection_.raw();
     std::vector<Asked> asked;
+    // The geometry comes first: a window that moves while it is asked for is then not where its geometry
+    // says, and the event of the move is not taken for old news.
     for (const auto id : own)
-        asked.push_back({id, xcb_get_window_attributes(c, id),
+        asked.push_back({id, xcb_get_geometry(c, id), xcb_get_window_attributes(c, id),
                          xcb_translate_coordinates(c, id, connection_.root(), 0, 0), xcb_query_tree(c, id),
                          xcb_shape_get_rectangles(c, id, XCB_SHAPE_SK_BOUNDING)});
     std::vector<OwnPlace> places;
     for (const auto& ask : asked) {
+        const Reply<xcb_get_geometry_reply_t> geometry(xcb_get_geometry_reply(c, ask.geometry, nullptr));
         const Reply<xcb_get_window_attributes_reply_t> attributes(
             xcb_get_window_attributes_reply(c, ask.attributes, nullptr));
         const Reply<xcb_translate_coordinates_reply_t> origin(
@@ -85,7 +94,7 @@ std::vector<OwnPlace> WindowTreeReader::placeOwn(std::span<const std::uint32_t> 
         const Reply<xcb_query_tree_reply_t> tree(xcb_query_tree_reply(c, ask.tree, nullptr));
         const Reply<xcb_shape_get_rectangles_reply_t> shape(
             xcb_shape_get_rectangles_reply(c, ask.shape, nullptr));
-        if (!attributes || !origin || !tree) continue;
+        if (!geometry || !attributes || !origin || !tree) continue;
         const int x = origin->dst_x - area_.x;
         const int y = origin->dst_y - area_.y;
         places.push_back({.id = ask.id,
@@ -93,8 +102,9 @@ std::vector<OwnPlace> WindowTreeReader::placeOwn(std::span<const std::uint32_t> 
                           .topLevel = topLevelOf(ask.id, tree->parent),
                           .x = x,
                           .y = y,
+                          .topLevelOuter = outerOf(*geometry, area_),
                           .shape = toRegion(shape.get(), x, y)});
-        placeTopLevel(places.back());
+        if (places.back().topLevel != ask.id) placeTopLevel(places.back());
     }
     return places;
 }
@@ -117,13 +127,12 @@ void WindowTreeReader::placeTopLevel(OwnPlace& place) const {
     const Reply<xcb_get_window_attributes_reply_t> attributes(
         xcb_get_window_attributes_reply(c, askedAttributes, nullptr));
     if (!geometry || !attributes) return;
-    place.topLevelX = geometry->x - area_.x;
-    place.topLevelY = geometry->y - area_.y;
-    place.isFramed = place.topLevel != place.id && !isEmbedded(place.id);
+    place.topLevelOuter = outerOf(*geometry, area_);
+    place.isFramed = !isEmbedded(place.id);
     if (!place.isFramed) return;
     place.isViewable = attributes->map_state == XCB_MAP_STATE_VIEWABLE;
-    place.shape = shapeOf(place.topLevel, place.topLevelX + geometry->border_width,
-                          place.topLevelY + geometry->border_width);
+    place.shape = shapeOf(place.topLevel, place.topLevelOuter.x + geometry->border_width,
+                          place.topLevelOuter.y + geometry->border_width);
 }
 
 bool WindowTreeReader::isEmbedded(xcb_window_t window) const {
@@ -158,9 +167,7 @@ std::vector<TopLevel> WindowTreeReader::describe(std::span<const std::uint32_t> 
         if (!attributes || !geometry || attributes->_class == XCB_WINDOW_CLASS_INPUT_ONLY ||
             attributes->map_state != XCB_MAP_STATE_VIEWABLE)
             continue;
-        const PixelRect outer{geometry->x - area_.x, geometry->y - area_.y,
-                              geometry->width + 2 * geometry->border_width,
-                              geometry->height + 2 * geometry->border_width};
+        const auto outer = outerOf(*geometry, area_);
         if (shape && shape->bounding_shaped) shaped.push_back(described.size());
         described.push_back({children[i], outer, geometry->border_width, attributes->visual,
                              opacityIn(opacity.get()), Region(outer)});

@@ -29,9 +29,8 @@ struct OwnPlace {
     std::uint32_t topLevel = 0;  // the frame, or the child of the root window it is in, or the window itself
     int x = 0;                   // the window's corner, inside its border
     int y = 0;
-    int topLevelX = 0;  // the top level's corner, outside its border
-    int topLevelY = 0;
-    Region shape;  // of the window, or of its frame
+    PixelRect topLevelOuter = {};  // with its border
+    Region shape;                  // of the window, or of its frame
 };
 
 struct WindowTree {
