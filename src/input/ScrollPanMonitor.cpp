@@ -9,7 +9,7 @@ namespace kasto {
 
 namespace {
 
-constexpr double kPanGain = 1.6;
+constexpr double kScrollPanGain = 1.6;
 constexpr double kZoomLogPerNotch = 0.22314355131420976;  // ln 1.25
 
 // What the scrolls since one start do.
@@ -29,7 +29,7 @@ struct ScrollGestures {
 
     void pan(Vector deltaPts) {
         if (!std::exchange(loggedPan, true)) DebugLog::log("opt-scroll pan applied");
-        const double gain = Prefs::invertPan() ? kPanGain : -kPanGain;
+        const double gain = Prefs::invertPan() ? kScrollPanGain : -kScrollPanGain;
         model.pan({gain * deltaPts.dx, gain * deltaPts.dy});
     }
 

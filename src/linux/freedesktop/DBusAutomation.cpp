@@ -14,7 +14,7 @@ namespace kasto::freedesktop {
 namespace {
 
 // Not the program's own name: a search would start the program to ask it, and nothing but a person may.
-const QString kName = QString::fromUtf8(kBundleIdentifier.data(), kBundleIdentifier.size()) + ".search";
+const QString kSearchName = QString::fromUtf8(kBundleIdentifier.data(), kBundleIdentifier.size()) + ".search";
 
 }  // namespace
 
@@ -23,14 +23,14 @@ public:
     explicit Search(SearchedShortcuts shortcuts) : searched_(std::move(shortcuts)) {
         const bool isOffered = connection_.registerObject("/search", &shell_) &&
                                connection_.registerObject("/runner", &runner_) &&
-                               connection_.registerService(kName);
+                               connection_.registerService(kSearchName);
         if (!isOffered) {
             const auto text = connection_.lastError().message().toStdString();
             DebugLog::log("no search for shortcuts: " + (text.empty() ? "no session bus" : text));
         }
     }
 
-    ~Search() { QDBusConnection::disconnectFromBus(kName); }
+    ~Search() { QDBusConnection::disconnectFromBus(kSearchName); }
 
 private:
     const SearchedShortcuts searched_;
@@ -38,7 +38,7 @@ private:
     QObject runner_;
     ShellSearchAdaptor shellAdaptor_{&shell_, searched_};
     RunnerAdaptor runnerAdaptor_{&runner_, searched_};
-    QDBusConnection connection_ = QDBusConnection::connectToBus(QDBusConnection::SessionBus, kName);
+    QDBusConnection connection_ = QDBusConnection::connectToBus(QDBusConnection::SessionBus, kSearchName);
 };
 
 DBusAutomation::DBusAutomation(DBusRunningInstance& instance) : instance_(instance) {}

@@ -16,8 +16,8 @@ namespace kasto::pipewire {
 
 namespace {
 
-constexpr std::time_t kCheckS = 1;
-constexpr int kQuietChecks = 3;  // after which a stream is opened anew
+constexpr std::time_t kSoundCheckS = 1;
+constexpr int kChecksUntilReopened = 3;
 
 std::string labelOf(StreamOutputType type) {
     return type == StreamOutputType::audio ? "system sound" : "microphone";
@@ -32,7 +32,7 @@ public:
                      SerialQueue& queue)
         : connection_(connection), type_(type), output_(output), queue_(queue) {
         look_ = loopEvent<&PipeWireSoundRun::followDefault>(connection_.loop(), this);
-        check_ = loopTimer<&PipeWireSoundRun::check>(connection_.loop(), this, kCheckS);
+        check_ = loopTimer<&PipeWireSoundRun::check>(connection_.loop(), this, kSoundCheckS);
         connection_.addObserver(*this);
         followDefault();
     }
@@ -123,7 +123,7 @@ private:
             say(delivered ? " arrives again" : " does not arrive");
         quietChecks_ = delivered ? 0 : quietChecks_ + 1;
         // A stream that nobody links to its device any more does not end.
-        if (delivered || (stream_ && quietChecks_ % kQuietChecks != 0)) return;
+        if (delivered || (stream_ && quietChecks_ % kChecksUntilReopened != 0)) return;
         stream_.reset();
         connection_.rereadDefaults();
         openedOn_.reset();
