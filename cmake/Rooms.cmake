@@ -29,6 +29,8 @@ function(kasto_room folder)
 endfunction()
 
 # kasto_test(base LABEL unit SOURCES … USES base): one test program of a folder, run by ctest under a label.
+#
+# A target of each label, "unit_tests", "ui_tests" and "desktop_tests", builds all test programs that have it.
 function(kasto_test name)
     cmake_parse_arguments(TEST "" "LABEL;TIMEOUT" "SOURCES;USES" ${ARGN})
     set(used ${TEST_USES})
@@ -39,6 +41,10 @@ function(kasto_test name)
     add_executable(test_${name} ${TEST_SOURCES})
     target_include_directories(test_${name} PRIVATE ${CMAKE_SOURCE_DIR}/tests)
     target_link_libraries(test_${name} PRIVATE ${used} kasto_test_main GTest::gtest)
+    if(NOT TARGET ${TEST_LABEL}_tests)
+        add_custom_target(${TEST_LABEL}_tests)
+    endif()
+    add_dependencies(${TEST_LABEL}_tests test_${name})
     gtest_discover_tests(test_${name} PROPERTIES LABELS ${TEST_LABEL} TIMEOUT ${TEST_TIMEOUT}
         DISCOVERY_TIMEOUT 60)
 endfunction()
