@@ -6,10 +6,10 @@
 
 namespace kasto {
 
-// Moves a file to a new place and name, on the same file system or another. Never overwrites: a file that is
-// there already is an error. Across file systems the copy is complete and synced under its final name before
-// the source is removed, so that at every moment one whole file exists; a copy that fails half-way is removed
-// again and the source stays. Blocks for as long as the copy takes. Any thread.
+// Moves a file to a new path, on the same file system or another one. Never overwrites: it is an error if the
+// destination exists. To another file system the file is copied; the source is removed only after the copy is
+// complete and on the disk under its final name. After a failure the source is unchanged. Returns when the
+// copy is done, however long it takes. Any thread.
 Result<void> moveFile(const std::filesystem::path& source, const std::filesystem::path& destination);
 
 }  // namespace kasto

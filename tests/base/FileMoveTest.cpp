@@ -1,10 +1,15 @@
 #include "base/FileMove.h"
+#include "base/Files.h"
 #include "support/SmallFileSystem.h"
 #include "support/TestFolder.h"
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
+#include <optional>
 #include <string>
+#include <thread>
 
 namespace kasto {
 namespace {
@@ -53,6 +58,27 @@ TEST(FileMoveTest, CopiesAcrossFileSystemsAndKeepsTheSourceWhereThereIsNoSpace) 
     EXPECT_EQ(moved.error().code, ENOSPC);
     EXPECT_EQ(fs::file_size(folder / "a.mov"), 2'000'000u);
     EXPECT_EQ(entries(small.path()), 1);
+}
+
+// The source is a pipe, so that the test decides when the copy is in progress and when it ends.
+TEST(FileMoveTest, ACopyIsInvisibleUntilItIsCompleteAndAnIncompleteOneIsAnError) {
+    const test::SmallFileSystem small("4m");
+    if (!small) GTEST_SKIP() << "no right to mount a file system";
+    const TestFolder folder;
+    const auto source = folder / "a.mov";
+    ASSERT_EQ(mkfifo(source.c_str(), 0600), 0);
+    Result<void> moved;
+    std::thread mover([&] { moved = moveFile(source, small.path() / "a.mov"); });
+    std::optional<FileDescriptor> pipe(open(source.c_str(), O_WRONLY));
+    const bool isCopying = writeAll(*pipe, std::string(1'000'000, 'x')).has_value();
+    const auto inProgress = entries(small.path());
+    pipe.reset();
+    mover.join();
+    EXPECT_TRUE(isCopying);
+    EXPECT_EQ(inProgress, 0) << "nothing is left of a copy whose process is killed";
+    EXPECT_FALSE(moved) << "the pipe's own size is not that of the copy";
+    EXPECT_TRUE(fs::exists(source));
+    EXPECT_EQ(entries(small.path()), 0);
 }
 
 }  // namespace
