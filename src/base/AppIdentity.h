@@ -4,7 +4,7 @@
 
 namespace kasto {
 
-// The program's name on the session bus, in the desktop's files and among running applications.
+// The program's name on the session bus, in its desktop file and in the media server.
 inline constexpr std::string_view kBundleIdentifier = "app.tolvane.kasto";
 
 }  // namespace kasto

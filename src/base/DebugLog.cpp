@@ -18,7 +18,7 @@ struct Channel {
     SerialQueue queue{"app.tolvane.kasto.log", QueuePriority::utility};
 };
 
-// Never destroyed: other threads may log until the process is gone.
+// Never destroyed, because other threads may log until the process ends.
 Channel& channel() {
     static Channel& kept = *new Channel;
     return kept;

@@ -5,12 +5,11 @@
 
 namespace kasto {
 
-// The program's one diagnostic channel: each line goes to the system log at once and, in the background, to
-// the plain-text file Library/Logs/kasto.log under the home folder.
+// The program's log. Each line goes to the system log at once and, in the background, to the text file
+// Library/Logs/kasto.log in the home folder.
 //
-// Any thread, up to the very end of the process; nothing here fails towards the caller. A line that cannot be
-// written to the file (no folder, no space, no permission) is lost from the file only. File and queue are
-// made on first use.
+// Any thread, until the very end of the process. No operation reports an error: a line that cannot be written
+// to the file (no folder, no space, no permission) is only in the system log. The queue is made on first use.
 class DebugLog {
 public:
     // Logs one line: "kasto: " and the message to the system log; an ISO 8601 UTC time, a space and the
@@ -20,11 +19,10 @@ public:
     // Deletes a file of more than 1,000,000 bytes before any line logged after this call is written.
     static void trimIfHuge();
 
-    // Returns when every line logged so far is in the file; for the end of the process and for tests. Not on
-    // the log's own queue.
+    // Returns when every line logged so far is in the file. For the end of the process and for tests.
     static void flush();
 
-    // Where the file is. Its folder is not made here.
+    // The path of the file. The log does not make its folder.
     static const std::filesystem::path& fileLocation();
 };
 

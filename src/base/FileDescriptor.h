@@ -6,11 +6,11 @@
 
 namespace kasto {
 
-// An open file descriptor, closed at the end of its life. One owner, no lock.
+// An open file descriptor, closed by the destructor. One thread at a time.
 class FileDescriptor {
 public:
     FileDescriptor() = default;
-    // Takes over `fd`; a negative one, as failed system calls return it, is none.
+    // Owns `fd` from now on. A negative one, as failed system calls return it, counts as none.
     explicit FileDescriptor(int fd) : fd_(fd) {}
     ~FileDescriptor() {
         if (fd_ >= 0) close(fd_);
@@ -22,7 +22,7 @@ public:
     }
 
     int get() const { return fd_; }
-    // Gives the descriptor up to whoever closes it from here on.
+    // Gives up ownership; the caller has to close the descriptor.
     int release() { return std::exchange(fd_, -1); }
     explicit operator bool() const { return fd_ >= 0; }
 

@@ -26,7 +26,7 @@ Result<void> makeFolder(const fs::path& folder) {
     return {};
 }
 
-// Puts the content on the disk under a name of its own and then moves it to `file`.
+// Writes the content to the open file `aside`, waits until it is on the disk, and renames it to `file`.
 Result<void> writeAside(const FileDescriptor& aside, const std::string& asideName, std::string_view content,
                         const fs::path& file) {
     if (auto written = writeAll(aside, content); !written) return failed("write", file, written.error().code);
@@ -67,7 +67,7 @@ Result<void> replaceFile(const fs::path& file, std::string_view content) {
         unlink(asideName.c_str());
         return written;
     }
-    // A failure here only leaves open which of the two whole files a power cut would bring back.
+    // If this fails, a power cut may bring back the former content, which is complete too.
     const FileDescriptor folderFd(open(folder.empty() ? "." : folder.c_str(), O_RDONLY | O_CLOEXEC));
     if (folderFd) fsync(folderFd.get());
     return {};

@@ -10,17 +10,17 @@
 
 namespace kasto {
 
-// Whole files at a time. Any thread; all block on the file system.
+// Reading and writing whole files. Any thread; all operations wait for the file system.
 
-// The file's content; none if there is no such file. Fails if there is one that cannot be read.
+// The content of the file; nullopt if there is no such file. Fails if the file cannot be read.
 Result<std::optional<std::string>> readWholeFile(const std::filesystem::path& file);
 
-// Puts `content` in the place of the file: whoever opens it, even after a power cut, finds all of the former
-// content or all of the new. Makes missing folders for the user alone; the file, too, is the user's alone.
-// After a failure the former content is untouched.
+// Replaces the content of the file. At every moment, even after a power cut, the file has either all of its
+// former content or all of the new one. Missing folders are made; they and the file can be accessed by the
+// user only. After a failure the former content is unchanged.
 Result<void> replaceFile(const std::filesystem::path& file, std::string_view content);
 
-// Writes all of `content` where the descriptor stands. Fails with what part of it was written left there.
+// Writes all of `content` at the descriptor's position. After a failure part of it may have been written.
 Result<void> writeAll(const FileDescriptor& fd, std::string_view content);
 
 }  // namespace kasto

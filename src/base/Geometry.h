@@ -4,9 +4,9 @@
 
 namespace kasto {
 
-// Plain geometry in 64-bit reals. The space a value lives in is told by its name (`globalPts`, `cropPx`):
-// global points and capture pixels have their origin top-left with y downward, image space bottom-left with
-// y upward. The arithmetic is the same in all of them.
+// Points, sizes and rectangles. The name of a value says which coordinate space it is in (globalPts, cropPx):
+// global points and capture pixels have their origin at the top left and y downward, image space has it at
+// the bottom left and y upward. The arithmetic is the same in all of them.
 
 struct Point {
     double x = 0;
@@ -42,16 +42,16 @@ struct Rect {
     // True if the rectangle has no area.
     bool isEmpty() const { return !(width > 0 && height > 0); }
 
-    // Half-open: the left and top edges belong to the rectangle, the right and bottom edges do not.
+    // The edges at minX and minY belong to the rectangle, those at maxX and maxY do not.
     bool contains(Point p) const { return p.x >= x && p.x < maxX() && p.y >= y && p.y < maxY(); }
 
     // The common area, or an empty rectangle at the origin if there is none.
     Rect intersection(const Rect& other) const;
 
-    // The smallest rectangle that holds both; an empty rectangle adds nothing.
+    // The smallest rectangle that contains both; an empty rectangle adds nothing.
     Rect united(const Rect& other) const;
 
-    // The smallest rectangle with whole-number edges that holds this one.
+    // The smallest rectangle with whole-number edges that contains this one.
     Rect integral() const;
 
     Rect translated(double dx, double dy) const { return {x + dx, y + dy, width, height}; }
@@ -78,7 +78,7 @@ struct PixelRect {
     bool operator==(const PixelRect&) const = default;
 };
 
-// A display's identity: stable for one output of one machine, 0 for none.
+// Identifies a display: always the same for one output of one machine; 0 = none.
 using DisplayId = std::uint32_t;
 
 }  // namespace kasto

@@ -5,14 +5,14 @@
 
 namespace kasto {
 
-// A value and the lock that guards it, in one: the value cannot be reached without the lock.
+// A value together with its mutex: the value can be accessed only while the mutex is held.
 template <class T>
 class Guarded {
 public:
     Guarded() = default;
     explicit Guarded(T value) : value_(std::move(value)) {}
 
-    // Calls `f` with the value while the lock is held, and hands its result on. Not re-entrant.
+    // Calls f(value) with the mutex held and returns its result. Must not be called from within `f`.
     template <class F>
     decltype(auto) with(F&& f) {
         const std::scoped_lock held(mutex_);
@@ -24,13 +24,13 @@ public:
         return std::forward<F>(f)(value_);
     }
 
-    // A copy of the value, taken under the lock.
+    // A copy of the value.
     T copy() const {
         const std::scoped_lock held(mutex_);
         return value_;
     }
 
-    // Replaces the value; the former one is destroyed after the lock is released.
+    // Replaces the value. The former one is destroyed after the mutex is released.
     void set(T value) {
         const std::scoped_lock held(mutex_);
         std::swap(value_, value);

@@ -23,7 +23,7 @@ std::optional<fs::path> absolutePathIn(const char* variable) {
     return value;
 }
 
-// Takes `token` off the front of the text, if it is there, and the blanks before it in any case.
+// Removes blanks from the front of the text, then `token`. False if the token is not there.
 bool take(std::string_view& text, std::string_view token) {
     text.remove_prefix(std::min(text.find_first_not_of(" \t"), text.size()));
     if (!text.starts_with(token)) return false;
@@ -31,7 +31,7 @@ bool take(std::string_view& text, std::string_view token) {
     return true;
 }
 
-// What stands up to the closing quote, without the backslashes that protect characters of it.
+// The text up to the closing quote, without the backslashes that escape characters in it.
 std::optional<std::string> untilQuote(std::string_view text) {
     std::string value;
     for (std::size_t i = 0; i < text.size(); ++i) {
@@ -42,7 +42,8 @@ std::optional<std::string> untilQuote(std::string_view text) {
     return std::nullopt;
 }
 
-// The path of a line `XDG_VIDEOS_DIR="$HOME/…"` or `XDG_VIDEOS_DIR="/…"`; the file allows no other forms.
+// The path in a line XDG_VIDEOS_DIR="$HOME/…" or XDG_VIDEOS_DIR="/…". The format of the file allows no other
+// forms.
 std::optional<fs::path> videosFolder(std::string_view line, const fs::path& home) {
     if (!take(line, "XDG_VIDEOS_DIR") || !take(line, "=") || !take(line, "\"")) return std::nullopt;
     const bool inHome = line.starts_with("$HOME/") || line.starts_with("$HOME\"");
@@ -51,7 +52,7 @@ std::optional<fs::path> videosFolder(std::string_view line, const fs::path& home
     if (!value) return std::nullopt;
     const fs::path folder = inHome ? fs::path(home.string() + *value) : fs::path(*value);
     if (!folder.is_absolute()) return std::nullopt;
-    // The slash makes "/home/me" and "/home/me/" the same, without asking the file system.
+    // With a slash at the end, "/home/me" and "/home/me/" are normalised to the same path.
     const auto plain = (folder / "").lexically_normal();
     return plain.has_relative_path() ? plain.parent_path() : plain;
 }
@@ -74,7 +75,7 @@ fs::path moviesFolder() {
     std::optional<fs::path> folder;
     std::ifstream file(configFolder() / "user-dirs.dirs");
     for (std::string line; std::getline(file, line);) {
-        // A shell reads this file: the last assignment holds.
+        // The file is a shell script, so the last assignment is the valid one.
         if (const auto named = videosFolder(line, home)) folder = named;
     }
     if (!folder || *folder / "" == (home / "").lexically_normal()) return home / "Movies";

@@ -6,17 +6,17 @@
 
 namespace kasto {
 
-// The text file behind the log. It is opened and closed for every line, so it is whole after each and may be
-// moved or deleted by anyone at any time. One thread at a time; every error is swallowed, for there is nobody
-// left to tell.
+// The text file of the log. It is opened and closed for every line, so it is complete after each line and may
+// be moved or deleted at any time. One thread at a time. Errors are ignored, because the log is where they
+// would be reported.
 class LogFile {
 public:
-    // A file of more bytes is huge.
-    static constexpr std::int64_t kMostBytes = 1'000'000;
+    // A file with more bytes is huge.
+    static constexpr std::int64_t kMaxBytes = 1'000'000;
 
     explicit LogFile(std::filesystem::path file);
 
-    // Adds the bytes at the end; makes the file, but not its folder, if it is missing.
+    // Appends the bytes. Makes the file if it is missing, but not its folder.
     void append(std::string_view line) const;
 
     // Deletes the file if it is huge.

@@ -4,8 +4,8 @@
 
 namespace kasto {
 
-// Seconds on the host's monotonic media clock (CLOCK_MONOTONIC): the one clock of the model, the compositor
-// and the sound path. Any thread.
+// Seconds of the media clock, CLOCK_MONOTONIC: the clock of the model, the compositor and all sound. Any
+// thread.
 double mediaClockNow();
 
 // A time as a whole number of 1/timescale seconds, as movie files store it.

@@ -7,10 +7,10 @@
 
 namespace kasto {
 
-// A failure as a person reads it. `description` stands alone in an alert or a log line.
+// An error for people: `description` is complete enough to be shown alone in an alert or a log line.
 struct Error {
     std::string description;
-    // The system's error number where there is one, else 0.
+    // The system's error number if there is one, else 0.
     int code = 0;
 
     bool operator==(const Error&) const = default;

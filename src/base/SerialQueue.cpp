@@ -32,7 +32,7 @@ struct TimerState {
     Clock::time_point due;
     std::atomic<bool> cancelled = false;
 
-    // The first due time after `now`, counted from the start so that no rounding adds up.
+    // Moves on to the first due time after `now`. It is counted from the start, so rounding does not add up.
     void advance(Clock::time_point now) {
         const double sinceStart = std::chrono::duration<double>(now - start).count();
         fired = std::max(fired + 1, static_cast<std::int64_t>(std::floor(sinceStart / intervalS)) + 1);
@@ -44,17 +44,14 @@ struct TimerState {
 
 class SerialQueue::Worker {
 public:
-    Worker(std::string label, QueuePriority priority) : label_(std::move(label)) {
-        thread_ = std::thread([this, priority] {
-            nameThread(label_);
+    Worker(std::string label, QueuePriority priority) {
+        thread_ = std::thread([this, label = std::move(label), priority] {
+            nameThread(label);
             setThreadPriority(priority == QueuePriority::utility ? ThreadPriority::utility
                                                                  : ThreadPriority::userInteractive);
             run();
         });
     }
-
-    const std::string& label() const { return label_; }
-    bool isCurrent() const { return std::this_thread::get_id() == thread_.get_id(); }
 
     void async(Job job) {
         {
@@ -136,12 +133,11 @@ private:
         held.lock();
     }
 
-    std::string label_;
     std::mutex mutex_;
     std::condition_variable wake_;
     std::deque<Job> jobs_;
     std::vector<std::shared_ptr<TimerState>> timers_;
-    std::vector<std::shared_ptr<TimerState>> due_;  // the worker's own
+    std::vector<std::shared_ptr<TimerState>> due_;  // used on the worker's thread only
     bool stopping_ = false;
     std::thread thread_;
 };
@@ -150,8 +146,6 @@ SerialQueue::SerialQueue(std::string label, QueuePriority priority)
     : worker_(std::make_shared<Worker>(std::move(label), priority)) {}
 
 SerialQueue::~SerialQueue() { worker_->stop(); }
-
-const std::string& SerialQueue::label() const { return worker_->label(); }
 
 void SerialQueue::async(Job job) { worker_->async(std::move(job)); }
 
@@ -168,13 +162,11 @@ void SerialQueue::drain() {
     ended.wait(held, [&] { return done; });
 }
 
-bool SerialQueue::isCurrent() const { return worker_->isCurrent(); }
-
 std::unique_ptr<QueueTimer> SerialQueue::startTimer(double firstDelayS, double intervalS, double leewayS,
                                                     Job handler) {
     class Timer : public QueueTimer {
     public:
-        // Weak: a timer may outlive its queue, which has then cancelled it.
+        // Weak, because a timer may outlive its queue, which cancels it.
         Timer(std::weak_ptr<Worker> worker, std::shared_ptr<TimerState> state)
             : worker_(std::move(worker)), state_(std::move(state)) {}
         ~Timer() override {

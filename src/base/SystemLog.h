@@ -5,11 +5,12 @@
 
 namespace kasto {
 
-// Writes one line to the per-process system log (syslog, and so the journal where there is one). The line is
-// taken as it is; the caller puts "kasto: " before it. Any thread.
+// Writes one line to the system log (syslog, and thereby the journal if there is one). The caller puts
+// "kasto: " in front of it. Any thread.
 void systemLog(std::string_view line);
 
-// Sends every further line to `sink` instead, on the thread that logs it; none restores the system log.
+// Sends all further lines to `sink` instead, on the thread that logs them. An empty sink restores the system
+// log. For tests.
 void redirectSystemLog(std::function<void(std::string_view)> sink);
 
 }  // namespace kasto

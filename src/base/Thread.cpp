@@ -9,10 +9,10 @@
 namespace kasto {
 
 void nameThread(std::string_view label) {
-    constexpr std::size_t kMostKept = 15;
+    constexpr std::size_t kMaxLength = 15;
     const auto dot = label.rfind('.');
     const std::string name("kasto-" + std::string(dot == label.npos ? label : label.substr(dot + 1)));
-    pthread_setname_np(pthread_self(), name.substr(0, kMostKept).c_str());
+    pthread_setname_np(pthread_self(), name.substr(0, kMaxLength).c_str());
 }
 
 void setThreadPriority(ThreadPriority priority) {

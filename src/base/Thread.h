@@ -6,11 +6,12 @@ namespace kasto {
 
 enum class ThreadPriority { userInteractive, utility };
 
-// Names the calling thread after the last part of a dotted label, cut to what the kernel keeps.
+// Names the calling thread "kasto-" and the last part of the dotted label, cut to the 15 characters that the
+// kernel keeps.
 void nameThread(std::string_view label);
 
-// Moves the calling thread ahead of or behind other work. What the system refuses is left as it is: a
-// recorder without the right to a higher priority still records.
+// Lets the calling thread run before or after other work. Nothing happens if the system refuses, as it does
+// for users without the right to a higher priority.
 void setThreadPriority(ThreadPriority priority);
 
 }  // namespace kasto
