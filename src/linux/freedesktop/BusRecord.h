@@ -5,7 +5,8 @@
 
 namespace kasto::freedesktop {
 
-// A structure as it goes over a bus: a type whose `fields` names its fields in their order there.
+// A struct that is sent over the bus as a D-Bus structure. Its static function `fields` returns a tuple of
+// references to its members, in the order of the D-Bus signature.
 template <class T>
 concept BusRecord = requires(T& record) {
     T::fields(record);

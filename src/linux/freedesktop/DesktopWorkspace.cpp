@@ -47,7 +47,7 @@ void DesktopWorkspace::reveal(const fs::path& file) {
         QDBusMessage::createMethodCall("org.freedesktop.FileManager1", "/org/freedesktop/FileManager1",
                                        "org.freedesktop.FileManager1", "ShowItems");
     call << QStringList{QUrl::fromLocalFile(toQt(file)).toString(QUrl::FullyEncoded)} << QString();
-    // The application object as its parent: the answer may come after this is gone.
+    // Its parent is the application object, because this may be destroyed before the answer comes.
     auto* answer = new QDBusPendingCallWatcher(bus.asyncCall(call), QCoreApplication::instance());
     QObject::connect(answer, &QDBusPendingCallWatcher::finished, answer, [answer, folder] {
         answer->deleteLater();
@@ -56,7 +56,7 @@ void DesktopWorkspace::reveal(const fs::path& file) {
 }
 
 void DesktopWorkspace::relaunch() {
-    // The path is the shell's own argument, not part of its command: any character is allowed in it.
+    // The path is an argument of the shell, not part of its command, so it may contain any character.
     QProcess::startDetached("/bin/sh",
                             {"-c", "sleep 0.8; exec \"$0\"", QCoreApplication::applicationFilePath()});
 }
@@ -68,12 +68,12 @@ void DesktopWorkspace::chooseFolder(const FolderQuestion& question,
         chooser_->activateWindow();
         return;
     }
-    delete chooser_;  // answered, but not gone yet
+    delete chooser_;  // it was answered but is not deleted yet
     chooser_ = new QFileDialog(nullptr, QString(), toQt(question.startFolder));
     chooser_->setAttribute(Qt::WA_DeleteOnClose);
     chooser_->setFileMode(QFileDialog::Directory);
     chooser_->setOption(QFileDialog::ShowDirsOnly);
-    // The desktop's own dialog has no room for the message.
+    // The desktop's own dialog cannot show the message.
     chooser_->setOption(QFileDialog::DontUseNativeDialog);
     chooser_->setLabelText(QFileDialog::Accept, QString::fromStdString(question.prompt));
     if (auto* grid = qobject_cast<QGridLayout*>(chooser_->layout())) {

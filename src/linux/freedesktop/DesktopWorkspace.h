@@ -9,11 +9,11 @@ class QWidget;
 
 namespace kasto::freedesktop {
 
-// The file browser over org.freedesktop.FileManager1 and the desktop's openers, the folder chooser by Qt.
-// Needs the application object.
+// Shows files with org.freedesktop.FileManager1, opens folders and links with the desktop's programs for
+// them, and asks for folders with Qt's dialog. Needs the application object; main thread.
 class DesktopWorkspace : public Workspace {
 public:
-    // Each window is handed to `prepare` before it is shown.
+    // `prepare` is called with each window before it is shown.
     explicit DesktopWorkspace(std::function<void(QWidget& window)> prepare);
     ~DesktopWorkspace() override;
     void openFolder(const std::filesystem::path& folder) override;

@@ -16,14 +16,14 @@ namespace {
 
 constexpr std::array kSignals{SIGINT, SIGTERM, SIGHUP};
 
-// A handler may do little more than write to a descriptor, and finds it only here.
+// A signal handler can do little more than write to a descriptor, and gets no argument to find it with.
 std::atomic<int> wakeFd = -1;
 static_assert(std::atomic<int>::is_always_lock_free);
 
 void wakeUp(int) {
     const int errorBefore = errno;
     const std::uint64_t one = 1;
-    // Fails only when the counter is full, and then the loop is awake already.
+    // It fails only if the counter is full, and then the loop has been woken already.
     [[maybe_unused]] const auto written = write(wakeFd.load(), &one, sizeof one);
     errno = errorBefore;
 }

@@ -7,8 +7,8 @@
 
 namespace kasto::freedesktop {
 
-// Turns SIGINT, SIGTERM and SIGHUP into a call on the main thread's event loop. One at a time; its end
-// restores what the signals did before.
+// Turns SIGINT, SIGTERM and SIGHUP into calls of `onQuit` from the main thread's event loop. Only one may
+// exist at a time. Its destructor restores the former signal handlers. Main thread.
 class QuitSignals {
 public:
     static Result<std::unique_ptr<QuitSignals>> install(std::function<void()> onQuit);

@@ -13,17 +13,18 @@ struct LoopSourceDeleter {
     void operator()(spa_source* source) const { pw_loop_destroy_source(loop, source); }
 };
 
-// What a loop watches. Made and destroyed with the loop's lock held.
+// An event or a timer of a PipeWire loop. Made and destroyed with the connection's lock held.
 using LoopSource = std::unique_ptr<spa_source, LoopSourceDeleter>;
 
-// Calls `member` of the object on the loop's thread after each pw_loop_signal_event().
+// Calls `member` of the object on the loop's thread after pw_loop_signal_event(). Signals that come before
+// the call are merged into one.
 template <auto member, class T>
 LoopSource loopEvent(pw_loop* loop, T* object) {
     const auto call = [](void* data, std::uint64_t) { (static_cast<T*>(data)->*member)(); };
     return {pw_loop_add_event(loop, call, object), {loop}};
 }
 
-// Calls `member` of the object on the loop's thread, every `seconds`.
+// Calls `member` of the object on the loop's thread every `seconds` seconds.
 template <auto member, class T>
 LoopSource loopTimer(pw_loop* loop, T* object, std::time_t seconds) {
     const auto call = [](void* data, std::uint64_t) { (static_cast<T*>(data)->*member)(); };

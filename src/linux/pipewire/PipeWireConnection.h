@@ -1,13 +1,13 @@
 #pragma once
 
 #include "base/FileDescriptor.h"
+#include "linux/pipewire/MediaNode.h"
 
 #include <cstdint>
 #include <functional>
 #include <map>
 #include <memory>
 #include <mutex>
-#include <string>
 
 struct pw_core;
 struct pw_loop;
@@ -15,51 +15,41 @@ struct pw_registry;
 
 namespace kasto::pipewire {
 
-// A device or a stream of the media server, as it announces itself.
-struct MediaNode {
-    std::uint32_t id = 0;      // while it is there
-    std::uint64_t serial = 0;  // never used again
-    std::string name;          // the same whenever it is plugged into the same place
-    std::string description;   // for people; the name where it has none
-    std::string mediaClass;    // "Audio/Sink", "Video/Source", …
-    std::string role;
-};
-
-enum class MediaDefault { audioSink, audioSource, videoSource };
-
-// Told on the connection's thread.
+// Learns of changes of a PipeWireConnection, on the connection's thread.
 class PipeWireObserver {
 public:
     virtual ~PipeWireObserver() = default;
 
-    // Nodes came or went, a default changed, or the server was reached: the connection knows what there is.
+    // Nodes appeared or disappeared, a default device changed, or the server was reached.
     virtual void mediaChanged() = 0;
 
-    // The server is gone: proxies and streams made from its core must be destroyed before this returns.
+    // The connection to the server is lost: proxies and streams made from its core must be destroyed before
+    // this returns.
     virtual void serverGone() = 0;
 };
 
-// A connection to the PipeWire server of the user's session, with a thread of its own. It connects when its
-// lock is first taken, without waiting for the server's answers; its threads get the priority of the thread
-// that does. Without a server it tries again every second, also after the server went; what happens to it is
-// logged.
+// A connection to a PipeWire server, with a thread of its own. It connects when its lock is first taken,
+// without waiting for the server's answers; its threads inherit the priority of the thread that does so.
+// While there is no server it tries again every second. Reaching and losing the server is logged.
 //
 // Construction, destruction and lock(): any thread. Everything else: with the lock held, or on the
-// connection's thread (in callbacks of the library and of observers), which holds it.
+// connection's thread, which holds the lock in all callbacks of the library and of observers.
 class PipeWireConnection {
 public:
-    // To the server that the environment names.
+    // Connects to the server of the user's session, which the environment names.
     PipeWireConnection();
 
-    // To servers that somebody else opens for their cameras. `ask` is called on the connection's thread, or
-    // the one that takes its lock first, where a server is to be opened: soon after, or never, connectOver()
-    // follows.
+    // Connects over descriptors that the camera portal opens. `ask` is called whenever one is needed, on the
+    // connection's thread or on the thread that takes the lock first; connectOver() may follow at any later
+    // time, or never.
     explicit PipeWireConnection(std::function<void()> ask);
-    ~PipeWireConnection();  // when no observer is left
+
+    // All observers must have been removed.
+    ~PipeWireConnection();
     PipeWireConnection(const PipeWireConnection&) = delete;
     PipeWireConnection& operator=(const PipeWireConnection&) = delete;
 
-    // Keeps the connection's thread out while it lives. May be taken again by a thread that has it.
+    // Stops the connection's thread from running callbacks while it exists. A thread may take it repeatedly.
     class Lock {
     public:
         explicit Lock(const PipeWireConnection& connection);
@@ -72,33 +62,33 @@ public:
     };
     [[nodiscard]] Lock lock() const { return Lock(*this); }
 
-    // Observers ask for the present state themselves when they are added.
+    // An observer is not told the present state when it is added; it asks for it.
     void addObserver(PipeWireObserver& observer);
     void removeObserver(PipeWireObserver& observer);
 
-    // Uses this open connection to a server, unless there is one already.
+    // Connects over this open descriptor, unless there is a connection already.
     void connectOver(FileDescriptor server);
 
-    // Calls `tell` once, on the connection's thread, when it is known what there is: soon, if that is known
-    // or there is no server; in a few seconds, if none answers, or one that was asked for shows no
-    // camera.
+    // Calls `tell` once, on the connection's thread, when the server's nodes are known. That is soon if they
+    // are known already or there is no server. It is after three seconds if the server does not answer, or if
+    // a server of the portal has shown no camera until then.
     void whenKnown(std::function<void()> tell);
 
-    // None if the system has no thread or descriptor left for it.
+    // Null if the system had no thread or descriptor left for it.
     pw_loop* loop() const;
 
-    // Both none while there is no server.
+    // Both null while there is no server.
     pw_core* core() const;
     pw_registry* registry() const;
 
-    // What there is now, by id; empty while there is no server.
+    // The server's nodes by id; empty while there is no server.
     const std::map<std::uint32_t, MediaNode>& nodes() const;
 
-    // What the session manager has chosen, if that is there.
+    // The device that the session manager has chosen; null if it has chosen none or does not run.
     const MediaNode* defaultNode(MediaDefault which) const;
 
-    // Asks for the session manager's choices again: a server has been seen to lose a change that came while
-    // they were being asked for. Observers are told what comes.
+    // Asks for the default devices again. A server may lose a change that happens while they are being asked
+    // for. Observers are told the answer.
     void rereadDefaults();
 
 private:

@@ -1,8 +1,8 @@
 #include "linux/freedesktop/BusApplication.h"
-#include "linux/freedesktop/DBusAutomation.h"
-#include "linux/freedesktop/DBusRunningInstance.h"
-#include "linux/freedesktop/SearchAdaptors.h"
-#include "linux/freedesktop/ShortcutSearch.h"
+#include "linux/freedesktop/automation/DBusAutomation.h"
+#include "linux/freedesktop/automation/DBusRunningInstance.h"
+#include "linux/freedesktop/automation/SearchAdaptors.h"
+#include "linux/freedesktop/automation/ShortcutSearch.h"
 
 namespace kasto::test {
 

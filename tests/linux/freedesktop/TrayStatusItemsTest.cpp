@@ -1,7 +1,7 @@
 #include "linux/freedesktop/BusApplication.h"
-#include "linux/freedesktop/DBusMenu.h"
-#include "linux/freedesktop/StatusNotifier.h"
-#include "linux/freedesktop/TrayStatusItems.h"
+#include "linux/freedesktop/status/DBusMenu.h"
+#include "linux/freedesktop/status/StatusNotifier.h"
+#include "linux/freedesktop/status/TrayStatusItems.h"
 
 #include <QDBusConnectionInterface>
 

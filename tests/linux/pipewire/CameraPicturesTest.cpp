@@ -1,4 +1,4 @@
-#include "linux/pipewire/CameraPictures.h"
+#include "linux/pipewire/camera/CameraPictures.h"
 
 #include <gtest/gtest.h>
 

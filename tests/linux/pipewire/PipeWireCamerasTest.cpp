@@ -1,6 +1,6 @@
 #include "camera/CameraSource.h"
-#include "linux/pipewire/PipeWireCameras.h"
 #include "linux/pipewire/PipeWireConnection.h"
+#include "linux/pipewire/camera/PipeWireCameras.h"
 #include "support/LogLines.h"
 #include "support/PrivatePipeWire.h"
 #include "support/WaitUntil.h"

@@ -1,7 +1,7 @@
 // Sound of a real media server: speakers that play and a microphone that hears a beep at every full second.
 
 #include "linux/pipewire/PipeWireConnection.h"
-#include "linux/pipewire/PipeWireSound.h"
+#include "linux/pipewire/sound/PipeWireSound.h"
 #include "support/LogLines.h"
 #include "support/PrivatePipeWire.h"
 #include "support/WaitUntil.h"

@@ -1,22 +1,90 @@
-// Cameras of a real media server, which the program sees itself or through a portal whose user the test is.
+// Cameras of a real media server, which the program sees itself or through a portal that the test controls.
 
 #include "camera/CameraSource.h"
-#include "linux/freedesktop/DBusCameraPortal.h"
-#include "linux/pipewire/FakeCameraPortal.h"
-#include "linux/pipewire/PortalCameras.h"
+#include "linux/freedesktop/portal/DBusCameraPortal.h"
+#include "linux/pipewire/PipeWireConnection.h"
+#include "linux/pipewire/camera/PortalCameras.h"
 #include "support/LogLines.h"
 #include "support/PrivatePipeWire.h"
 
 #include <gtest/gtest.h>
+#include <sys/socket.h>
+#include <sys/un.h>
 
 #include <QCoreApplication>
+#include <QDBusConnection>
+#include <QDBusMessage>
+#include <QDBusObjectPath>
+#include <QDBusUnixFileDescriptor>
 #include <QTest>
+#include <QTimer>
 #include <memory>
 
 namespace kasto::test {
 
 using namespace freedesktop;
 using namespace pipewire;
+
+// The camera portal on the session bus while it exists, with a user who answers as the test says. It lends
+// the cameras of the private media server.
+class FakeCameraPortal : public QObject {
+    Q_OBJECT
+    Q_CLASSINFO("D-Bus Interface", "org.freedesktop.portal.Camera")
+    Q_PROPERTY(bool IsCameraPresent MEMBER isPresent)
+
+public:
+    enum User : unsigned { allows, refuses, givesUp, thinks, forbids };
+
+    explicit FakeCameraPortal(User user = allows, bool isPresent = true) : isPresent(isPresent), user(user) {
+        EXPECT_TRUE(
+            bus_.registerObject("/org/freedesktop/portal/desktop", this, QDBusConnection::ExportAllContents));
+        EXPECT_TRUE(bus_.registerService("org.freedesktop.portal.Desktop"));
+    }
+    ~FakeCameraPortal() override { QDBusConnection::disconnectFromBus("portal"); }
+
+    bool isPresent;
+    User user;  // for `thinks`, answer() is called later
+    int asked = 0;
+    int opened = 0;
+
+    void answer(User decision) {
+        auto signal = QDBusMessage::createSignal(requestPath_, "org.freedesktop.portal.Request", "Response");
+        bus_.send(signal << static_cast<unsigned>(decision) << QVariantMap());
+    }
+
+public slots:
+    QDBusObjectPath AccessCamera(const QVariantMap& options, const QDBusMessage& call) {
+        ++asked;
+        if (user == forbids) {
+            call.setDelayedReply(true);
+            bus_.send(call.createErrorReply("org.freedesktop.portal.Error.NotAllowed", "there is a rule"));
+            return {};
+        }
+        const auto asker = call.service().mid(1).replace('.', '_');
+        requestPath_ =
+            "/org/freedesktop/portal/desktop/request/" + asker + "/" + options["handle_token"].toString();
+        if (user != thinks) QTimer::singleShot(0, this, [this] { answer(user); });
+        return QDBusObjectPath(requestPath_);
+    }
+
+    QDBusUnixFileDescriptor OpenPipeWireRemote(const QVariantMap&, const QDBusMessage& call) {
+        ++opened;
+        const FileDescriptor server(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
+        sockaddr_un address{.sun_family = AF_UNIX, .sun_path = {}};
+        const auto path = qEnvironmentVariable("XDG_RUNTIME_DIR").toStdString() + "/pipewire-0";
+        path.copy(address.sun_path, sizeof address.sun_path - 1);
+        if (::connect(server.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0)
+            return QDBusUnixFileDescriptor(server.get());
+        call.setDelayedReply(true);
+        bus_.send(call.createErrorReply("org.freedesktop.portal.Error.Failed", "no media server"));
+        return {};
+    }
+
+private:
+    QDBusConnection bus_ = QDBusConnection::connectToBus(QDBusConnection::SessionBus, "portal");
+    QString requestPath_;
+};
+
 namespace {
 
 struct Session {
@@ -26,7 +94,7 @@ struct Session {
 };
 std::unique_ptr<Session> session;
 
-// Once for all tests of the program: a process finds its bus only once.
+// Once for all tests of the program, because a process finds its bus only once.
 class SessionEnvironment : public testing::Environment {
     void SetUp() override { session = std::make_unique<Session>(); }
     void TearDown() override { session.reset(); }
@@ -44,7 +112,7 @@ ChildProcess plugIn() {
 
 // The program, which may see the media server itself.
 struct Program {
-    explicit Program(bool seesServer) {
+    explicit Program(bool seesServer = false) {
         seesServer ? unsetenv("PIPEWIRE_REMOTE") : setenv("PIPEWIRE_REMOTE", "none", 1);
         static_cast<void>(direct.lock());
     }
@@ -85,7 +153,7 @@ TEST_F(PortalCamerasTest, asksNobodyOnAnOrdinaryDesktop) {
          }) {
         SCOPED_TRACE(what);
         std::optional<FakeCameraPortal> fake;
-        if (hasPortal) fake.emplace().isPresent = portalSeesCamera;
+        if (hasPortal) fake.emplace(FakeCameraPortal::allows, portalSeesCamera);
         std::optional<ChildProcess> camera;
         if (isPluggedIn) camera.emplace(plugIn());
         const auto isSeen = [&] {
@@ -104,7 +172,7 @@ TEST_F(PortalCamerasTest, asksNobodyOnAnOrdinaryDesktop) {
 
 TEST_F(PortalCamerasTest, showsTheCameraThatIsLent) {
     FakeCameraPortal fake;
-    Program program(false);
+    Program program;
     EXPECT_EQ(program.cameras.access(), CameraAccess::notDetermined);
     EXPECT_TRUE(program.cameras.devices().empty());
     program.source.start({});
@@ -134,11 +202,10 @@ TEST_F(PortalCamerasTest, showsTheCameraThatIsLent) {
 }
 
 TEST_F(PortalCamerasTest, asksInASandboxWithoutKnowingOfACamera) {
-    FakeCameraPortal fake;
-    fake.isPresent = false;
+    FakeCameraPortal fake(FakeCameraPortal::allows, false);
     const auto camera = plugIn();
     setenv("SNAP", "/snap/kasto/1", 1);
-    Program program(false);
+    Program program;
     program.source.start({});
     EXPECT_TRUE(program.shows());
     EXPECT_EQ(fake.asked, 1);
@@ -148,25 +215,25 @@ TEST_F(PortalCamerasTest, asksInASandboxWithoutKnowingOfACamera) {
 TEST_F(PortalCamerasTest, showsNoneWhenRefused) {
     const auto camera = plugIn();
     struct Case {
-        unsigned user;
+        FakeCameraPortal::User user;
         CameraAccess access;
+        const char* logged;
     };
-    for (const auto& [user, access] : std::vector<Case>{
-             {FakeCameraPortal::kRefuse, CameraAccess::denied},
-             {FakeCameraPortal::kForbid, CameraAccess::restricted},
-             {FakeCameraPortal::kGiveUp, CameraAccess::notDetermined},
+    for (const auto& [user, access, logged] : std::vector<Case>{
+             {FakeCameraPortal::refuses, CameraAccess::denied, "camera denied"},
+             {FakeCameraPortal::forbids, CameraAccess::restricted, "camera denied"},
+             {FakeCameraPortal::givesUp, CameraAccess::notDetermined, "no usable camera device"},
          }) {
-        SCOPED_TRACE(user);
+        SCOPED_TRACE(logged);
         log.clear();
-        FakeCameraPortal fake;
-        fake.user = user;
-        Program program(false);
+        FakeCameraPortal fake(user);
+        Program program;
         program.source.start({});
         program.source.start({});  // while the first answer is awaited
-        EXPECT_TRUE(isLogged("camera denied", 2));
+        EXPECT_TRUE(isLogged(logged, 2));
         EXPECT_EQ(fake.asked, 1);
         EXPECT_EQ(program.cameras.access(), access);
-        fake.user = FakeCameraPortal::kAllow;
+        fake.user = FakeCameraPortal::allows;
         program.source.start({});
         const bool mayAskAgain = access == CameraAccess::notDetermined;
         EXPECT_TRUE(mayAskAgain ? program.shows()
@@ -177,20 +244,20 @@ TEST_F(PortalCamerasTest, showsNoneWhenRefused) {
 
 TEST_F(PortalCamerasTest, outlivesAPortalThatGoes) {
     const auto camera = plugIn();
-    std::optional<FakeCameraPortal> fake(std::in_place);
-    fake->user = FakeCameraPortal::kThink;
-    Program program(false);
+    std::optional<FakeCameraPortal> fake(std::in_place, FakeCameraPortal::thinks);
+    Program program;
     program.source.start({});
     ASSERT_TRUE(comesTrue([&] { return fake->asked == 1; }));
     fake.reset();
     EXPECT_TRUE(isLogged("camera portal: it went away"));
-    EXPECT_TRUE(isLogged("camera denied"));
+    EXPECT_TRUE(isLogged("no usable camera device"));
     EXPECT_EQ(program.cameras.access(), CameraAccess::notDetermined);
+    EXPECT_EQ(log.count("kasto: camera denied"), 0) << "nobody refused";
 
     fake.emplace();
     program.source.start({});
     EXPECT_TRUE(program.shows());
-    // What was lent is not taken back with it.
+    // The cameras that it has lent stay lent.
     fake.reset();
     const auto before = program.source.latest();
     EXPECT_TRUE(comesTrue([&] { return program.source.latest() && program.source.latest() != before; }));
@@ -198,15 +265,14 @@ TEST_F(PortalCamerasTest, outlivesAPortalThatGoes) {
 
 TEST_F(PortalCamerasTest, endsWhileTheUserThinks) {
     const auto camera = plugIn();
-    FakeCameraPortal fake;
-    fake.user = FakeCameraPortal::kThink;
+    FakeCameraPortal fake(FakeCameraPortal::thinks);
     int answers = 0;
     {
-        Program program(false);
+        Program program;
         program.cameras.requestAccess([&](bool) { ++answers; });
         ASSERT_TRUE(comesTrue([&] { return fake.asked == 1; }));
     }
-    fake.answer(FakeCameraPortal::kAllow);
+    fake.answer(FakeCameraPortal::allows);
 
     // The same where the portal stays.
     DBusCameraPortal portal;
@@ -217,7 +283,7 @@ TEST_F(PortalCamerasTest, endsWhileTheUserThinks) {
         cameras.requestAccess([&](bool) { ++answers; });
         ASSERT_TRUE(comesTrue([&] { return fake.asked == 2; }));
     }
-    fake.answer(FakeCameraPortal::kAllow);
+    fake.answer(FakeCameraPortal::allows);
     bool isAnswered = false;
     portal.askForPresence([&](bool) { isAnswered = true; });  // comes after
     EXPECT_TRUE(comesTrue([&] { return isAnswered; }));
@@ -228,3 +294,5 @@ TEST_F(PortalCamerasTest, endsWhileTheUserThinks) {
 
 }  // namespace
 }  // namespace kasto::test
+
+#include "PortalCamerasTest.moc"
