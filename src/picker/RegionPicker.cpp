@@ -34,29 +34,44 @@ struct RegionPicker::Place {
     std::optional<QPixmap> picture;
 };
 
-RegionPicker::RegionPicker(Displays& displays, OwnWindows& ownWindows, OverlaySupport& support)
-    : displays_(displays), ownWindows_(ownWindows), support_(support), completion_(ignoreChoice) {}
+RegionPicker::RegionPicker(Displays& displays, ScreenCapture& capture, OwnWindows& ownWindows,
+                           OverlaySupport& support)
+    : displays_(displays),
+      ownWindows_(ownWindows),
+      support_(support),
+      stills_(capture),
+      completion_(ignoreChoice) {}
 
 RegionPicker::~RegionPicker() { close(); }
 
 void RegionPicker::begin(const std::optional<RegionChoice>& initial, Completion completion) {
     end(std::nullopt);
     // The earlier completion opened the picker again: that is the newest wish.
-    if (!panels_.empty()) return completion(std::nullopt);
+    if (!panels_.empty() || stills_.isReading()) return completion(std::nullopt);
     completion_ = std::move(completion);
-    open(places(), initial);
+    if (support_.blendsWindows()) return open(places({}), initial);
+    // Where nothing blends windows a panel hides the screen, so it shows a picture of it. All pictures are
+    // read before the first panel appears, and without own windows: a menu may still be closing.
+    std::vector<Display> displays;
+    for (const auto& display : displays_.all())
+        if (screenOf(display)) displays.push_back(display);
+    stills_.read(std::move(displays),
+                 [this, initial](const auto& pictures) { open(places(pictures), initial); });
 }
 
-std::vector<RegionPicker::Place> RegionPicker::places() {
-    // Where nothing blends windows a panel hides the screen, so it shows a picture of it. All pictures are
-    // taken before the first panel appears.
+std::vector<RegionPicker::Place> RegionPicker::places(const ScreenStills::Pictures& pictures) const {
     const bool blends = support_.blendsWindows();
     std::vector<Place> places;
     for (const auto& display : displays_.all()) {
         auto* screen = screenOf(display);
         if (!screen) continue;
-        places.push_back({display.id != 0 ? display.id : displays_.mainDisplay(), screen,
-                          blends ? std::nullopt : std::optional(screen->grabWindow(0))});
+        std::optional<QPixmap> picture;
+        if (const auto read = pictures.find(display.id); read != pictures.end())
+            picture = read->second;
+        else if (!blends)
+            picture = screen->grabWindow(0);
+        places.push_back(
+            {display.id != 0 ? display.id : displays_.mainDisplay(), screen, std::move(picture)});
     }
     return places;
 }
@@ -100,6 +115,7 @@ void RegionPicker::watchScreens() {
 }
 
 void RegionPicker::close() {
+    stills_.cancel();
     if (panels_.empty()) return;
     whileOpen_.reset();
     QGuiApplication::restoreOverrideCursor();

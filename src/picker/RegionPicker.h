@@ -1,6 +1,7 @@
 #pragma once
 
 #include "base/Geometry.h"
+#include "picker/ScreenStills.h"
 
 #include <QObject>
 #include <functional>
@@ -29,7 +30,7 @@ public:
     using Completion = std::function<void(std::optional<RegionChoice>)>;
 
     // All of them outlive the picker and the event loop.
-    RegionPicker(Displays& displays, OwnWindows& ownWindows, OverlaySupport& support);
+    RegionPicker(Displays& displays, ScreenCapture& capture, OwnWindows& ownWindows, OverlaySupport& support);
 
     // Closes an open picker without calling its completion.
     ~RegionPicker();
@@ -42,7 +43,7 @@ public:
 private:
     struct Place;
 
-    std::vector<Place> places();
+    std::vector<Place> places(const ScreenStills::Pictures& pictures) const;
     void open(std::vector<Place> places, const std::optional<RegionChoice>& initial);
     void watchScreens();
     void close();
@@ -51,6 +52,7 @@ private:
     Displays& displays_;
     OwnWindows& ownWindows_;
     OverlaySupport& support_;
+    ScreenStills stills_;
     std::vector<std::unique_ptr<KeyablePanel>> panels_;  // empty while the picker is closed
     Completion completion_;
     std::unique_ptr<QObject> whileOpen_;  // lifetime of what listens to the screens

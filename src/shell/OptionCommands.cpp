@@ -24,8 +24,8 @@ void OptionCommands::setRegion() {
     const auto rect = Prefs::regionRect();
     const auto initial = display && rect ? std::optional(RegionChoice{*display, *rect}) : std::nullopt;
     if (!picker_)
-        picker_ =
-            std::make_unique<RegionPicker>(desktop_.displays, desktop_.ownWindows, desktop_.overlaySupport);
+        picker_ = std::make_unique<RegionPicker>(desktop_.displays, desktop_.screenCapture,
+                                                 desktop_.ownWindows, desktop_.overlaySupport);
     picker_->begin(initial, [](const std::optional<RegionChoice>& choice) {
         if (choice) keep(*choice);
     });

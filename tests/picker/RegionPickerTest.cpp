@@ -1,10 +1,13 @@
+#include "base/AppIdentity.h"
 #include "picker/KeyablePanel.h"
 #include "picker/RegionPicker.h"
 #include "support/FakeDesktop.h"
 #include "support/OffscreenQt.h"
 #include "support/QtInput.h"
+#include "support/WaitUntil.h"
 
 #include <QScreen>
+#include <cstring>
 
 namespace kasto::test {
 namespace {
@@ -47,7 +50,7 @@ protected:
 
     FakeDesktop desktop;
     std::vector<std::optional<RegionChoice>> results;
-    RegionPicker picker{desktop.displays, desktop.ownWindows, desktop.overlaySupport};
+    RegionPicker picker{desktop.displays, desktop.screenCapture, desktop.ownWindows, desktop.overlaySupport};
 };
 
 TEST_F(RegionPickerTest, picksOnAnyDisplayAndIsKeptOutOfTakes) {
@@ -95,6 +98,30 @@ TEST_F(RegionPickerTest, answersEachCallerOnceHoweverItEnds) {
     EXPECT_FALSE(isOpen());
     picker.begin({}, keep());
     EXPECT_EQ(results, std::vector<std::optional<RegionChoice>>(6));
+}
+
+TEST_F(RegionPickerTest, showsTheScreenWithoutOwnWindowsWhereNothingBlends) {
+    desktop.overlaySupport.blends = false;
+    const auto blue = PixelBuffer::make(PixelFormat::bgrx, 16, 16);
+    for (int x = 0; x < 16 * 16; ++x) std::memcpy(blue->plane(0).data + x * 4, "\xff\0\0\xff", 4);
+    ScreenFrame frame;
+    frame.pixels = blue;
+    picker.begin(RegionChoice{7, {10, 20, 100, 90}}, keep());
+    EXPECT_FALSE(isOpen());
+    ASSERT_TRUE(waitUntil([&] {
+        desktop.screenCapture.feed(frame);
+        QCoreApplication::processEvents();
+        return isOpen();
+    }));
+    EXPECT_EQ(panels()[0]->view().grab().toImage().pixelColor(40, 50), QColor(Qt::blue));
+    EXPECT_EQ(desktop.screenCapture.filter.copy().excludedApplications.front().bundleIdentifier,
+              kBundleIdentifier);
+    key(panels()[0]->view(), Qt::Key_Escape);
+
+    // Ended while the pictures are read.
+    picker.begin({}, keep());
+    picker.begin({}, keep());
+    EXPECT_EQ(results.size(), 2u);
 }
 
 }  // namespace

@@ -18,6 +18,7 @@ public:
     std::optional<Error> diesAtStart;  // reports its end before the start returns
 
     int streamsMade = 0;
+    Guarded<ContentFilter> filter;  // of the newest stream
 
     // Puts a buffer on the queue of the output of this type, while a capture runs.
     void feed(const SampleBuffer& buffer, StreamOutputType type = StreamOutputType::screen) {
@@ -39,8 +40,9 @@ public:
         if (contentError) return std::unexpected(*contentError);
         return content;
     }
-    Result<std::unique_ptr<ScreenStream>> makeStream(const ContentFilter&, const StreamConfiguration&,
+    Result<std::unique_ptr<ScreenStream>> makeStream(const ContentFilter& wanted, const StreamConfiguration&,
                                                      StreamDelegate& delegate) override {
+        filter.set(wanted);
         if (streamError) return std::unexpected(*streamError);
         ++streamsMade;
         return std::make_unique<Stream>(*this, delegate);
