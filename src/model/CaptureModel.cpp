@@ -63,11 +63,7 @@ CaptureModel::CaptureModel() {
 
 void CaptureModel::configure(const Rect& displayBoundsPts, double pixW, double pixH) {
     const std::scoped_lock held(lock_);
-    displayBoundsPts_ = displayBoundsPts;
-    pixW_ = pixW;
-    pixH_ = pixH;
-    sx_ = pixW / displayBoundsPts.width;
-    sy_ = pixH / displayBoundsPts.height;
+    area_ = CaptureArea(displayBoundsPts, {pixW, pixH});
     zoomLog_ = 0;
     zoomLogTarget_ = 0;
     panOffsetPx_ = {};
@@ -78,26 +74,21 @@ void CaptureModel::configure(const Rect& displayBoundsPts, double pixW, double p
     lastStep_.reset();
     loggedZoomVisible_ = false;
     lastSnapshot_ = {};
+    lastSnapshot_.area = area_;
     lastSnapshot_.cropPx = {0, 0, pixW, pixH};
-}
-
-Point CaptureModel::toPx(Point globalPts) const {
-    const Rect& area = displayBoundsPts_;
-    return {std::min(std::max(globalPts.x - area.minX(), 0.0), area.width) * sx_,
-            std::min(std::max(globalPts.y - area.minY(), 0.0), area.height) * sy_};
 }
 
 void CaptureModel::setMouse(Point globalPts, bool held) {
     const std::scoped_lock locked(lock_);
-    mousePx_ = toPx(globalPts);
+    mousePx_ = area_.toPx(globalPts);
     heldPx_.reset();
-    if (held && displayBoundsPts_.contains(globalPts)) heldPx_ = mousePx_;
+    if (held && area_.contains(globalPts)) heldPx_ = mousePx_;
 }
 
 void CaptureModel::spawnRipple(Point globalPts, double t) {
     const std::scoped_lock held(lock_);
-    if (!displayBoundsPts_.contains(globalPts)) return;
-    ripples_.push_back({toPx(globalPts), t});
+    if (!area_.contains(globalPts)) return;
+    ripples_.push_back({area_.toPx(globalPts), t});
     if (ripples_.size() > RippleDiscs::kMost) ripples_.erase(ripples_.begin());
 }
 
@@ -106,8 +97,9 @@ void CaptureModel::pan(Vector viewPts) {
     const double z = std::exp(zoomLog_);
     zoomRefForPan_ = std::max(z, kLeastZoomRefForPan);
     const double scale = std::max(z, 1.0);
-    panOffsetPx_.dx = std::clamp(panOffsetPx_.dx + viewPts.dx * sx_ / scale, -pixW_, pixW_);
-    panOffsetPx_.dy = std::clamp(panOffsetPx_.dy + viewPts.dy * sy_ / scale, -pixH_, pixH_);
+    const auto [width, height] = area_.sizePx();
+    panOffsetPx_.dx = std::clamp(panOffsetPx_.dx + viewPts.dx * area_.sx() / scale, -width, width);
+    panOffsetPx_.dy = std::clamp(panOffsetPx_.dy + viewPts.dy * area_.sy() / scale, -height, height);
 }
 
 void CaptureModel::zoom(double logDelta) {
@@ -145,12 +137,13 @@ RenderSnapshot CaptureModel::step(double now) {
     if (z <= kPanResetZoom && zoomLogTarget_ == 0) panOffsetPx_ = {};
 
     RenderSnapshot shown;
+    shown.area = area_;
     shown.cropPx = crop(z);
     shown.zoom = z;
     shown.panned = weight > kLeastPanWeight && pannedPx > kLeastPanPx;
     std::erase_if(ripples_, [now](const Ripple& ripple) { return now - ripple.t0 > kRippleKeptS; });
-    for (const Ripple& ripple : ripples_) shown.ripples.push_back(discOf(ripple, now, sx_));
-    if (heldPx_) shown.heldDisc = {*heldPx_, sx_ * kHeldRadiusPts, kHeldAlpha};
+    for (const Ripple& ripple : ripples_) shown.ripples.push_back(discOf(ripple, now, area_.sx()));
+    if (heldPx_) shown.heldDisc = {*heldPx_, area_.sx() * kHeldRadiusPts, kHeldAlpha};
     if (pipOn_) shown.camRect = camRect();
     shown.camRound = pipRound_;
     lastSnapshot_ = shown;
@@ -177,18 +170,25 @@ void CaptureModel::easeCenter(double dt, double panWeight) {
 
 // In the bottom-right corner; the margin is the horizontal one on both axes.
 Rect CaptureModel::camRect() const {
-    const double margin = sx_ * kCamMarginPts;
-    const double width = pixW_ * (pipRound_ ? kRoundCamWidth : kRectCamWidth);
+    const auto [frameWidth, frameHeight] = area_.sizePx();
+    const double margin = area_.sx() * kCamMarginPts;
+    const double width = frameWidth * (pipRound_ ? kRoundCamWidth : kRectCamWidth);
     const double height = pipRound_ ? width : width / camAspect_;
-    return {pixW_ - width - margin, pixH_ - height - margin, width, height};
+    return {frameWidth - width - margin, frameHeight - height - margin, width, height};
 }
 
 Rect CaptureModel::crop(double z) const {
-    const Size size{pixW_ / z, pixH_ / z};
+    const auto [frameWidth, frameHeight] = area_.sizePx();
+    const Size size{frameWidth / z, frameHeight / z};
     const Size half{size.width * 0.5, size.height * 0.5};
-    const double midX = std::min(std::max(center_.x, half.width), pixW_ - half.width);
-    const double midY = std::min(std::max(center_.y, half.height), pixH_ - half.height);
+    const double midX = std::min(std::max(center_.x, half.width), frameWidth - half.width);
+    const double midY = std::min(std::max(center_.y, half.height), frameHeight - half.height);
     return {midX - half.width, midY - half.height, size.width, size.height};
+}
+
+CaptureArea CaptureModel::area() const {
+    const std::scoped_lock held(lock_);
+    return area_;
 }
 
 RenderSnapshot CaptureModel::snapshot() const {

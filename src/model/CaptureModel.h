@@ -1,6 +1,7 @@
 #pragma once
 
 #include "base/Geometry.h"
+#include "model/CaptureArea.h"
 #include "model/RenderSnapshot.h"
 
 #include <mutex>
@@ -54,16 +55,10 @@ public:
     // A copy of what the last `step` returned; moves no time forward.
     RenderSnapshot snapshot() const;
 
-    // The captured area in global points, the picture's size in pixels, and pixels per point. They change in
-    // `configure` only, before a take's frames flow, and are read without the lock while one runs.
-    const Rect& displayBoundsPts() const { return displayBoundsPts_; }
-    double pixW() const { return pixW_; }
-    double pixH() const { return pixH_; }
-    double sx() const { return sx_; }
-    double sy() const { return sy_; }
+    // A copy of the recorded area. Empty before the first take.
+    CaptureArea area() const;
 
 private:
-    Point toPx(Point globalPts) const;
     void easeZoom(double dt);
     double panWeight(double z, double pannedPx) const;
     void easeCenter(double dt, double panWeight);
@@ -71,11 +66,7 @@ private:
     Rect crop(double z) const;
 
     mutable std::mutex lock_;
-    Rect displayBoundsPts_;
-    double pixW_ = 0;
-    double pixH_ = 0;
-    double sx_ = 2.0;
-    double sy_ = 2.0;
+    CaptureArea area_;
     Point mousePx_;
     std::optional<Point> heldPx_;
     double zoomLogTarget_ = 0;

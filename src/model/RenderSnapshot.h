@@ -1,6 +1,7 @@
 #pragma once
 
 #include "base/Geometry.h"
+#include "model/CaptureArea.h"
 
 #include <algorithm>
 #include <array>
@@ -40,10 +41,11 @@ private:
     std::size_t count_ = 0;
 };
 
-// What one output frame shows. All geometry is in capture pixels: origin top-left, y downward.
+// What one frame of the movie shows. All geometry is in capture pixels: origin top-left, y downward.
 struct RenderSnapshot {
-    Rect cropPx;      // the part of the captured picture that fills the frame
-    double zoom = 1;  // 1 to 8
+    CaptureArea area;  // the recorded area at that moment; empty before the first take
+    Rect cropPx;       // the part of the captured picture that fills the frame
+    double zoom = 1;   // 1 to 8
     bool panned = false;
     RippleDiscs ripples;
     std::optional<RippleDisc> heldDisc;

@@ -45,8 +45,7 @@ void OverlayController::start(DisplayId displayID, std::chrono::system_clock::ti
     auto* screen = display ? screenOf(*display) : nullptr;
     if (!screen) screen = QGuiApplication::primaryScreen();
     if (!display || !screen) return;
-    const auto& recorded = model_.displayBoundsPts();
-    regionOffset_ = {recorded.x - display->boundsPts.x, recorded.y - display->boundsPts.y};
+    displayOriginPts_ = {display->boundsPts.x, display->boundsPts.y};
     panel_ = std::make_unique<OverlayPanel>(view_, *screen, ownWindows_, support_);
     followScreens(*screen);
     ticks_ = 0;
@@ -71,8 +70,8 @@ void OverlayController::tick() {
     const auto elapsed = std::chrono::system_clock::now() - startDate_;
     const auto elapsedS = std::chrono::duration_cast<std::chrono::seconds>(elapsed).count();
     view_.setCanvas(panel_->canvas());
-    view_.render(model_.snapshot(), model_.sx(), model_.sy(), static_cast<int>(elapsedS), audioSuffix,
-                 regionOffset_, mediaClockNow());
+    view_.render(model_.snapshot(), static_cast<int>(elapsedS), audioSuffix, displayOriginPts_,
+                 mediaClockNow());
     panel_->present();
     if (ticks_++ == kTicksUnseen) panel_->appear();
 }

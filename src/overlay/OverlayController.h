@@ -57,7 +57,7 @@ private:
     QTimer timer_;
     int ticks_ = 0;
     std::chrono::system_clock::time_point startDate_ = std::chrono::system_clock::now();
-    Point regionOffset_;
+    Point displayOriginPts_;  // of the display under the overlay, in global points
 };
 
 }  // namespace kasto

@@ -31,17 +31,21 @@ std::string hudText(const RenderSnapshot& snapshot, int elapsedS, const std::str
 
 }  // namespace
 
-std::optional<OverlayLayout> layOut(const RenderSnapshot& snapshot, double sx, double sy, int elapsedS,
-                                    const std::string& audioSuffix, Point offset) {
+std::optional<OverlayLayout> layOut(const RenderSnapshot& snapshot, int elapsedS,
+                                    const std::string& audioSuffix, Point originPts) {
     constexpr double kInsetZoomed = 1;
     constexpr double kInset = 3;
-    if (!(sx > 0) || !(sy > 0)) return std::nullopt;
+    const CaptureArea& area = snapshot.area;
+    if (area.isEmpty()) return std::nullopt;
+    const double sx = area.sx();
+    const double sy = area.sy();
+    const Vector offset{area.boundsPts().x - originPts.x, area.boundsPts().y - originPts.y};
     const auto toPoints = [&](const Rect& px) {
-        return Rect{px.x / sx + offset.x, px.y / sy + offset.y, px.width / sx, px.height / sy};
+        return Rect{px.x / sx + offset.dx, px.y / sy + offset.dy, px.width / sx, px.height / sy};
     };
     // One scale for the radius, or a circle would not be one.
     const auto toCircle = [&](const RippleDisc& disc) {
-        return OverlayLayout::Circle{{disc.center.x / sx + offset.x, disc.center.y / sy + offset.y},
+        return OverlayLayout::Circle{{disc.center.x / sx + offset.dx, disc.center.y / sy + offset.dy},
                                      disc.radius / sx};
     };
 

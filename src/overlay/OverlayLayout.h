@@ -30,10 +30,10 @@ struct OverlayLayout {
     bool operator==(const OverlayLayout&) const = default;
 };
 
-// Maps a snapshot from capture pixels (`sx`, `sy` of them per point) to the screen. `offset` is where the
-// recorded area begins on the display. None while the scale is not positive: nothing has been recorded yet.
-std::optional<OverlayLayout> layOut(const RenderSnapshot& snapshot, double sx, double sy, int elapsedS,
-                                    const std::string& audioSuffix, Point offset);
+// Maps a snapshot from capture pixels to a screen whose top-left corner is at `originPts`, in global points.
+// None for a snapshot without a recorded area: nothing has been recorded yet.
+std::optional<OverlayLayout> layOut(const RenderSnapshot& snapshot, int elapsedS,
+                                    const std::string& audioSuffix, Point originPts);
 
 struct HudLayout {
     Rect background;

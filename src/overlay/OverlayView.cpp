@@ -20,9 +20,9 @@ void OverlayView::setCameraPreview(std::function<PixelBufferRef()> latestFrame) 
     dirty_ += tileArea_;
 }
 
-void OverlayView::render(const RenderSnapshot& snapshot, double sx, double sy, int elapsedS,
-                         const std::string& audioSuffix, Point offset, double timeS) {
-    auto layout = layOut(snapshot, sx, sy, elapsedS, audioSuffix, offset);
+void OverlayView::render(const RenderSnapshot& snapshot, int elapsedS, const std::string& audioSuffix,
+                         Point originPts, double timeS) {
+    auto layout = layOut(snapshot, elapsedS, audioSuffix, originPts);
     if (!layout) return;
     showOutline(dashedOutline(layout->marquee, canvas_.scale, timeS));
     showClicks(std::move(layout->clicks));

@@ -32,10 +32,10 @@ public:
     // tile away.
     void setCameraPreview(std::function<PixelBufferRef()> latestFrame);
 
-    // Shows a snapshot. `sx`, `sy` are capture pixels a point, `offset` is where the recorded area begins on
-    // the screen, in points; `timeS` moves the dashes. Without a positive scale nothing happens.
-    void render(const RenderSnapshot& snapshot, double sx, double sy, int elapsedS,
-                const std::string& audioSuffix, Point offset, double timeS);
+    // Shows a snapshot on a screen whose top-left corner is at `originPts`, in global points. `timeS` moves
+    // the dashes. A snapshot without a recorded area changes nothing.
+    void render(const RenderSnapshot& snapshot, int elapsedS, const std::string& audioSuffix, Point originPts,
+                double timeS);
 
     // What differs from what was painted before; empty after that.
     QRegion takeDirty();

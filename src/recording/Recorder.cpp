@@ -190,7 +190,7 @@ void Recorder::takeCamera() {
     const RenderSnapshot& snapshot = ingredients_.snapshot;
     ingredients_.camera = {};
     if (!snapshot.camRect) return tile_.want({});
-    tile_.want(TilePlace{{model_.pixW(), model_.pixH()}, *snapshot.camRect, snapshot.camRound});
+    tile_.want(TilePlace{snapshot.area.sizePx(), *snapshot.camRect, snapshot.camRound});
     ingredients_.camera = camera_.latest();
     // One of a later picture may be there already: the one at hand is still right then.
     TilePicture tile = tile_.newest();

@@ -40,6 +40,7 @@ protected:
 
 TEST_F(CaptureModelTest, ATakeStartsWithTheWholePictureAndNoWebcamTile) {
     RenderSnapshot whole;
+    whole.area = CaptureArea({100, 50, 1920, 1080}, {3840, 2160});
     whole.cropPx = {0, 0, 3840, 2160};
     EXPECT_EQ(model.snapshot(), whole);
     model.zoom(ln2);

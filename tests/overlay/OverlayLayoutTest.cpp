@@ -12,6 +12,7 @@ namespace {
 
 TEST(OverlayLayoutTest, tellsTimeZoomPanAndTracksWhereTheCaptureLies) {
     RenderSnapshot snapshot;
+    snapshot.area = CaptureArea({1100, 50, 1920, 1080}, {3840, 4320});
     snapshot.cropPx = {400, 300, 2560, 1440};
     snapshot.ripples.push_back({{100, 80}, 28, 0.5});
     const std::tuple<double, bool, int, std::string, Rect, std::string> rows[] = {
@@ -22,7 +23,7 @@ TEST(OverlayLayoutTest, tellsTimeZoomPanAndTracksWhereTheCaptureLies) {
     for (const auto& [zoom, panned, elapsedS, suffix, marquee, text] : rows) {
         snapshot.zoom = zoom;
         snapshot.panned = panned;
-        const auto layout = *layOut(snapshot, 2, 4, elapsedS, suffix, {100, 50});
+        const auto layout = *layOut(snapshot, elapsedS, suffix, {1000, 0});
         EXPECT_EQ(layout.text, text);
         EXPECT_EQ(layout.marquee, marquee);
         EXPECT_EQ(layout.clicks, (std::vector<OverlayLayout::Circle>{{{150, 70}, 14}}));

@@ -14,13 +14,14 @@ class OverlayViewTest : public testing::TestWithParam<double> {
 protected:
     OverlayViewTest() {
         picture.fill(Qt::transparent);
+        snapshot.area = CaptureArea({0, 0, 320, 200}, {640, 400});
         snapshot.cropPx = {0, 0, 640, 400};
         show();
     }
 
     void show(bool blends = true, double timeS = 0) {
         view.setCanvas({kSize, scale, blends});
-        view.render(snapshot, 2, 2, 5, "", {}, timeS);
+        view.render(snapshot, 5, "", {}, timeS);
     }
 
     // As a window does: clears what changed and paints it.
@@ -101,7 +102,8 @@ TEST_P(OverlayViewTest, paintsOnlyWhatChanged) {
     snapshot.zoom = 1.5;
     show(true, 0.2);
     EXPECT_TRUE(view.takeDirty().contains(hud));
-    view.render(snapshot, 0, 0, 90, "", {}, 9);
+    snapshot.area = {};
+    view.render(snapshot, 90, "", {}, 9);
     EXPECT_TRUE(view.takeDirty().isEmpty());
 }
 
