@@ -1,11 +1,10 @@
 #include "input/TouchPadZoomPan.h"
 
 #include "base/DebugLog.h"
+#include "base/NumberText.h"
 #include "input/ContactRecords.h"
 #include "options/Prefs.h"
 
-#include <array>
-#include <charconv>
 #include <cmath>
 #include <string>
 #include <utility>
@@ -19,13 +18,6 @@ constexpr double kPanGain = 0.9;  // of the display's width
 constexpr double kPanDamping = 0.25;
 constexpr double kDampingZoomStep = 0.02;
 constexpr double kTwoFingerZoomGain = 1.15;
-
-// Three decimals behind a point, in every locale.
-std::string threeDecimals(double value) {
-    std::array<char, 32> text;
-    const auto end = std::to_chars(text.begin(), text.end(), value, std::chars_format::fixed, 3).ptr;
-    return {text.begin(), end};
-}
 
 void logOnce(bool& logged, const char* line) {
     if (!std::exchange(logged, true)) DebugLog::log(line);
@@ -108,7 +100,7 @@ void TouchPadZoomPan::applyThreeFingers(const ThreeFingerInterpreter::Output& ou
     logOnce(loggedEngage_, "3-finger gesture engaged");
     if (zoomDelta != 0) {
         if (!std::exchange(loggedZoom_, true))
-            DebugLog::log("3f zoom flowing (d=" + threeDecimals(zoomDelta) + ")");
+            DebugLog::log("3f zoom flowing (d=" + fixedText(zoomDelta, 3) + ")");
         model_.zoom(zoomDelta);
     }
     if (panDelta == Vector{}) return;

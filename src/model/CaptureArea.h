@@ -37,8 +37,8 @@ public:
 private:
     Rect boundsPts_;
     Size sizePx_;
-    double sx_ = 2;
-    double sy_ = 2;
+    double sx_ = 1;
+    double sy_ = 1;
 };
 
 }  // namespace kasto

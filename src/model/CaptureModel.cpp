@@ -1,13 +1,11 @@
 #include "model/CaptureModel.h"
 
 #include "base/DebugLog.h"
+#include "base/NumberText.h"
 
 #include <algorithm>
-#include <array>
-#include <charconv>
 #include <cmath>
 #include <numbers>
-#include <string>
 
 namespace kasto {
 
@@ -46,13 +44,6 @@ RippleDisc discOf(const Ripple& ripple, double now, double sx) {
     const double left = elapsed <= 0 ? 1 : 1 - std::min(elapsed, 1.0);
     const double radiusPts = kRippleStartPts + kRippleGrowthPts * (1 - left * left);
     return {ripple.px, sx * radiusPts, kRippleAlpha * left};
-}
-
-// The log's decimals do not follow the locale.
-void logZoomVisible(double z) {
-    std::array<char, 32> text;
-    const auto end = std::to_chars(text.begin(), text.end(), z, std::chars_format::fixed, 2).ptr;
-    DebugLog::log("model zoom visible (" + std::string(text.begin(), end) + "x)");
 }
 
 }  // namespace
@@ -128,7 +119,7 @@ RenderSnapshot CaptureModel::step(double now) {
     const double z = std::exp(zoomLog_);
     if (!loggedZoomVisible_ && z > kVisibleZoom) {
         loggedZoomVisible_ = true;
-        logZoomVisible(z);
+        DebugLog::log("model zoom visible (" + fixedText(z, 2) + "x)");
     }
 
     const double pannedPx = std::abs(panOffsetPx_.dx) + std::abs(panOffsetPx_.dy);

@@ -1,8 +1,9 @@
 #include "overlay/OverlayLayout.h"
 
+#include "base/NumberText.h"
+
 #include <algorithm>
 #include <array>
-#include <charconv>
 #include <cmath>
 #include <cstdio>
 
@@ -12,19 +13,12 @@ namespace {
 
 constexpr double kZoomShown = 1.02;
 
-// "2.3", whatever the locale writes between the digits.
-std::string withOneDecimal(double value) {
-    std::array<char, 32> digits{};
-    const auto end = std::to_chars(digits.begin(), digits.end(), value, std::chars_format::fixed, 1).ptr;
-    return {digits.begin(), end};
-}
-
 std::string hudText(const RenderSnapshot& snapshot, int elapsedS, const std::string& audioSuffix) {
     constexpr int kMinuteS = 60;
     std::array<char, 32> time{};
     std::snprintf(time.data(), time.size(), "%d:%02d", elapsedS / kMinuteS, elapsedS % kMinuteS);
     std::string text = std::string("● rec ") + time.data();
-    if (snapshot.zoom > kZoomShown) text += " · " + withOneDecimal(snapshot.zoom) + "x";
+    if (snapshot.zoom > kZoomShown) text += " · " + fixedText(snapshot.zoom, 1) + "x";
     if (snapshot.panned) text += " · panned";
     return text + audioSuffix;
 }

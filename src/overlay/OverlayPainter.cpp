@@ -1,5 +1,7 @@
 #include "overlay/OverlayPainter.h"
 
+#include "ui/Brand.h"
+
 #include <QFont>
 #include <QFontMetricsF>
 #include <QPainterPath>
@@ -105,7 +107,7 @@ void paintDashes(QPainter& painter, std::span<const PixelRect> dashesPx, double 
     painter.save();
     painter.scale(1 / scale, 1 / scale);
     for (const auto& dash : dashesPx)
-        painter.fillRect(QRect(dash.x, dash.y, dash.width, dash.height), QColor(kOverlayAccent));
+        painter.fillRect(QRect(dash.x, dash.y, dash.width, dash.height), Brand::accent());
     painter.restore();
 }
 
@@ -123,7 +125,7 @@ void paintClicks(QPainter& painter, const std::vector<OverlayLayout::Circle>& cl
     }
     lines.setFillRule(Qt::WindingFill);
     painter.setOpacity(kClickOpacity);
-    painter.fillPath(lines, QColor(kOverlayAccent));
+    painter.fillPath(lines, Brand::accent());
     painter.restore();
 }
 
@@ -138,7 +140,7 @@ void paintTile(QPainter& painter, const OverlayLayout::Tile& tile, const PixelBu
         brush.setTransform(QTransform::fromScale(1 / scale, 1 / scale).translate(framePx.x(), framePx.y()));
         painter.fillPath(path, brush);
     }
-    painter.fillPath(path.subtracted(tilePath(tile, kTileBorderPts)), QColor(kOverlayAccent));
+    painter.fillPath(path.subtracted(tilePath(tile, kTileBorderPts)), Brand::accent());
     painter.restore();
 }
 
@@ -154,7 +156,7 @@ void paintHud(QPainter& painter, const HudLayout& hud, const QString& text) {
     const QPointF baseline(hud.text.x, hud.text.y + metrics.ascent());
     painter.fillRect(toQt(hud.background), QColor::fromRgbF(0, 0, 0, kBackgroundAlpha));
     painter.setFont(hudFont());
-    painter.setPen(QColor(kOverlayAccent));
+    painter.setPen(Brand::accent());
     painter.drawText(baseline, dot);
     painter.setPen(Qt::white);
     painter.drawText(baseline + QPointF(metrics.horizontalAdvance(dot), 0), text.mid(1));

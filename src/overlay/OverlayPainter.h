@@ -15,8 +15,6 @@ namespace kasto {
 // How the overlay's parts look. Painters are in points; pixels are those of the screen, of which there are
 // `scale` to a point.
 
-inline constexpr QRgb kOverlayAccent = qRgb(235, 66, 77);
-
 // Beside a part's own, what smoothing may touch is in its area.
 QRegion areaOf(const std::vector<OverlayLayout::Circle>& clicks, double scale);
 QRegion areaOf(const Rect& rect, double scale);

@@ -1,5 +1,7 @@
 #include "overlay/OverlayPanel.h"
 
+#include "ui/Brand.h"
+
 #include <QPaintEvent>
 #include <QPainter>
 #include <QScreen>
@@ -59,7 +61,7 @@ OverlayPanel::OverlayPanel(OverlayView& view, QScreen& screen, OwnWindows& ownWi
         window->create();
     }
     support_.prepare(winId(), 0, OverlaySupport::Painting::byClient);
-    support_.prepare(lines_.winId(), kOverlayAccent, OverlaySupport::Painting::fillOnly);
+    support_.prepare(lines_.winId(), Brand::accent().rgb(), OverlaySupport::Painting::fillOnly);
     report_.emplace(ownWindows, winId());
     linesReport_.emplace(ownWindows, lines_.winId());
 }

@@ -1,5 +1,7 @@
 #include "ui/Brand.h"
 
+#include "base/AccentColour.h"
+
 #include <QDir>
 #include <QFontDatabase>
 #include <QFontInfo>
@@ -55,7 +57,8 @@ const QColor& Brand::muted() {
 }
 
 const QColor& Brand::accent() {
-    static const auto colour = QColor::fromRgbF(0.92F, 0.26F, 0.30F);
+    static const auto colour =
+        QColor::fromRgbF(float(AccentColour::kRed), float(AccentColour::kGreen), float(AccentColour::kBlue));
     return colour;
 }
 

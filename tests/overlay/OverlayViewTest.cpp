@@ -2,6 +2,7 @@
 
 #include "overlay/OverlayView.h"
 #include "support/OffscreenQt.h"
+#include "ui/Brand.h"
 
 #include <QImage>
 
@@ -50,7 +51,7 @@ protected:
     QImage picture{(QSizeF(kSize.width, kSize.height) * scale).toSize(), QImage::Format_ARGB32_Premultiplied};
     RenderSnapshot snapshot;
     OverlayView view;
-    const QColor accent = QColor(kOverlayAccent);
+    const QColor accent = QColor(Brand::accent().rgb());
 };
 
 TEST_P(OverlayViewTest, paintsItsPartsAndNothingElse) {

@@ -1,5 +1,7 @@
 #include "linux/freedesktop/status/StatusPicture.h"
 
+#include "base/AccentColour.h"
+
 #include <QFont>
 #include <QPainter>
 #include <QPainterPath>
@@ -12,7 +14,8 @@ namespace {
 // All outlines are drawn in a square with this side, the origin at its top left corner.
 constexpr double kSide = 100;
 constexpr QPointF kMiddle{50, 50};
-constexpr QColor kRed(235, 66, 77);
+const QColor kRed =
+    QColor::fromRgbF(float(AccentColour::kRed), float(AccentColour::kGreen), float(AccentColour::kBlue));
 
 QPainterPath disc(QPointF centre, double radius) {
     QPainterPath path;
