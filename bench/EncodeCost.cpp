@@ -72,8 +72,7 @@ void encodeCost(benchmark::State& state, std::size_t preset, Content content, in
                                 .height = height,
                                 .averageBitRate = static_cast<std::int64_t>(width * height * 60 * 0.08),
                                 .maxKeyFrameInterval = 120,
-                                .expectedFrameRate = 60,
-                                .allowFrameReordering = true};
+                                .expectedFrameRate = 60};
     const auto pictures = makePictures(content, width, height);
     auto encoder = openSoftwareEncoderWithPreset(settings, preset).value();
     const auto everywhere = BlockSet::all(width, height);

@@ -21,7 +21,6 @@ struct VideoInputSettings {
     std::int64_t averageBitRate = 0;  // bits per second
     int maxKeyFrameInterval = 0;      // frames
     int expectedFrameRate = 0;
-    bool allowFrameReordering = true;  // permission, not duty
 };
 
 // AAC, 48 kHz.

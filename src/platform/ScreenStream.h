@@ -33,11 +33,11 @@ struct ContentFilter {
 struct StreamConfiguration {
     int width = 0;  // of each picture, in pixels
     int height = 0;
-    double minimumFrameIntervalS = 1.0 / 60;
+    double minimumFrameIntervalS = 0;  // must be set
     // A picture is needed so long after the start, and one every interval from then on. A stream that chooses
     // its moments takes pictures shortly before.
     double firstNeededS = 0;
-    int queueDepth = 8;  // pictures that may be held at a time, the stream's own included
+    int queueDepth = 8;  // pictures that may be held at a time, including those the stream holds
     bool showsCursor = true;
     std::optional<Rect> sourceRectPts;  // the part of the display, from its top-left corner; none = all of it
     bool capturesAudio = false;         // system sound, without the program's own
@@ -46,12 +46,10 @@ struct StreamConfiguration {
 
 enum class StreamOutputType { screen, audio, microphone };
 
-enum class FrameStatus { complete, idle, blank, suspended, started, stopped };
-
-// One picture of the screen (bgrx, top row first). Pixels are present only when the status is complete; they
-// never change again while somebody holds them.
+// One picture of the screen.
 struct ScreenFrame {
-    FrameStatus status = FrameStatus::idle;
+    // bgrx, top row first. They never change again while a reference to them is held. A frame without pixels
+    // is ignored.
     PixelBufferRef pixels;
     // Counts the pictures of a stream from 1; two frames of one generation show the same.
     std::uint64_t generation = 0;

@@ -146,7 +146,7 @@ std::optional<std::filesystem::path> Recorder::closeMovie() {
 
 void Recorder::streamDidOutputSampleBuffer(const SampleBuffer& buffer, StreamOutputType type) {
     if (const auto* picture = std::get_if<ScreenFrame>(&buffer)) {
-        if (type == StreamOutputType::screen && picture->status == FrameStatus::complete && picture->pixels)
+        if (type == StreamOutputType::screen && picture->pixels)
             latest_.put(*picture);
     } else if (const auto* samples = std::get_if<AudioSamples>(&buffer)) {
         // Sound never leads the picture.

@@ -23,7 +23,6 @@ constexpr double kSmallestRegionPts = 40;
 constexpr double kBitsPerPixel = 0.08;
 constexpr std::int64_t kMostBitsPerSecond = 60'000'000;
 constexpr int kKeyFrameIntervalS = 2;
-constexpr int kStreamQueueDepth = 8;
 
 struct Target {
     DisplayId display = 0;
@@ -115,7 +114,6 @@ StreamConfiguration streamConfiguration(const Area& area, int fps, bool micropho
     configuration.height = area.height;
     configuration.minimumFrameIntervalS = 1.0 / fps;
     configuration.firstNeededS = kFirstFrameS;
-    configuration.queueDepth = kStreamQueueDepth;
     configuration.showsCursor = true;
     if (!area.isWholeDisplay) {
         const Rect& part = area.partPts;
@@ -142,7 +140,6 @@ VideoInputSettings videoInputSettings(int width, int height, int fps) {
                  kMostBitsPerSecond);
     settings.maxKeyFrameInterval = kKeyFrameIntervalS * fps;
     settings.expectedFrameRate = fps;
-    settings.allowFrameReordering = true;
     return settings;
 }
 

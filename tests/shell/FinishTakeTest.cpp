@@ -18,7 +18,7 @@ protected:
     fs::path recordPicture() {
         record();
         const auto picture = PixelBuffer::make(PixelFormat::bgrx, 640, 360);
-        desktop.screenCapture.feed(ScreenFrame{FrameStatus::complete, picture, 1, {}, mediaClockNow()});
+        desktop.screenCapture.feed(ScreenFrame{picture, 1, {}, mediaClockNow()});
         EXPECT_TRUE(loopUntil([&] { return desktop.movieWriters.newest().frameCount() > 0; }));
         return desktop.movieWriters.newest().file;
     }

@@ -33,8 +33,8 @@ protected:
         clearSaveDir();
     }
 
-    void feedPicture(std::uint64_t generation, FrameStatus status = FrameStatus::complete) {
-        desktop.screenCapture.feed(ScreenFrame{status, picture(640, 360), generation, {}, mediaClockNow()});
+    void feedPicture(std::uint64_t generation) {
+        desktop.screenCapture.feed(ScreenFrame{picture(640, 360), generation, {}, mediaClockNow()});
     }
 
     WrittenMovie& written() { return desktop.movieWriters.newest(); }

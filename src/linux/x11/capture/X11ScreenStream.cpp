@@ -115,8 +115,7 @@ Result<void> X11ScreenStream::readUntilStopped(FollowingReader& reader) {
 void X11ScreenStream::deliver(ScreenPicture picture) {
     ++generation_;
     if (!output_) return;
-    ScreenFrame frame{.status = FrameStatus::complete,
-                      .pixels = std::move(picture.pixels),
+    ScreenFrame frame{.pixels = std::move(picture.pixels),
                       .generation = generation_,
                       .changedPx = std::move(picture.changedPx),
                       .timeS = picture.timeS,
