@@ -2,10 +2,10 @@
 // conversion or the scaling alone. Names end in the height of the frame; bench/imaging-ratios sums them up.
 
 #include "AllocationCount.h"
+#include "camera/TilePainter.h"
 #include "imaging/Image.h"
 #include "imaging/PixelBuffer.h"
 #include "imaging/render/ImageContext.h"
-#include "recording/CameraTile.h"
 #include "recording/FrameCompositor.h"
 
 #include <benchmark/benchmark.h>
@@ -63,9 +63,8 @@ public:
                  .isRound = true} {
         compositor_.begin(width_, height);
         ingredients_.screen.pixels = screen_;
-        ingredients_.camera = desktopPicture(1280, 720);
+        ingredients_.tile.camera = desktopPicture(1280, 720);
         ingredients_.snapshot.camRound = place_.isRound;
-        tile_.want(place_);
         drawTile();
     }
 
@@ -86,10 +85,7 @@ public:
 
     // Draws one picture of the webcam as the tile, which is done once for each picture and not for each
     // frame.
-    void drawTile() {
-        tile_.draw(ingredients_.camera);
-        ingredients_.tile = tile_.newest();
-    }
+    void drawTile() { ingredients_.tile = painter_.draw(ingredients_.tile.camera, place_); }
 
 private:
     // Pulses of every age, inside the crop of the zoomed frame and outside of it.
@@ -110,7 +106,7 @@ private:
     RippleDiscs pulses_;
     TilePlace place_;
     FrameCompositor compositor_;
-    CameraTile tile_;
+    TilePainter painter_;
     FrameIngredients ingredients_;
 };
 

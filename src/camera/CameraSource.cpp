@@ -38,14 +38,12 @@ void CameraSource::stop() {
     queue_.async([this] {
         if (!run_) return;
         run_.reset();
-        latest_.set({});
+        captureOutput({});
     });
 }
 
 void CameraSource::captureOutput(PixelBufferRef frame) {
-    observer_.with([&](const auto& observer) {
-        if (observer) observer(frame);
-    });
+    if (onPicture_) onPicture_(frame);
     latest_.set(std::move(frame));
 }
 

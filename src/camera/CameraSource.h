@@ -20,8 +20,13 @@ namespace kasto {
 // its own, in the order asked for; what fails there is told in the system log only and leaves no frame.
 class CameraSource {
 public:
-    // The session outlives the source. Nothing runs yet.
-    explicit CameraSource(CameraSession& session) : session_(session) {}
+    // Takes every picture of the camera, and none when the camera has gone.
+    using PictureHandler = std::function<void(const PixelBufferRef&)>;
+
+    // The session outlives the source. Nothing runs yet. `onPicture` is called with each picture before that
+    // is the newest, on the source's own queue, and with none when the camera is gone or has stopped.
+    explicit CameraSource(CameraSession& session, PictureHandler onPicture = {})
+        : session_(session), onPicture_(std::move(onPicture)) {}
 
     // Stops the camera and waits for that.
     ~CameraSource();
@@ -40,13 +45,8 @@ public:
     // Stops the camera, drops its frame and forgets a start that waits for the user. Returns at once.
     void stop();
 
-    // Has every frame from now on shown to `observer` before it becomes the newest, on the thread it comes
-    // on; an empty one ends that. No call is under way when this returns. Any thread but the observer's.
-    void setObserver(std::function<void(const PixelBufferRef&)> observer) {
-        observer_.set(std::move(observer));
-    }
-
-    // Takes a frame of the camera (bgra or bgrx) in the place of the one before, or none. Any thread.
+    // Takes a frame of the camera (bgra or bgrx) in the place of the one before, or none. One thread at a
+    // time: the queue of its own while a camera runs.
     void captureOutput(PixelBufferRef frame);
 
     // The newest frame (bgra or bgrx), or none; the reader's reference keeps it alive. Any thread.
@@ -65,7 +65,7 @@ private:
 
     CameraSession& session_;
     const std::shared_ptr<Guarded<Wish>> wish_ = std::make_shared<Guarded<Wish>>();
-    Guarded<std::function<void(const PixelBufferRef&)>> observer_;
+    const PictureHandler onPicture_;
     Guarded<PixelBufferRef> latest_;
     std::unique_ptr<CameraRun> run_;  // the queue's; there while a camera runs
     SerialQueue queue_{"app.tolvane.kasto.camera", QueuePriority::userInteractive};

@@ -9,12 +9,12 @@
 
 namespace kasto {
 
-TakeController::TakeController(CaptureModel& model, CameraSource& camera, const Desktop& desktop,
+TakeController::TakeController(CaptureModel& model, WebcamTile& tile, const Desktop& desktop,
                                RunOnMain runOnMain, TakeObserver& observer)
     : desktop_(desktop),
       runOnMain_(std::move(runOnMain)),
       observer_(observer),
-      recorder_(model, camera, desktop),
+      recorder_(model, tile, desktop),
       input_(model, desktop, [this] { runOnMain_([this] { observer_.quickMenuWanted(); }); }) {
     recorder_.onStreamStopped = [this](const std::optional<Error>&) {
         runOnMain_([this] { fire(Trigger::endedByItself); });

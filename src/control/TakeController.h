@@ -13,8 +13,8 @@
 
 namespace kasto {
 
-class CameraSource;
 class CaptureModel;
+class WebcamTile;
 
 // How a take ended.
 struct EndedTake {
@@ -81,7 +81,7 @@ public:
     using RunOnMain = std::function<void(Job)>;
 
     // All of them outlive the controller. Nothing is opened yet.
-    TakeController(CaptureModel& model, CameraSource& camera, const Desktop& desktop, RunOnMain runOnMain,
+    TakeController(CaptureModel& model, WebcamTile& tile, const Desktop& desktop, RunOnMain runOnMain,
                    TakeObserver& observer);
 
     // Completes the movie of a take that still runs, and leaves it where it was recorded. Blocks for that.

@@ -1,5 +1,6 @@
 #include "recording/FrameChanges.h"
 
+#include "camera/TileImage.h"
 #include "recording/FrameGeometry.h"
 
 namespace kasto {
@@ -42,13 +43,13 @@ const BlockSet& FrameChanges::update(const FrameIngredients& ingredients) {
             addDiscs(now);
         }
         if (last_->camRect != now.camRect || last_->camRound != now.camRound ||
-            lastCamera_ != ingredients.camera) {
+            lastCamera_ != ingredients.tile.camera) {
             addTile(*last_);
             addTile(now);
         }
     }
     last_ = now;
-    lastCamera_ = ingredients.camera;
+    lastCamera_ = ingredients.tile.camera;
     return changed_;
 }
 

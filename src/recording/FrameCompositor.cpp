@@ -1,5 +1,6 @@
 #include "recording/FrameCompositor.h"
 
+#include "base/AccentColour.h"
 #include "recording/FrameGeometry.h"
 
 #include <algorithm>
@@ -9,7 +10,7 @@ namespace kasto {
 
 namespace {
 
-constexpr Color kPulse{0.92, 0.26, 0.30, 1};
+constexpr Color kPulse{AccentColour::kRed, AccentColour::kGreen, AccentColour::kBlue, 1};
 constexpr double kPulseInnerRadius = 0.55;  // of the radius
 
 // The encoder needs the cores more than the compositor does: beyond three threads a frame gains little, and
@@ -93,10 +94,9 @@ Image FrameCompositor::disc(Point at, double radius, double alpha) const {
 Image FrameCompositor::withTile(const Image& image, const FrameIngredients& ingredients) const {
     const RenderSnapshot& snapshot = ingredients.snapshot;
     const TilePlace place{{outW_, outH_}, *snapshot.camRect, snapshot.camRound};
-    const TilePicture& drawn = ingredients.tile;
-    if (drawn.pixels && drawn.camera == ingredients.camera && drawn.place == place)
-        return drawn.image().over(image);
-    return kasto::withTile(image, place, ingredients.camera);
+    const TilePicture& tile = ingredients.tile;
+    if (tile.pixels && tile.place == place) return tile.image().over(image);
+    return kasto::withTile(image, place, tile.camera);
 }
 
 Rect FrameCompositor::flipped(const Rect& px) const { return {px.x, outH_ - px.maxY(), px.width, px.height}; }

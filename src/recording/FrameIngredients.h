@@ -1,9 +1,9 @@
 #pragma once
 
+#include "camera/TilePainter.h"
 #include "imaging/BlockSet.h"
 #include "imaging/PixelBuffer.h"
 #include "model/RenderSnapshot.h"
-#include "recording/CameraTile.h"
 
 namespace kasto {
 
@@ -17,8 +17,7 @@ struct ScreenPicture {
 struct FrameIngredients {
     ScreenPicture screen;
     RenderSnapshot snapshot;
-    PixelBufferRef camera;  // none shows the tile without a picture
-    TilePicture tile;       // spares the tile's drawing if it is of this picture and at this place
+    TilePicture tile;  // the webcam's; without a picture the tile has a plain colour
 };
 
 }  // namespace kasto

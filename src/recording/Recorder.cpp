@@ -3,11 +3,10 @@
 #include "base/DebugLog.h"
 #include "base/MediaClock.h"
 #include "base/MediaRates.h"
-#include "camera/CameraSource.h"
+#include "camera/WebcamTile.h"
 #include "model/CaptureModel.h"
 #include "options/Prefs.h"
 
-#include <algorithm>
 #include <string>
 #include <utility>
 #include <variant>
@@ -20,17 +19,12 @@ namespace {
 
 constexpr double kTickLeewayS = 0.002;
 
-// What the model takes as the aspect of a webcam.
-double cameraAspect(const PixelBuffer& frame) {
-    return std::clamp(static_cast<double>(frame.width()) / std::max(frame.height(), 1), 0.4, 3.0);
-}
-
 const char* trueOrFalse(bool value) { return value ? "true" : "false"; }
 
 }  // namespace
 
-Recorder::Recorder(CaptureModel& model, CameraSource& camera, const Desktop& desktop)
-    : model_(model), camera_(camera), desktop_(desktop) {}
+Recorder::Recorder(CaptureModel& model, WebcamTile& tile, const Desktop& desktop)
+    : model_(model), tile_(tile), desktop_(desktop) {}
 
 Recorder::~Recorder() { stop(); }
 
@@ -56,7 +50,6 @@ Result<void> Recorder::start() {
     DebugLog::log("audio: sys="s + trueOrFalse(systemSound) + " mic=" + trueOrFalse(microphone));
 
     if (auto capturing = startCapture(std::move(*stream)); !capturing) return capturing;
-    camera_.setObserver([this](const PixelBufferRef& frame) { tile_.draw(frame); });
     const int fps = plan->video.expectedFrameRate;
     timer_ = videoQueue_.startTimer(kFirstFrameS, 1.0 / fps, kTickLeewayS, [this] { encodeTick(); });
     DebugLog::log("recording " + std::to_string(plan->video.width) + "x" +
@@ -111,7 +104,6 @@ std::optional<std::filesystem::path> Recorder::stop() {
     const std::scoped_lock oneAtATime(takeLock_);
     life_.with([](Life& life) { life.running = false; });
     timer_.reset();
-    camera_.setObserver({});
     if (stream_) {
         // One that cannot be stopped in order is stopped by its destruction.
         (void)stream_->stopCapture();
@@ -138,7 +130,7 @@ std::optional<std::filesystem::path> Recorder::closeMovie() {
         movie_->discard();
     movie_.reset();
     latest_.end();
-    tile_.end();
+    tile_.endTake();
     ingredients_ = {};
     DebugLog::log("stopped → " + (result ? result->filename().string() : "(no file)"));
     return result;
@@ -146,8 +138,7 @@ std::optional<std::filesystem::path> Recorder::closeMovie() {
 
 void Recorder::streamDidOutputSampleBuffer(const SampleBuffer& buffer, StreamOutputType type) {
     if (const auto* picture = std::get_if<ScreenFrame>(&buffer)) {
-        if (type == StreamOutputType::screen && picture->pixels)
-            latest_.put(*picture);
+        if (type == StreamOutputType::screen && picture->pixels) latest_.put(*picture);
     } else if (const auto* samples = std::get_if<AudioSamples>(&buffer)) {
         // Sound never leads the picture.
         if (sessionStarted_) movie_->audio().append(*samples, type, startT_);
@@ -172,7 +163,7 @@ void Recorder::encodeTick() {
     PixelBufferPool* const pool = movie_->pixelBufferPool();
     // What has changed on the screen is told once, so it is taken only for a frame that is composed.
     if (!pool || !latest_.take(ingredients_.screen)) return;
-    takeCamera();
+    ingredients_.tile = tile_.takeFor(ingredients_.snapshot);
     const PixelBufferRef frame = compositor_.compose(ingredients_, *pool);
     ingredients_.screen.pixels = {};
     if (!frame) return;
@@ -184,18 +175,6 @@ void Recorder::encodeTick() {
     }
     // The changes of a frame that did not get into the movie are lost.
     if (!movie_->appendVideo(frame, pts, compositor_.changed())) compositor_.end();
-}
-
-void Recorder::takeCamera() {
-    const RenderSnapshot& snapshot = ingredients_.snapshot;
-    ingredients_.camera = {};
-    if (!snapshot.camRect) return tile_.want({});
-    tile_.want(TilePlace{snapshot.area.sizePx(), *snapshot.camRect, snapshot.camRound});
-    ingredients_.camera = camera_.latest();
-    // One of a later picture may be there already: the one at hand is still right then.
-    TilePicture tile = tile_.newest();
-    if (tile.camera == ingredients_.camera) ingredients_.tile = std::move(tile);
-    if (ingredients_.camera) model_.setCamAspect(cameraAspect(*ingredients_.camera));
 }
 
 }  // namespace kasto

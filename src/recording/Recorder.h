@@ -6,7 +6,6 @@
 #include "base/SerialQueue.h"
 #include "platform/Desktop.h"
 #include "platform/ScreenStream.h"
-#include "recording/CameraTile.h"
 #include "recording/FrameCompositor.h"
 #include "recording/LatestPicture.h"
 #include "recording/TakeMovie.h"
@@ -21,8 +20,8 @@
 
 namespace kasto {
 
-class CameraSource;
 class CaptureModel;
+class WebcamTile;
 
 // One take after the other, each from the choice of the display to the finished file.
 //
@@ -31,7 +30,7 @@ class CaptureModel;
 class Recorder final : private StreamOutput, private StreamDelegate {
 public:
     // All three outlive the recorder. Nothing is opened yet.
-    Recorder(CaptureModel& model, CameraSource& camera, const Desktop& desktop);
+    Recorder(CaptureModel& model, WebcamTile& tile, const Desktop& desktop);
 
     // Ends a take that still runs, as stop() does.
     ~Recorder() override;
@@ -73,12 +72,11 @@ private:
     Result<void> startCapture(std::unique_ptr<ScreenStream> stream);
     void replaceMovie(TakeMovie movie);
     void encodeTick();
-    void takeCamera();
     void drainQueues();
     std::optional<std::filesystem::path> closeMovie();
 
     CaptureModel& model_;
-    CameraSource& camera_;
+    WebcamTile& tile_;
     const Desktop desktop_;
 
     SerialQueue captureQueue_{"app.tolvane.kasto.capture", QueuePriority::userInteractive};
@@ -88,7 +86,6 @@ private:
     std::mutex takeLock_;  // held by start() and stop() from beginning to end
     Guarded<Life> life_;
     LatestPicture latest_;
-    CameraTile tile_;
     DisplayId captureDisplayID_ = 0;
 
     // Changed by start() and stop() only, while no job that reads them is on a queue.

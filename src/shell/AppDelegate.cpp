@@ -106,7 +106,7 @@ void AppDelegate::finishStop(bool reveal) {
 }
 
 void AppDelegate::finishNow() {
-    camera_.stop();
+    tile_.stopCamera();
     take_.finishNow();
 }
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "camera/CameraSource.h"
+#include "camera/WebcamTile.h"
 #include "control/TakeController.h"
 #include "input/HotKey.h"
 #include "model/CaptureModel.h"
@@ -75,7 +75,7 @@ public:
     void applyPipState() { live_.applyPipState(); }
 
     // Commands of menus and settings.
-    std::vector<CameraDevice> cameras() override { return camera_.devices(); }
+    std::vector<CameraDevice> cameras() override { return tile_.source().devices(); }
     void chooseOutputFolder() override { optionCommands_.chooseOutputFolder(); }
     void clearOutputFolder() override { optionCommands_.clearOutputFolder(); }
     void openFolder() override { optionCommands_.openFolder(); }
@@ -115,11 +115,11 @@ private:
     const std::shared_ptr<MainQueue> mainQueue_ = std::make_shared<MainQueue>();
     OptionCommands optionCommands_{desktop_};
     CaptureModel model_;
-    CameraSource camera_{desktop_.cameraSession};
-    LiveTake live_{model_, camera_, desktop_};
+    WebcamTile tile_{model_, desktop_.cameraSession};
+    LiveTake live_{model_, tile_, desktop_};
     Alerts alerts_{desktop_.ownWindows};
     ScreenAccessWatch screenAccess_{desktop_, alerts_, [this] { terminate(); }};
-    TakeController take_{model_, camera_, desktop_, runOnMain(), *this};
+    TakeController take_{model_, tile_, desktop_, runOnMain(), *this};
 
     std::unique_ptr<SettingsController> settings_;  // made when it is first shown
     // From launch to exit.

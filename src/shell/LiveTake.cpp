@@ -1,6 +1,5 @@
 #include "shell/LiveTake.h"
 
-#include "model/CaptureModel.h"
 #include "options/Prefs.h"
 
 namespace kasto {
@@ -17,10 +16,10 @@ std::string audioSuffix() {
 
 }  // namespace
 
-LiveTake::LiveTake(CaptureModel& model, CameraSource& camera, const Desktop& desktop)
-    : model_(model),
-      camera_(camera),
-      overlay_(model, desktop.displays, desktop.ownWindows, desktop.overlaySupport) {}
+LiveTake::LiveTake(CaptureModel& model, WebcamTile& tile, const Desktop& desktop)
+    : tile_(tile), overlay_(model, desktop.displays, desktop.ownWindows, desktop.overlaySupport) {
+    overlay_.setCameraLayer([this] { return tile_.source().latest(); });
+}
 
 void LiveTake::begin(DisplayId display, std::chrono::system_clock::time_point startDate) {
     display_ = display;
@@ -34,8 +33,7 @@ void LiveTake::begin(DisplayId display, std::chrono::system_clock::time_point st
 }
 
 void LiveTake::end() {
-    camera_.stop();
-    overlay_.setCameraLayer({});
+    tile_.stopCamera();
     overlay_.stop();
 }
 
@@ -45,13 +43,11 @@ void LiveTake::follow(OptionId option) {
             setOverlayShown(Prefs::showMarquee());
             break;
         case Effect::startOrStopCamera:
+        case Effect::changeTileShape:
             applyPipState();
             break;
-        case Effect::changeTileShape:
-            model_.setPip(Prefs::pipEnabled(), Prefs::roundCamera());
-            break;
         case Effect::changeCamera:
-            if (Prefs::pipEnabled()) restartCamera();
+            if (Prefs::pipEnabled()) tile_.changeCamera(Prefs::cameraID());
             break;
         case Effect::none:
             break;
@@ -67,20 +63,8 @@ void LiveTake::setOverlayShown(bool isShown) {
 }
 
 void LiveTake::applyPipState() {
-    const bool on = Prefs::pipEnabled();
-    if (on) {
-        camera_.start(Prefs::cameraID());
-        overlay_.setCameraLayer([this] { return camera_.latest(); });
-    } else {
-        camera_.stop();
-        overlay_.setCameraLayer({});
-    }
-    model_.setPip(on, Prefs::roundCamera());
-}
-
-void LiveTake::restartCamera() {
-    camera_.stop();
-    camera_.start(Prefs::cameraID());
+    tile_.apply(
+        {.isShown = Prefs::pipEnabled(), .isRound = Prefs::roundCamera(), .cameraId = Prefs::cameraID()});
 }
 
 }  // namespace kasto

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "camera/CameraSource.h"
+#include "camera/WebcamTile.h"
 #include "options/OptionTable.h"
 #include "overlay/OverlayController.h"
 #include "platform/Desktop.h"
@@ -16,7 +16,7 @@ class CaptureModel;
 class LiveTake {
 public:
     // All of them outlive it.
-    LiveTake(CaptureModel& model, CameraSource& camera, const Desktop& desktop);
+    LiveTake(CaptureModel& model, WebcamTile& tile, const Desktop& desktop);
 
     // A take of this display has begun: shows and runs what the options say.
     void begin(DisplayId display, std::chrono::system_clock::time_point startDate);
@@ -32,10 +32,8 @@ public:
 
 private:
     void setOverlayShown(bool isShown);
-    void restartCamera();
 
-    CaptureModel& model_;
-    CameraSource& camera_;
+    WebcamTile& tile_;
     OverlayController overlay_;
     DisplayId display_ = 0;
     std::chrono::system_clock::time_point startDate_;

@@ -33,20 +33,6 @@ protected:
     const PixelBufferRef two = PixelBuffer::make(PixelFormat::bgra, 4, 2);
 };
 
-TEST_F(CameraSourceTest, showsAFrameToTheObserverBeforeItIsTheNewest) {
-    std::vector<PixelBufferRef> seen;
-    source.setObserver([&](const PixelBufferRef& frame) {
-        EXPECT_FALSE(source.latest() == frame);
-        seen.push_back(frame);
-    });
-    source.captureOutput(one);
-    source.captureOutput(two);
-    source.setObserver({});
-    source.captureOutput(one);
-    EXPECT_EQ(seen, (std::vector{one, two}));
-    EXPECT_EQ(source.latest(), one);
-}
-
 TEST_F(CameraSourceTest, takesTheChosenElseTheDefaultElseNoCamera) {
     const std::pair<std::optional<std::string>, std::string> rows[] = {
         {"back", kBack}, {"gone", kFront}, {std::nullopt, kFront}};

@@ -1,6 +1,6 @@
 #include "base/Guarded.h"
 #include "base/MediaClock.h"
-#include "camera/CameraSource.h"
+#include "camera/WebcamTile.h"
 #include "control/TakeController.h"
 #include "support/FakeDesktop.h"
 #include "support/LogLines.h"
@@ -45,7 +45,7 @@ protected:
         take.reset();
         waiting->set({});
         take = std::make_unique<TakeController>(
-            model, camera, desktop.record(),
+            model, tile, desktop.record(),
             [jobs = waiting](TakeController::Job job) {
                 jobs->with([&](Jobs& all) { all.push_back(std::move(job)); });
             },
@@ -64,7 +64,7 @@ protected:
     void record() {
         settle();
         const auto picture = PixelBuffer::make(PixelFormat::bgrx, 640, 360);
-        desktop.screenCapture.feed(ScreenFrame{FrameStatus::complete, picture, 1, {}, mediaClockNow()});
+        desktop.screenCapture.feed(ScreenFrame{picture, 1, {}, mediaClockNow()});
         ASSERT_TRUE(waitUntil([&] { return desktop.movieWriters.newest().frameCount() > 0; }));
     }
 
@@ -100,7 +100,7 @@ protected:
     FakeDesktop desktop;
     LogLines log;
     CaptureModel model;
-    CameraSource camera{desktop.cameraSession};
+    WebcamTile tile{model, desktop.cameraSession};
     bool mayStart = true;
     std::string calls;
     const std::shared_ptr<Guarded<Jobs>> waiting = std::make_shared<Guarded<Jobs>>();

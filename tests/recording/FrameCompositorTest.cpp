@@ -91,7 +91,7 @@ TEST(FrameCompositorTest, TheCameraCoversItsTileCentred) {
         stage.scene.snapshot.camRect = Rect{40, 40, 200, 200};
         stage.scene.snapshot.camRound = round;
         // Twice as wide as the tile's shape: a quarter is cut off on the left (green) and on the right.
-        stage.scene.camera = painted(400, 200, [](int x, int y) {
+        stage.scene.tile.camera = painted(400, 200, [](int x, int y) {
             if (x < 90) return kGreen;
             return y < 100 ? kRed : kBlue;
         });
@@ -122,7 +122,7 @@ TEST(FrameCompositorTest, FramesComposedInPartsLookAsComposedWhole) {
     std::minstd_rand random(11);
     const auto upTo = [&](int limit) { return static_cast<int>(random() % static_cast<unsigned>(limit)); };
     auto& scene = stage.scene;
-    CameraTile tile;
+    TilePainter painter;
     PixelBufferRef before;
     std::vector<PixelBufferRef> alsoHeld;
     for (int frame = 0; frame < 300; ++frame) {
@@ -151,13 +151,13 @@ TEST(FrameCompositorTest, FramesComposedInPartsLookAsComposedWhole) {
         if (upTo(8) == 0) snapshot.camRect = Rect{upTo(200) + 0.25, upTo(100) + 0.5, 60, 60};
         if (upTo(12) == 0) snapshot.camRect.reset();
         if (upTo(8) == 0) snapshot.camRound = !snapshot.camRound;
-        if (upTo(12) == 0) scene.camera = {};
+        if (upTo(12) == 0) scene.tile = {};
         if (upTo(5) == 0) {
-            scene.camera = painted(64, 48, [level = upTo(256)](int x, int) { return Rgb{level, x * 3, 9}; });
-            if (snapshot.camRect)
-                tile.want(TilePlace{{kWidth, kHeight}, *snapshot.camRect, snapshot.camRound});
-            if (upTo(4)) tile.draw(scene.camera);
-            scene.tile = tile.newest();
+            scene.tile = {.camera = painted(64, 48, [level = upTo(256)](int x, int) {
+                              return Rgb{level, x * 3, 9};
+                          })};
+            const TilePlace place{{kWidth, kHeight}, snapshot.camRect.value_or(Rect{}), snapshot.camRound};
+            if (snapshot.camRect && upTo(4)) scene.tile = painter.draw(scene.tile.camera, place);
         }
 
         // Buffers come back in another order than they went out; sometimes there is none.
@@ -167,7 +167,7 @@ TEST(FrameCompositorTest, FramesComposedInPartsLookAsComposedWhole) {
         if (!drawn) continue;
         whole.begin(kWidth, kHeight);
         auto plain = scene;
-        plain.tile = {};
+        plain.tile.pixels = {};
         const auto expected = whole.compose(plain, wholePool);
         for (int row = 0; row * 16 < kHeight; ++row)
             for (int column = 0; column * 16 < kWidth; ++column) {

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "base/MediaClock.h"
-#include "camera/CameraSource.h"
+#include "camera/WebcamTile.h"
 #include "model/CaptureModel.h"
 #include "options/Prefs.h"
 #include "recording/Recorder.h"
@@ -75,8 +75,9 @@ protected:
     LogLines log;
     FakeDesktop desktop;
     CaptureModel model;
-    CameraSource camera{desktop.cameraSession};
-    std::unique_ptr<Recorder> recorder = std::make_unique<Recorder>(model, camera, desktop.record());
+    WebcamTile tile{model, desktop.cameraSession};
+    CameraSource& camera = tile.source();
+    std::unique_ptr<Recorder> recorder = std::make_unique<Recorder>(model, tile, desktop.record());
 };
 
 }  // namespace kasto::test

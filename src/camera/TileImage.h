@@ -4,6 +4,8 @@
 #include "imaging/Image.h"
 #include "imaging/PixelBuffer.h"
 
+#include <algorithm>
+
 namespace kasto {
 
 // Where the webcam's tile lies in a movie. All in pixels of the frame: origin top-left, y downward.
@@ -14,6 +16,13 @@ struct TilePlace {
 
     bool operator==(const TilePlace&) const = default;
 };
+
+// How far the webcam tile's border reaches beyond the tile.
+inline double tileBorderWidth(double frameWidth) {
+    constexpr double kOfWidth = 1.0 / 800;
+    constexpr double kNarrowestPx = 3;
+    return std::max(frameWidth * kOfWidth, kNarrowestPx);
+}
 
 // The image, scaled to cover the whole rectangle (image space), centred and cut to it. An image without
 // bounds is just cut.

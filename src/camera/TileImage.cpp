@@ -1,6 +1,4 @@
-#include "recording/TileImage.h"
-
-#include "recording/FrameGeometry.h"
+#include "camera/TileImage.h"
 
 #include <algorithm>
 #include <cmath>
