@@ -6,9 +6,9 @@ namespace kasto {
 
 // The recorded part of the desktop, and how its global points map to capture pixels.
 //
-// Capture pixels are the pixels of the movie's frame at zoom 1: origin top-left, y downward. An immutable
-// value: whoever needs it gets a copy with the snapshot that was made from it, so that what is drawn from one
-// snapshot agrees even if the area changes meanwhile.
+// Capture pixels are the pixels of the movie's frame at zoom 1: origin top-left, y downward. The area is an
+// immutable value. Each snapshot of the model carries the area it was made with, so that everything drawn
+// from one snapshot agrees even if the area changes meanwhile.
 class CaptureArea {
 public:
     // No area: it contains no point.

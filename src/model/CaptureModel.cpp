@@ -11,21 +11,21 @@ namespace kasto {
 
 namespace {
 
-constexpr double kMostZoomLog = 3 * std::numbers::ln2;  // 8x
-constexpr double kHomeZoomLog = 0.04;                   // zooming out to less than this goes all the way
-constexpr double kZoomEaseS = 0.28;
-constexpr double kZoomSnapLog = 0.0004;
-constexpr double kVisibleZoom = 1.15;
-constexpr double kCenterEaseS = 0.2;
-constexpr double kMostStepS = 0.1;
+constexpr double kMaxZoomLog = 3 * std::numbers::ln2;  // 8x
+constexpr double kHomeZoomLog = 0.04;                  // zooming out to less than this goes on to 1x
+constexpr double kZoomEaseS = 0.28;                    // time constant
+constexpr double kZoomSnapLog = 0.0004;  // the remaining distance at which the zoom jumps to its target
+constexpr double kVisibleZoom = 1.15;    // logged once per take
+constexpr double kCenterEaseS = 0.2;     // time constant
+constexpr double kMaxStepS = 0.1;        // a stall must not make the view jump
 
-constexpr double kLeastZoomRefForPan = 1.25;
-constexpr double kLeastPanPx = 0.5;
-constexpr double kLeastPanWeight = 0.05;
+constexpr double kMinZoomRefForPan = 1.25;
+constexpr double kMinPanPx = 0.5;
+constexpr double kMinPanWeight = 0.05;
 constexpr double kPanResetZoom = 1.02;
 
-constexpr double kRippleVisibleS = 0.45;
-constexpr double kRippleKeptS = 0.5;
+constexpr double kRippleVisibleS = 0.45;  // a pulse has faded out by then
+constexpr double kRippleKeptS = 0.5;      // and is removed at this age
 constexpr double kRippleStartPts = 14;
 constexpr double kRippleGrowthPts = 44;
 constexpr double kRippleAlpha = 0.5;
@@ -33,10 +33,10 @@ constexpr double kHeldRadiusPts = 16;
 constexpr double kHeldAlpha = 0.3;
 
 constexpr double kCamMarginPts = 24;
-constexpr double kRoundCamWidth = 0.2;  // of the picture's
+constexpr double kRoundCamWidth = 0.2;  // of the frame's width
 constexpr double kRectCamWidth = 0.24;
 
-// How far an exponential ease with the time constant gets in `dt`, 0 to 1.
+// The share of the remaining distance, 0 to 1, that an exponential ease covers in `dt` seconds.
 double eased(double dt, double timeConstantS) { return 1 - std::exp(-dt / timeConstantS); }
 
 RippleDisc discOf(const Ripple& ripple, double now, double sx) {
@@ -49,7 +49,7 @@ RippleDisc discOf(const Ripple& ripple, double now, double sx) {
 }  // namespace
 
 CaptureModel::CaptureModel() {
-    ripples_.reserve(RippleDiscs::kMost + 1);  // a frame allocates nothing
+    ripples_.reserve(RippleDiscs::kMax + 1);  // so that no later operation allocates
 }
 
 void CaptureModel::configure(const Rect& displayBoundsPts, double pixW, double pixH) {
@@ -80,13 +80,13 @@ void CaptureModel::spawnRipple(Point globalPts, double t) {
     const std::scoped_lock held(lock_);
     if (!area_.contains(globalPts)) return;
     ripples_.push_back({area_.toPx(globalPts), t});
-    if (ripples_.size() > RippleDiscs::kMost) ripples_.erase(ripples_.begin());
+    if (ripples_.size() > RippleDiscs::kMax) ripples_.erase(ripples_.begin());
 }
 
 void CaptureModel::pan(Vector viewPts) {
     const std::scoped_lock held(lock_);
     const double z = std::exp(zoomLog_);
-    zoomRefForPan_ = std::max(z, kLeastZoomRefForPan);
+    zoomRefForPan_ = std::max(z, kMinZoomRefForPan);
     const double scale = std::max(z, 1.0);
     const auto [width, height] = area_.sizePx();
     panOffsetPx_.dx = std::clamp(panOffsetPx_.dx + viewPts.dx * area_.sx() / scale, -width, width);
@@ -95,7 +95,7 @@ void CaptureModel::pan(Vector viewPts) {
 
 void CaptureModel::zoom(double logDelta) {
     const std::scoped_lock held(lock_);
-    const double target = std::clamp(zoomLogTarget_ + logDelta, 0.0, kMostZoomLog);
+    const double target = std::clamp(zoomLogTarget_ + logDelta, 0.0, kMaxZoomLog);
     zoomLogTarget_ = target < kHomeZoomLog && logDelta < 0 ? 0 : target;
 }
 
@@ -112,7 +112,7 @@ void CaptureModel::setCamAspect(double aspect) {
 
 RenderSnapshot CaptureModel::step(double now) {
     const std::scoped_lock held(lock_);
-    const double dt = std::clamp(now - lastStep_.value_or(now), 0.0, kMostStepS);
+    const double dt = std::clamp(now - lastStep_.value_or(now), 0.0, kMaxStepS);
     lastStep_ = now;
 
     easeZoom(dt);
@@ -131,7 +131,7 @@ RenderSnapshot CaptureModel::step(double now) {
     shown.area = area_;
     shown.cropPx = crop(z);
     shown.zoom = z;
-    shown.panned = weight > kLeastPanWeight && pannedPx > kLeastPanPx;
+    shown.panned = weight > kMinPanWeight && pannedPx > kMinPanPx;
     std::erase_if(ripples_, [now](const Ripple& ripple) { return now - ripple.t0 > kRippleKeptS; });
     for (const Ripple& ripple : ripples_) shown.ripples.push_back(discOf(ripple, now, area_.sx()));
     if (heldPx_) shown.heldDisc = {*heldPx_, area_.sx() * kHeldRadiusPts, kHeldAlpha};
@@ -146,13 +146,13 @@ void CaptureModel::easeZoom(double dt) {
     zoomLog_ = std::abs(next - zoomLogTarget_) < kZoomSnapLog ? zoomLogTarget_ : next;
 }
 
-// A pan counts in full at the zoom it was made at and fades to nothing on the way back to 1x.
+// A pan has its full effect at the zoom it was made at. The effect fades to nothing on the way back to 1x.
 double CaptureModel::panWeight(double z, double pannedPx) const {
-    if (!(pannedPx > kLeastPanPx)) return 0;
+    if (!(pannedPx > kMinPanPx)) return 0;
     return std::clamp((z - 1) / (zoomRefForPan_ - 1), 0.0, 1.0);
 }
 
-// The centre itself may leave the picture; only the crop made from it may not.
+// The centre is not clamped here: only the crop made from it has to stay inside the frame.
 void CaptureModel::easeCenter(double dt, double panWeight) {
     const double part = eased(dt, kCenterEaseS);
     center_.x += (mousePx_.x + panOffsetPx_.dx * panWeight - center_.x) * part;

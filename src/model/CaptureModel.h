@@ -10,49 +10,53 @@
 
 namespace kasto {
 
-// One click pulse.
+// One pulse, as remembered from the press that caused it.
 struct Ripple {
-    Point px;       // where, in capture pixels
-    double t0 = 0;  // when, in seconds on the media clock
+    Point px;       // of the press, in capture pixels
+    double t0 = 0;  // of the press, in seconds on the media clock
 };
 
-// A take's virtual camera: pointer, zoom, pan, click pulses and the place of the webcam tile. Input writes
-// into it, the compositor advances it once per output frame, the overlay reads the last result.
+// A take's virtual camera: pointer, zoom, pan, pulses and the place of the webcam tile. The input classes
+// write into it, the recorder advances it once per tick, and the overlay reads the last result.
 //
-// Any thread; one lock guards all of it, held for the whole of each operation. Pure arithmetic: it draws
-// nothing and knows no desktop service. Times are seconds on the media clock.
+// Any thread. One lock guards the whole object and is held for the whole of each operation. The model is
+// arithmetic only: it draws nothing and uses no desktop service. Times are seconds on the media clock.
 class CaptureModel {
 public:
     CaptureModel();
 
-    // Starts a take: unzoomed, unpanned, without pulses, centred on the picture and with the webcam tile off
-    // until the next `setPip`. The captured area is given in global points and must not be degenerate; the
-    // picture's size is in pixels.
+    // Starts a take: unzoomed, unpanned, without pulses, centred, and without the webcam tile until the next
+    // `setPip`. The capture area is given in global points and must not be empty; the size of the movie's
+    // frame is given in pixels.
     void configure(const Rect& displayBoundsPts, double pixW, double pixH);
 
     // The pointer, in global points, and whether a held button is to be shown as a disc there.
     void setMouse(Point globalPts, bool held);
 
-    // A press at a point in global points; one outside the captured area is ignored.
+    // Starts a pulse for a press at a point in global points, at the time `t`. A press outside the capture
+    // area is ignored. Of more than 24 pulses the oldest is dropped.
     void spawnRipple(Point globalPts, double t);
 
-    // Moves the view by a vector in points, scaled down by the current zoom.
+    // Moves the view by a vector in points of the magnified picture: at 2x, 10 points move it by 5 points of
+    // the screen.
     void pan(Vector viewPts);
 
-    // Changes the natural logarithm of the requested zoom, within 1x and 8x.
+    // Adds to the natural logarithm of the requested zoom, which stays within 1x and 8x.
     void zoom(double logDelta);
 
+    // Whether the webcam tile is shown, and whether it is a circle.
     void setPip(bool on, bool round);
 
-    // Width / height of the webcam picture, already clamped by the caller.
+    // Width divided by height of the webcam's picture. The caller has clamped it to what a tile may look
+    // like.
     void setCamAspect(double aspect);
 
-    // Eases zoom and centre on to `now` and returns what the frame of that moment shows. The first step of a
-    // take eases nothing, a later one at most 0.1 s. Allocates nothing but the log line of a take's first
-    // visible zoom.
+    // Eases zoom and centre to the time `now` and returns what the frame of that time shows. The first step
+    // of a take eases nothing, and a later one eases at most 0.1 s. It allocates nothing, except for the log
+    // line that is written when a take's zoom becomes visible for the first time.
     RenderSnapshot step(double now);
 
-    // A copy of what the last `step` returned; moves no time forward.
+    // A copy of what the last `step` returned.
     RenderSnapshot snapshot() const;
 
     // A copy of the recorded area. Empty before the first take.

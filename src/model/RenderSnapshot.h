@@ -19,13 +19,15 @@ struct RippleDisc {
     bool operator==(const RippleDisc&) const = default;
 };
 
-// The pulses of one frame, oldest first, in place: a snapshot allocates nothing.
+// The pulses of one frame, oldest first. They are stored in the object itself, so that making or copying a
+// snapshot allocates nothing.
 class RippleDiscs {
 public:
-    static constexpr std::size_t kMost = 24;
+    static constexpr std::size_t kMax = 24;
 
+    // Ignored when there are `kMax` already.
     void push_back(const RippleDisc& disc) {
-        if (count_ < kMost) discs_[count_++] = disc;
+        if (count_ < kMax) discs_[count_++] = disc;
     }
     std::size_t size() const { return count_; }
     bool empty() const { return count_ == 0; }
@@ -37,7 +39,7 @@ public:
     }
 
 private:
-    std::array<RippleDisc, kMost> discs_{};
+    std::array<RippleDisc, kMax> discs_{};
     std::size_t count_ = 0;
 };
 
