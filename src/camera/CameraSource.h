@@ -14,17 +14,19 @@
 
 namespace kasto {
 
-// The webcam behind the picture-in-picture tile: runs one camera at a time and keeps its newest frame.
+// Runs the webcam, one camera at a time, and keeps its newest picture.
 //
-// start(), stop() and devices() belong to the main thread. Opening, closing and delivery happen on a queue of
-// its own, in the order asked for; what fails there is told in the system log only and leaves no frame.
+// start(), stop() and devices() belong to the main thread. Cameras are opened, closed and read on a queue of
+// the source's own, in the order of the calls. A failure there is written to the system log only; there is
+// then no picture.
 class CameraSource {
 public:
-    // Takes every picture of the camera, and none when the camera has gone.
+    // Called with a picture of the camera, or with none.
     using PictureHandler = std::function<void(const PixelBufferRef&)>;
 
-    // The session outlives the source. Nothing runs yet. `onPicture` is called with each picture before that
-    // is the newest, on the source's own queue, and with none when the camera is gone or has stopped.
+    // The session outlives the source. Nothing runs yet. `onPicture` is called with each picture just before
+    // it becomes the newest one, and with none when the camera has gone or was stopped; on the thread that
+    // calls captureOutput().
     explicit CameraSource(CameraSession& session, PictureHandler onPicture = {})
         : session_(session), onPicture_(std::move(onPicture)) {}
 
@@ -37,23 +39,25 @@ public:
     // The cameras the user may choose, in the desktop's order.
     std::vector<CameraDevice> devices() const { return session_.devices(); }
 
-    // Runs the camera with this id; without one, or where it is not there, the default camera. Asks for the
-    // right to it where the user has not been asked. Returns at once. A camera that runs already goes on, be
-    // it another one: stop() comes first then.
+    // Runs the camera with this id, or the default camera if there is no id or no camera of that id. Asks the
+    // user for access if that has not been decided. Returns at once. A camera that runs already goes on, even
+    // if it is another one: call stop() first to change it.
     void start(const std::optional<std::string>& deviceID);
 
-    // Stops the camera, drops its frame and forgets a start that waits for the user. Returns at once.
+    // Stops the camera, drops its picture and cancels a start that waits for the user's decision. Returns at
+    // once.
     void stop();
 
-    // Takes a frame of the camera (bgra or bgrx) in the place of the one before, or none. One thread at a
-    // time: the queue of its own while a camera runs.
+    // Replaces the newest picture (bgra or bgrx) by this one, which may be none. One thread at a time: the
+    // source's own queue while a camera runs.
     void captureOutput(PixelBufferRef frame);
 
-    // The newest frame (bgra or bgrx), or none; the reader's reference keeps it alive. Any thread.
+    // The newest picture (bgra or bgrx), or none. It never changes. Any thread.
     PixelBufferRef latest() const { return latest_.copy(); }
 
 private:
-    // What an answer to a request for access finds: what is wanted by now, which may be nothing any more.
+    // The start that waits for the user's decision. The answer may come after a stop(), and after the source
+    // has been destroyed; it then finds no source here.
     struct Wish {
         CameraSource* source = nullptr;
         std::optional<std::string> deviceID;
@@ -67,7 +71,7 @@ private:
     const std::shared_ptr<Guarded<Wish>> wish_ = std::make_shared<Guarded<Wish>>();
     const PictureHandler onPicture_;
     Guarded<PixelBufferRef> latest_;
-    std::unique_ptr<CameraRun> run_;  // the queue's; there while a camera runs
+    std::unique_ptr<CameraRun> run_;  // used on the queue only; set while a camera runs
     SerialQueue queue_{"app.tolvane.kasto.camera", QueuePriority::userInteractive};
 };
 

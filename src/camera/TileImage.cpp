@@ -10,9 +10,9 @@ namespace {
 constexpr Color kTileBorder{0.05, 0.05, 0.06, 1};
 constexpr Color kNoCamera{0.09, 0.09, 0.11, 1};
 constexpr Color kBlack{0, 0, 0, 1};
-constexpr double kEdgeSoftnessPx = 1;  // either side of a round edge
+constexpr double kEdgeSoftnessPx = 1;  // on either side of a round edge
 
-// The same place in image space.
+// A TilePlace in image space, which has its origin bottom-left and y upward.
 struct Layout {
     Rect frame;
     Rect tile;
@@ -21,7 +21,7 @@ struct Layout {
     double radius() const { return std::min(tile.width, tile.height) / 2; }
     Rect framed() const { return tile.grown(borderWidth); }
 
-    // Opaque in a circle around the tile's centre, with a soft edge.
+    // Opaque in a circle around the tile's centre, with a soft edge; transparent outside.
     Image circleMask(double radius) const {
         return Image::radialGradient({tile.midX(), tile.midY()}, radius - kEdgeSoftnessPx, Color{1, 1, 1, 1},
                                      radius + kEdgeSoftnessPx, Color{1, 1, 1, 0});
@@ -64,8 +64,9 @@ Image withTile(const Image& frame, const TilePlace& place, const PixelBufferRef&
     return place.isRound ? blended(content, border, frame, layout) : content.over(border.over(frame));
 }
 
-// The round masks reach a little beyond what they show. There the frame gives way to nothing, which a movie
-// shows as black.
+// The soft edges of the round masks reach a pixel beyond the picture and the border that they cut. There
+// withTile() blends the frame with nothing, which a movie shows as black. The black layers here make this
+// image look the same.
 Image tileAlone(const TilePlace& place, const PixelBufferRef& camera) {
     const Layout layout = layoutOf(place);
     const Image content = contentOf(layout, camera);
@@ -78,7 +79,7 @@ Image tileAlone(const TilePlace& place, const PixelBufferRef& camera) {
 Rect tileBounds(const TilePlace& place) {
     const Layout layout = layoutOf(place);
     if (place.isRound) return layout.framed().grown(kEdgeSoftnessPx).intersection(layout.frame).integral();
-    // The pixels whose centres are inside.
+    // The pixels whose centres are inside the border.
     const Rect framed = layout.framed().intersection(layout.frame);
     const double x = std::ceil(framed.minX() - 0.5);
     const double y = std::ceil(framed.minY() - 0.5);
