@@ -7,29 +7,29 @@
 
 namespace kasto {
 
-// The part of a desktop that lends its cameras to programs which may not see them themselves: sandboxed ones,
-// and those of a session that keeps its cameras to itself. It may show the user a question.
+// The desktop's service that gives access to cameras to programs that cannot open them directly: sandboxed
+// programs, and all programs of a session that protects its cameras. It may ask the user.
 //
-// Operations: any thread, and return at once. Answers come on the main thread, each at most once, not before
-// the operation has returned and not after the portal's end.
+// All operations may be called on any thread and return at once. Answers come on the main thread, each at
+// most once, never before the operation has returned and never after the portal's end.
 class CameraPortal {
 public:
     enum class Answer {
         granted,
         denied,      // the user refused, now or before
-        restricted,  // the desktop lends cameras to nobody
-        failed,      // nobody answered; it may be asked again
+        restricted,  // the desktop gives no program access
+        failed,      // no answer; the question may be repeated
     };
 
     virtual ~CameraPortal() = default;
 
-    // Whether there may be a camera to lend. Asks the user nothing; false where there is no portal.
+    // Tells whether there may be a camera. Does not ask the user. The answer is false without a portal.
     virtual void askForPresence(std::function<void(bool mayBePresent)> answer) = 0;
 
-    // Asks for the right to all cameras. Takes as long as the user takes.
+    // Asks for access to all cameras. The answer comes when the user has decided.
     virtual void requestAccess(std::function<void(Answer)> answer) = 0;
 
-    // A connection to a media server that shows the cameras, once access is granted.
+    // Opens a connection to a media server that shows the cameras. Access must have been granted.
     virtual void openRemote(std::function<void(Result<FileDescriptor>)> answer) = 0;
 };
 

@@ -17,7 +17,7 @@ class ScreenCapture;
 class StatusItems;
 class Workspace;
 
-// What kasto expects of a desktop, one reference per service. All of them outlive the program's components.
+// The services that kasto expects of a desktop. All of them outlive the program's components.
 struct Desktop {
     Displays& displays;
     PointerInput& pointer;

@@ -16,8 +16,8 @@ struct Display {
     bool isMain = false;
 };
 
-// The attached displays. Any thread; the answers are those of the moment. With no connection to the desktop
-// there are no displays.
+// The attached displays. Any thread. Each call answers for the moment of the call. Without a connection to
+// the desktop there are no displays.
 class Displays {
 public:
     virtual ~Displays() = default;
@@ -27,7 +27,7 @@ public:
     // The display under a point in global points, if there is one there.
     virtual std::optional<DisplayId> displayAt(Point globalPts) const = 0;
 
-    // 0 when there is no display at all.
+    // 0 if there is no display.
     virtual DisplayId mainDisplay() const = 0;
 };
 

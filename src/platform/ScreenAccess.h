@@ -10,13 +10,16 @@ class ScreenAccess {
 public:
     virtual ~ScreenAccess() = default;
 
-    virtual bool preflight() const = 0;  // is it granted now
-    virtual void request() = 0;          // ask the user for it; the answer shows in `preflight`
+    // Whether it is granted now.
+    virtual bool preflight() const = 0;
 
-    // A link to the desktop's settings page for it; none where there is no such page.
+    // Asks the user for it and returns at once. `preflight` tells the answer later.
+    virtual void request() = 0;
+
+    // A link to the desktop's settings page for this right, or none if there is no such page.
     virtual std::optional<std::string> settingsLink() const = 0;
 
-    // Whether the program may watch input for accessibility; told in the log only.
+    // Whether the program may watch input as assistive programs do. Only written to the log.
     virtual bool accessibilityTrusted() const = 0;
 };
 

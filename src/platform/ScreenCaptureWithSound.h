@@ -5,11 +5,11 @@
 
 namespace kasto {
 
-// Joins the pictures of one capture and the sound of another into streams that have both. Sound that cannot
-// be had is logged, and missing; the pictures are recorded all the same.
+// Makes streams that deliver the pictures of a screen capture and the sound of a sound capture. If sound
+// cannot be captured, that is logged and the stream delivers the pictures only.
 class ScreenCaptureWithSound final : public ScreenCapture {
 public:
-    // Both must outlive the capture and its streams.
+    // Both outlive this object and its streams.
     ScreenCaptureWithSound(ScreenCapture& screen, SoundCapture& sound) : screen_(screen), sound_(sound) {}
 
     Result<ShareableContent> shareableContent() override { return screen_.shareableContent(); }

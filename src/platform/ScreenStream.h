@@ -18,24 +18,25 @@ struct RunningApplication {
     std::string bundleIdentifier;
 };
 
-// What may be recorded now, in the desktop's order.
+// The displays that may be recorded now, in the desktop's order, and the programs whose windows may be left
+// out.
 struct ShareableContent {
     std::vector<DisplayId> displays;
     std::vector<RunningApplication> applications;
 };
 
-// One display without the windows of some applications.
+// What a stream shows: one display without the windows of some applications.
 struct ContentFilter {
     DisplayId display = 0;
     std::vector<RunningApplication> excludedApplications;
 };
 
 struct StreamConfiguration {
-    int width = 0;  // of each picture, in pixels
+    int width = 0;  // of the pictures at the start, in pixels
     int height = 0;
     double minimumFrameIntervalS = 0;  // must be set
-    // A picture is needed so long after the start, and one every interval from then on. A stream that chooses
-    // its moments takes pictures shortly before.
+    // A picture is needed this long after the start, and another one every interval from then on. A stream
+    // that can choose its moments takes each picture shortly before.
     double firstNeededS = 0;
     int queueDepth = 8;  // pictures that may be held at a time, including those the stream holds
     bool showsCursor = true;
@@ -51,35 +52,35 @@ struct ScreenFrame {
     // bgrx, top row first. They never change again while a reference to them is held. A frame without pixels
     // is ignored.
     PixelBufferRef pixels;
-    // Counts the pictures of a stream from 1; two frames of one generation show the same.
+    // Counts the pictures of a stream from 1. Two frames of the same generation show the same picture.
     std::uint64_t generation = 0;
-    // What differs from the picture of the previous generation, in pixels of the picture. Empty when unknown,
-    // which means all of it.
+    // The rectangles in which this picture may differ from that of the previous generation, in pixels of the
+    // picture. Empty if that is unknown: it may differ everywhere.
     std::vector<PixelRect> changedPx;
     double timeS = 0;  // media clock, when it was taken
     // The part of the desktop that it shows, in global points. Empty: the part the stream was made for.
     Rect areaPts = {};
 };
 
-// Interleaved sound, 48 kHz.
+// A block of sound at 48 kHz, with the samples of all channels interleaved.
 struct AudioSamples {
     std::vector<float> samples;
     int channels = 0;
-    double presentationS = 0;  // media clock, of the first sample
+    double presentationS = 0;  // when the first sample was heard, on the media clock
     double durationS = 0;
 };
 
 using SampleBuffer = std::variant<ScreenFrame, AudioSamples>;
 
-// Takes what a stream delivers, on the queue it was registered with.
+// Receives pictures and sound of a stream, on the queue that it was registered with.
 class StreamOutput {
 public:
     virtual ~StreamOutput() = default;
     virtual void streamDidOutputSampleBuffer(const SampleBuffer& buffer, StreamOutputType type) = 0;
 };
 
-// Told once, on a thread of the stream's, when the stream ends by itself (display gone or resized, connection
-// lost). It must not call back into the stream there.
+// Called once, on a thread of the stream's, when the stream ends by itself because the display is gone or the
+// connection is lost. The call must not use the stream.
 class StreamDelegate {
 public:
     virtual ~StreamDelegate() = default;
@@ -91,13 +92,13 @@ class ScreenStream {
 public:
     virtual ~ScreenStream() = default;
 
-    // Before the start. Output and queue must outlive the stream.
+    // Registers an output. To be called before the start. Output and queue outlive the stream.
     virtual Result<void> addStreamOutput(StreamOutput& output, StreamOutputType type, SerialQueue& queue) = 0;
 
     // Blocks until the capture runs.
     virtual Result<void> startCapture() = 0;
 
-    // Blocks until nothing more is put on the queues; what is on them already is still delivered.
+    // Blocks until nothing more is put on the queues. Jobs that are on them already still run.
     virtual Result<void> stopCapture() = 0;
 };
 
@@ -113,7 +114,7 @@ public:
                                                              const StreamConfiguration& configuration,
                                                              StreamDelegate& delegate) = 0;
 
-    // True where a microphone track can be delivered.
+    // True if streams can deliver a microphone's sound.
     virtual bool deliversMicrophone() const = 0;
 };
 

@@ -19,14 +19,13 @@ class SoundCapture {
 public:
     virtual ~SoundCapture() = default;
 
-    // Delivers sound of one of the two sorts, `audio` in stereo and `microphone` in mono, to the output on
-    // the queue, as AudioSamples in the order they were captured. Returns at once; sound follows as soon as
-    // there is some, also after the device or the sound service went and came back. Output and queue must
-    // outlive the run.
+    // Delivers sound of one type, `audio` in stereo or `microphone` in mono, to the output on the queue, as
+    // AudioSamples in the order of their capture. Returns at once. Sound comes as soon as there is any, also
+    // again after the device or the sound service has been away. Output and queue outlive the run.
     virtual Result<std::unique_ptr<SoundRun>> start(StreamOutputType type, StreamOutput& output,
                                                     SerialQueue& queue) = 0;
 
-    // True where a microphone can be captured.
+    // True if a microphone can be captured.
     virtual bool deliversMicrophone() const = 0;
 };
 
