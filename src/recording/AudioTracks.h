@@ -7,21 +7,21 @@
 
 namespace kasto {
 
-// The sound of a take: system sound and microphone, each a track of its own. What cannot be appended is
-// dropped; nothing here waits.
+// The sound of a take: system sound and microphone, each in a track of its own. Sound that a track cannot
+// take at once is dropped; no operation waits.
 //
-// Opened and finished by the recorder while no sound flows; in between used on the audio queue only.
+// open() and markAsFinished() are called while no sound flows. In between, only the audio queue uses it.
 class AudioTracks {
 public:
-    // AAC at 48 kHz.
+    // The settings of an AAC track at 48 kHz.
     static AudioInputSettings makeAudioInput(int channels, int bitRate);
 
-    // Adds the wanted tracks to a writer that has not started yet and outlives this. A track the writer does
-    // not accept is absent.
+    // Adds the wanted tracks to a writer that has not started yet and outlives this object. A track that the
+    // writer refuses is left out.
     void open(MovieWriter& writer, bool systemSound, bool microphone);
 
-    // Appends sound of one of the two sorts to its track, if there is one. `startT` is the movie's zero on
-    // the media clock; sound from before it is dropped.
+    // Appends a block of sound to the track of its type, if there is one. `startT` is the movie's zero on the
+    // media clock in seconds; a block that begins before it is dropped.
     void append(const AudioSamples& samples, StreamOutputType type, double startT);
 
     void markAsFinished();

@@ -7,11 +7,11 @@ namespace kasto {
 
 namespace {
 
-// How far a pixel of the picture reaches when the picture is enlarged.
-constexpr double kReachPx = 1;
+// Resampling draws a pixel of the frame from pixels of the picture up to this far away.
+constexpr double kFilterReachPx = 1;
 
-// How far the soft edge of a round tile's border reaches beyond the border.
-constexpr double kSoftnessPx = 1;
+// The soft edge of a round tile's border reaches this far beyond the border.
+constexpr double kEdgeSoftnessPx = 1;
 
 bool hasSameDiscs(const RenderSnapshot& a, const RenderSnapshot& b) {
     return a.ripples == b.ripples && a.heldDisc == b.heldDisc;
@@ -58,7 +58,7 @@ void FrameChanges::addScreen(const BlockSet& changed, const Rect& cropPx) {
     constexpr double kSide = BlockSet::kSidePx;
     for (int row = 0; row < changed.rows(); ++row)
         changed.forEachRun(row, [&](int begin, int end) {
-            addCaptured(Rect{begin * kSide, row * kSide, (end - begin) * kSide, kSide}.grown(kReachPx),
+            addCaptured(Rect{begin * kSide, row * kSide, (end - begin) * kSide, kSide}.grown(kFilterReachPx),
                         cropPx);
         });
 }
@@ -71,7 +71,7 @@ void FrameChanges::addDiscs(const RenderSnapshot& snapshot) {
 }
 
 void FrameChanges::addTile(const RenderSnapshot& snapshot) {
-    if (snapshot.camRect) addFrame(snapshot.camRect->grown(tileBorderWidth(outW_) + kSoftnessPx));
+    if (snapshot.camRect) addFrame(snapshot.camRect->grown(tileBorderWidth(outW_) + kEdgeSoftnessPx));
 }
 
 void FrameChanges::addCaptured(const Rect& capturePx, const Rect& cropPx) {

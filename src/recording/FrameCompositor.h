@@ -12,28 +12,29 @@
 
 namespace kasto {
 
-// Makes the frames of the movie: pulses on the screen's picture, zoom and pan, the webcam tile. Where a frame
-// is as it was when its buffer was last used, it is not composed again. Knows nothing of times and writers.
-// One thread at a time.
+// Composes the frames of the movie: draws the pulses on the screen's picture, crops and scales it to the
+// view, and lays the webcam tile over it. A buffer that held an earlier frame is redrawn only where that
+// frame differs from the new one. One thread at a time.
 class FrameCompositor {
 public:
     FrameCompositor();
 
-    // Begins a movie of this size in pixels. Nothing of the one before is kept.
+    // Begins a movie of this size in pixels. Everything known about the movie before is dropped.
     void begin(int width, int height);
 
-    // Drops the buffer it keeps and what it knows of others: the next frame is composed whole.
+    // Releases the last frame's buffer and forgets what the pool's buffers hold: the next frame is drawn as a
+    // whole. To be called too when a frame was not written, because its dirty blocks are lost then.
     void end();
 
-    // The finished frame in a buffer of the pool (any format an ImageContext draws into), or none if the pool
-    // has none to give. When nothing differs from the frame before, this is the same buffer again. Buffers
-    // are not to be written to by others; all frames of a movie come from one pool, which outlives its movie.
+    // The frame in a buffer of the pool (any format an ImageContext draws into), or none if the pool has no
+    // free buffer. If nothing differs from the frame before, this is the same buffer again. All frames of a
+    // movie come from one pool, which outlives the movie, and only the compositor writes to its buffers.
     PixelBufferRef compose(const FrameIngredients& ingredients, PixelBufferPool& pool);
 
-    // Where the newest frame may differ from the one that was composed before it.
+    // The blocks in which the newest frame may differ from the frame composed before it.
     const BlockSet& changed() const { return changed_; }
 
-    // The frame as an image, in image space; its part inside the movie's bounds is the picture.
+    // The frame as an image, in image space. Only the part inside the movie's bounds is drawn.
     Image frame(const FrameIngredients& ingredients) const;
 
     // One pulse or held disc around a point in capture pixels: fully coloured within 0.55 of the radius,
@@ -49,7 +50,7 @@ private:
     double outW_ = 0;
     double outH_ = 0;
 
-    // A buffer of the pool, and where it does not show what the next frame shows.
+    // A buffer of the pool, and the blocks in which it does not show what the next frame shows.
     struct Drawn {
         const PixelBuffer* buffer;
         BlockSet stale;
@@ -57,9 +58,9 @@ private:
 
     FrameChanges changes_;
     std::vector<Drawn> drawn_;
-    BlockSet pending_;  // between the newest frame and what is to be shown now
-    BlockSet changed_;
-    PixelBufferRef last_;
+    BlockSet pending_;     // dirty since the newest frame, including ticks for which the pool had no buffer
+    BlockSet changed_;     // dirty between the newest frame and the one before it
+    PixelBufferRef last_;  // the newest frame
 };
 
 }  // namespace kasto

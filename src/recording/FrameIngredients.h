@@ -10,10 +10,10 @@ namespace kasto {
 // The newest picture of the screen.
 struct ScreenPicture {
     PixelBufferRef pixels;  // bgrx or bgra, of the movie's size
-    BlockSet changed;       // where it may differ from the picture of the frame before; of the movie's size
+    BlockSet changed;       // the blocks in which it may differ from the picture used for the frame before
 };
 
-// All that one frame of the movie is made from.
+// Everything that one frame of the movie is made from.
 struct FrameIngredients {
     ScreenPicture screen;
     RenderSnapshot snapshot;

@@ -7,13 +7,13 @@
 
 namespace kasto {
 
-// The failures of a take that are the recorder's own; those of the desktop are passed on as they come.
+// The failures of a take that the recorder itself finds. Failures of the desktop are passed on unchanged.
 enum class KastoError {
-    noDisplay,     // there is nothing to record
-    writerFailed,  // the movie writer takes no video track, or does not start
+    noDisplay,     // there is no display that may be recorded
+    writerFailed,  // the movie writer refuses the video track, or does not start
 };
 
-// What the user reads.
+// The text that the user reads.
 constexpr std::string_view description(KastoError error) {
     switch (error) {
         case KastoError::noDisplay:

@@ -11,7 +11,7 @@ void LatestPicture::begin(int width, int height) {
 void LatestPicture::end() { newest_.set({}); }
 
 void LatestPicture::put(const ScreenFrame& frame) {
-    PixelBufferRef pixels = frame.pixels;  // the one before is let go of when the lock is
+    PixelBufferRef pixels = frame.pixels;  // holds the former picture in the end: freed without the lock
     newest_.with([&](Newest& newest) {
         const bool follows = frame.generation == newest.generation + 1 && !frame.changedPx.empty();
         if (follows) {

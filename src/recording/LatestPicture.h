@@ -8,21 +8,23 @@
 
 namespace kasto {
 
-// The newest picture of the screen, between the stream that delivers at its own pace and the frames that take
-// it: a newer picture replaces the one before, and what changed adds up until it is taken. Any thread.
+// Holds the newest picture of the screen between the stream, which delivers at its own pace, and the ticks,
+// which take it. A newer picture replaces the one before; the blocks that changed add up until they are
+// taken. Any thread.
 class LatestPicture {
 public:
-    // Waits for the first picture of a movie of this size in pixels.
+    // Begins a movie of this size in pixels: there is no picture yet.
     void begin(int width, int height);
 
-    // Lets the picture go.
+    // Releases the picture.
     void end();
 
-    // A picture that is complete, and has pixels.
+    // Takes a picture that has pixels.
     void put(const ScreenFrame& frame);
 
-    // The newest picture, with what may have changed since the one taken before; false if there is none yet.
-    // A set that `picture` holds already is used again: nothing is allocated.
+    // Fills in the newest picture and the blocks that may have changed since the picture taken before; false
+    // if there is no picture yet. The block set that `picture` holds already is used again, so that nothing
+    // is allocated.
     bool take(ScreenPicture& picture);
 
 private:

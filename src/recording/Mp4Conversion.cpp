@@ -9,7 +9,7 @@ namespace kasto {
 namespace fs = std::filesystem;
 
 std::optional<fs::path> convertToMP4(MovieExports& exports, const fs::path& source) {
-    std::error_code ignored;  // nothing there to remove, or a leftover that harms nobody
+    std::error_code ignored;  // there may be no file to remove, and one that stays does no harm
     auto session = exports.makePassthroughSession(source);
     if (!session) {
         DebugLog::log("mp4 convert: no export session — kept mov");

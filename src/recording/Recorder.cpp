@@ -73,7 +73,7 @@ Result<std::unique_ptr<ScreenStream>> Recorder::openStream(const TakePlan& plan)
     return stream;
 }
 
-// A take that could not start its capture left its movie behind: it has no frame.
+// If the capture of the take before could not be started, its movie is still here, without a frame.
 void Recorder::replaceMovie(TakeMovie movie) {
     if (movie_) movie_->discard();
     movie_ = std::move(movie);
@@ -84,7 +84,7 @@ Result<void> Recorder::startCapture(std::unique_ptr<ScreenStream> stream) {
     auto capturing = stream->startCapture();
     if (capturing) {
         startT_ = mediaClockNow();
-        // It may have ended by itself already, when nobody was to be told yet.
+        // A stream that has ended by itself already was not reported, because no take was running yet.
         capturing = life_.with([](Life& life) -> Result<void> {
             if (life.endedWith) return std::unexpected(*life.endedWith);
             life.running = true;
@@ -105,7 +105,7 @@ std::optional<std::filesystem::path> Recorder::stop() {
     life_.with([](Life& life) { life.running = false; });
     timer_.reset();
     if (stream_) {
-        // One that cannot be stopped in order is stopped by its destruction.
+        // If this fails, the destructor stops the stream.
         (void)stream_->stopCapture();
         stream_.reset();
     }
@@ -113,7 +113,7 @@ std::optional<std::filesystem::path> Recorder::stop() {
     return closeMovie();
 }
 
-// No tick and no append is under way after this, and no picture of an ended stream still to come.
+// After this no tick and no append is running, and no picture of an ended stream can arrive.
 void Recorder::drainQueues() {
     captureQueue_.drain();
     videoQueue_.drain();
@@ -140,7 +140,7 @@ void Recorder::streamDidOutputSampleBuffer(const SampleBuffer& buffer, StreamOut
     if (const auto* picture = std::get_if<ScreenFrame>(&buffer)) {
         if (type == StreamOutputType::screen && picture->pixels) latest_.put(*picture);
     } else if (const auto* samples = std::get_if<AudioSamples>(&buffer)) {
-        // Sound never leads the picture.
+        // Sound that comes before the first frame is dropped.
         if (sessionStarted_) movie_->audio().append(*samples, type, startT_);
     }
 }
@@ -157,11 +157,11 @@ void Recorder::streamDidStopWithError(const Error& error) {
 void Recorder::encodeTick() {
     if (!life_.with([](const Life& life) { return life.running; }) || !movie_) return;
     const double now = mediaClockNow();
-    // Stepped even if no frame comes of it: its easing follows real time.
+    // Done even if this tick makes no frame: the easing follows real time.
     ingredients_.snapshot = model_.step(now);
     if (!movie_->isReadyForVideo()) return;
     PixelBufferPool* const pool = movie_->pixelBufferPool();
-    // What has changed on the screen is told once, so it is taken only for a frame that is composed.
+    // Taking the picture clears its changed blocks, so it is taken only for a frame that is composed.
     if (!pool || !latest_.take(ingredients_.screen)) return;
     ingredients_.tile = tile_.takeFor(ingredients_.snapshot);
     const PixelBufferRef frame = compositor_.compose(ingredients_, *pool);
@@ -173,7 +173,7 @@ void Recorder::encodeTick() {
         movie_->startSession(pts);
         sessionStarted_ = true;
     }
-    // The changes of a frame that did not get into the movie are lost.
+    // The dirty blocks of a refused frame are lost: the next frame is drawn as a whole.
     if (!movie_->appendVideo(frame, pts, compositor_.changed())) compositor_.end();
 }
 

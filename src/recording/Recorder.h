@@ -23,13 +23,39 @@ namespace kasto {
 class CaptureModel;
 class WebcamTile;
 
-// One take after the other, each from the choice of the display to the finished file.
+// Records one take after the other, each from the choice of the display to the finished file.
 //
 // start() and stop() block for as long as the desktop and the disk take, so they belong off the main thread.
 // They may come from different threads; a call that overlaps another waits for it.
+//
+// The timeline of a take, and what runs where ("caller" is the thread that calls start() or stop()):
+//
+//   caller    start(): plan the take, configure the model, make the stream, open the movie's file,
+//             start the capture (this moment is startT_, the movie's zero on the media clock),
+//             start the frame timer
+//   capture   every picture of the stream ─▶ latest_ (replaces the one before, changes add up)
+//   encode    every tick, the first one kFirstFrameS after the capture:
+//               step the model ─▶ snapshot
+//               take the newest picture, and the webcam's tile for the snapshot
+//               compose the frame ─▶ append it to the movie at the time now - startT_
+//             The first frame that is composed starts the movie's session.
+//   audio     every block of sound, once the session has started ─▶ its track
+//   stream's  streamDidStopWithError(): the stream ended by itself ─▶ onStreamStopped
+//   caller    stop(): stop the ticks, stop the stream, wait until the three queues are empty,
+//             finish the file, release every picture
+//
+// Rules that the code relies on:
+// - A tick never waits. If the writer is not ready, the pool has no free buffer or there is no picture yet,
+// the
+//   tick makes no frame. The next frame carries its own time, so the movie keeps time.
+// - The model is stepped at every tick, even one without a frame, because its easing follows real time.
+// - What changed on the screen is taken from latest_ only for a frame that is composed. If the movie then
+//   refuses the frame, the next one is drawn as a whole.
+// - Members used by jobs on the queues change only in start() and stop(), while the queues are empty.
+//   life_ is the exception: the stream's own thread may end the take at any time.
 class Recorder final : private StreamOutput, private StreamDelegate {
 public:
-    // All three outlive the recorder. Nothing is opened yet.
+    // All three outlive the recorder. Opens nothing yet.
     Recorder(CaptureModel& model, WebcamTile& tile, const Desktop& desktop);
 
     // Ends a take that still runs, as stop() does.
@@ -38,28 +64,30 @@ public:
     Recorder(const Recorder&) = delete;
     Recorder& operator=(const Recorder&) = delete;
 
-    // Opens the stream and the movie as the user's options say; a take runs when it returns without error.
-    // Fails with a KastoError or with the desktop's own error; what was opened until then is closed, an empty
-    // movie file by the next start(), by stop() or by the destructor. While a take is open (running, or ended
-    // by itself and not yet stopped) it fails and leaves that take alone.
+    // Opens the stream and the movie as the user's options say. A take runs when this returns without an
+    // error.
+    //
+    // Fails with a KastoError or with the desktop's own error. The stream is closed then; a movie file that
+    // was made already is deleted by the next start(), by stop() or by the destructor. Fails too while a take
+    // is open, that is running, or ended by itself and not yet stopped, and leaves that take as it is.
     Result<void> start();
 
-    // Ends the take and finishes its movie, if there is one. Returns the movie, or none when there was no
-    // take, no frame was written, or the writer failed. Without a single frame, or with a writer that failed
-    // before, the file is deleted; one that could not be completed stays where it is.
-    // Not from within onStreamStopped.
+    // Ends the take and finishes its movie, if there is one. Returns the movie's file, or none if there was
+    // no take, no frame was written or the writer failed. The file is deleted if it has no frame or if the
+    // writer had failed before; a file that could not be completed is kept. Must not be called from within
+    // onStreamStopped.
     std::optional<std::filesystem::path> stop();
 
-    // The display recorded now or last, 0 before the first take. To be read while neither start() nor stop()
-    // is under way.
+    // The display recorded now or last, 0 before the first take. Must not be read while start() or stop()
+    // runs.
     DisplayId captureDisplayID() const { return captureDisplayID_; }
 
-    // Called once per take at most, on a thread of the stream's, when the stream ends by itself; the take is
-    // then still to be finished by stop(), from another thread. To be set while no take is open.
+    // Called when the stream ends by itself, at most once per take, on a thread of the stream's. The take
+    // must then be finished by stop(), on another thread. Must be set while no take is open.
     std::function<void(const std::optional<Error>&)> onStreamStopped;
 
 private:
-    // What the stream's own thread and start() and stop() have to agree on.
+    // Whether the take runs, as seen by the stream's own thread, the ticks, start() and stop().
     struct Life {
         bool running = false;
         std::optional<Error> endedWith;  // how the newest stream ended by itself
@@ -88,13 +116,13 @@ private:
     LatestPicture latest_;
     DisplayId captureDisplayID_ = 0;
 
-    // Changed by start() and stop() only, while no job that reads them is on a queue.
+    // Changed only by start() and stop(), while no job that reads them is on a queue.
     std::optional<TakeMovie> movie_;
     double startT_ = 0;  // media clock, when the capture started
 
-    // The encode queue's word to the audio queue that the movie has begun (and startT_ is set).
+    // Set by the encode queue when the movie has begun, read by the audio queue.
     std::atomic<bool> sessionStarted_ = false;
-    // The encode queue's while a take runs.
+    // Used by the encode queue only, while a take runs.
     FrameCompositor compositor_;
     FrameIngredients ingredients_;
 

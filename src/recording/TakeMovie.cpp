@@ -27,14 +27,15 @@ std::string nameOfNow() {
     return {name.data(), std::strftime(name.data(), name.size(), "kasto-%Y%m%d-%H%M%S", &local)};
 }
 
-// Something is there, or it cannot be told: both rule a name out.
+// True if something has that name, or if the file system does not answer: the name is not used then.
 bool mayExist(const std::filesystem::path& file) {
     std::error_code error;
     return std::filesystem::symlink_status(file, error).type() != std::filesystem::file_type::not_found;
 }
 
-// A name nobody uses: a second take within the same second, or within the hour that a change of the clocks
-// repeats, gets "-2". The name's MP4 counts too, since a finished movie may turn into it.
+// A name that is not in use. A second take within one second gets "-2", as does one in the hour that is
+// repeated when summer time ends. A file of that name that ends in .mp4 counts too: finished movies may be
+// converted to it.
 std::filesystem::path newMovieFile(const std::filesystem::path& folder) {
     const std::string name = nameOfNow();
     for (int take = 1;; ++take) {
@@ -44,9 +45,9 @@ std::filesystem::path newMovieFile(const std::filesystem::path& folder) {
     }
 }
 
-// Told before the writer is asked, whose refusal has one text for all causes.
+// Checked before the writer is made, because the writer's own failure has the same text for all causes.
 Result<void> checkWritable(const std::filesystem::path& folder) {
-    const auto asFolder = folder / "";  // the slash at the end rules out a file in its place
+    const auto asFolder = folder / "";  // the slash at the end makes this fail for a file of that name
     if (access(asFolder.c_str(), W_OK | X_OK) == 0) return {};
     return std::unexpected(systemError("write to " + folder.string(), errno));
 }
@@ -83,7 +84,7 @@ std::optional<std::filesystem::path> TakeMovie::finish() {
 
 void TakeMovie::discard() {
     writer_->cancelWriting();
-    // Nothing worth keeping is in it, and a file that cannot be deleted does no more harm than lie there.
+    // The movie has no frame. If the file cannot be deleted, it just stays.
     std::error_code ignored;
     std::filesystem::remove(file_, ignored);
 }

@@ -22,24 +22,23 @@ public:
     static Result<TakeMovie> open(MovieWriters& writers, const std::filesystem::path& folder,
                                   const VideoInputSettings& video, bool systemSound, bool microphone);
 
-    // What is true of a writer that takes pictures at this moment.
     bool isWriting() const { return writer_->status() == WriterStatus::writing; }
     bool isReadyForVideo() const { return isWriting() && video_->isReadyForMoreMediaData(); }
 
     PixelBufferPool* pixelBufferPool() { return adaptor_->pixelBufferPool(); }
     void startSession(MediaTime time) { writer_->startSession(time); }
-    // False for a picture that was refused, which costs this one frame; the writer's status tells of what is
-    // worse.
+
+    // False if the frame was refused. The take goes on without it, unless isWriting() is false too.
     bool appendVideo(const PixelBufferRef& buffer, MediaTime time, const BlockSet& changed) {
         return adaptor_->append(buffer, time, changed);
     }
     AudioTracks& audio() { return audio_; }
 
-    // Ends the tracks and waits for the file. The file, if the writer completed it, else none and the file
-    // stays as it is.
+    // Ends the tracks and waits until the file is complete. Returns the file, or none if the writer failed;
+    // the file then keeps what was written.
     std::optional<std::filesystem::path> finish();
 
-    // Gives the movie up and deletes its file.
+    // Stops writing and deletes the file.
     void discard();
 
     const std::filesystem::path& file() const { return file_; }

@@ -18,10 +18,10 @@ namespace kasto {
 
 namespace {
 
-constexpr double kScaleOfUnknownDisplay = 2.0;
-constexpr double kSmallestRegionPts = 40;
+constexpr double kScaleOfUnknownDisplay = 2.0;  // for a desktop that does not tell the scale
+constexpr double kMinRegionPts = 40;
 constexpr double kBitsPerPixel = 0.08;
-constexpr std::int64_t kMostBitsPerSecond = 60'000'000;
+constexpr std::int64_t kMaxBitsPerSecond = 60'000'000;
 constexpr int kKeyFrameIntervalS = 2;
 
 struct Target {
@@ -30,7 +30,7 @@ struct Target {
 };
 
 struct Area {
-    Rect partPts;  // from the display's top-left corner
+    Rect partPts;  // counted from the display's top-left corner
     bool isWholeDisplay = true;
     Point displayOriginPts;
     int width = 0;  // in pixels
@@ -72,19 +72,20 @@ ContentFilter filterFor(DisplayId display, const ShareableContent& content) {
 
 std::string whole(double number) { return std::to_string(static_cast<int>(number)); }
 
-// Whole and even. The tolerance keeps a display of 768 pixels at a scale of 1.4 from losing two of them to
-// the rounding of its size in points.
+// The number cut to a whole even one. The tolerance is needed because sizes are computed back from points:
+// 768 pixels at a scale of 1.4 give 767.9999…, and would lose two pixels.
 int evenPixels(double pixels) {
     constexpr double kTolerance = 1e-6;
     return static_cast<int>(pixels + kTolerance) / 2 * 2;
 }
 
-// The region as far as the display shows it, in whole points; the whole display if too little is left.
+// The part of the region that is on the display, in whole points, or the whole display if less than 40 points
+// are left.
 Rect partToRecord(const std::optional<Rect>& regionPts, const Rect& wholePts) {
     if (!regionPts) return wholePts;
-    // A display may end within a point: rounding outward must not reach beyond it.
+    // The second intersection undoes what rounding adds beyond a display that ends within a point.
     const Rect part = regionPts->intersection(wholePts).integral().intersection(wholePts);
-    if (part.width >= kSmallestRegionPts && part.height >= kSmallestRegionPts) return part;
+    if (part.width >= kMinRegionPts && part.height >= kMinRegionPts) return part;
     DebugLog::log("region degenerate — recording full screen");
     return wholePts;
 }
@@ -103,7 +104,7 @@ Result<Area> measure(const Displays& displays, const Target& target) {
     area.displayOriginPts = {boundsPts.x, boundsPts.y};
     area.width = evenPixels(scale * area.partPts.width);
     area.height = evenPixels(scale * area.partPts.height);
-    // It went away since it was listed.
+    // The display went away after the desktop listed it.
     if (area.width <= 0 || area.height <= 0) return failure(KastoError::noDisplay);
     return area;
 }
@@ -126,7 +127,7 @@ StreamConfiguration streamConfiguration(const Area& area, int fps, bool micropho
     return configuration;
 }
 
-// The file of options may say anything; a take needs a rate that can be divided by.
+// The preference file may hold any number.
 int framesPerSecond() { return std::clamp(Prefs::fps(), 1, 240); }
 
 }  // namespace
@@ -137,7 +138,7 @@ VideoInputSettings videoInputSettings(int width, int height, int fps) {
     settings.height = height;
     settings.averageBitRate =
         std::min(static_cast<std::int64_t>(static_cast<double>(width) * height * fps * kBitsPerPixel),
-                 kMostBitsPerSecond);
+                 kMaxBitsPerSecond);
     settings.maxKeyFrameInterval = kKeyFrameIntervalS * fps;
     settings.expectedFrameRate = fps;
     return settings;
