@@ -10,11 +10,11 @@ namespace {
 constexpr double kLinePts = 2;
 constexpr double kOnPts = 8;
 constexpr double kOffPts = 6;
-constexpr double kPatternS = 0.45;  // in which the dashes move on by one pattern
+constexpr double kPatternS = 0.45;  // the time in which the dashes move by one dash and gap
 constexpr double kStepPts = 2;      // finer steps cost more than they show
 
 int toPixel(double value) {
-    constexpr double kFar = 1e6;  // no screen is so large, and sums stay within an int
+    constexpr double kFar = 1e6;  // larger than any screen, yet sums of such values fit into an int
     return static_cast<int>(std::lround(std::clamp(value, -kFar, kFar)));
 }
 
@@ -23,12 +23,12 @@ void addInside(std::vector<PixelRect>& rects, const PixelRect& rect, const Pixel
     if (!inside.isEmpty()) rects.push_back(inside);
 }
 
-// One side of the line: `place` maps a piece of it, from and to so many pixels along the side, to a
-// rectangle.
+// The dashes of one side of the line, of which `firstSeen` to `lastSeen` are in the view. `place` is called
+// with the begin and end of each dash, in pixels along the side.
 template <class Place>
 void addDashes(const DashedOutline& outline, double sideStart, int sideLength, int firstSeen, int lastSeen,
                Place&& place) {
-    // A line end on a corner fills the corner.
+    // A dash that reaches the end of a side fills the corner.
     const double overlap = outline.linePx / 2.0;
     const double pattern = outline.onPx + outline.offPx;
     const double begin = sideStart + outline.phasePx;

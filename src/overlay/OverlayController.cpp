@@ -15,9 +15,9 @@ namespace {
 
 constexpr std::chrono::milliseconds kInterval(1000 / 60);
 
-// The windows are known to the screen's stream for so long before they are seen: it has by then what lies
-// beneath them.
-constexpr int kTicksUnseen = 5;
+// The windows are registered as own windows this many ticks before they are shown. In that time the screen
+// stream reads what is under them, so that it has the underlay when they appear.
+constexpr int kTicksBeforeShown = 5;
 
 std::optional<Display> displayOrMain(const Displays& displays, DisplayId id) {
     const auto all = displays.all();
@@ -73,7 +73,7 @@ void OverlayController::tick() {
     view_.render(model_.snapshot(), static_cast<int>(elapsedS), audioSuffix, displayOriginPts_,
                  mediaClockNow());
     panel_->present();
-    if (ticks_++ == kTicksUnseen) panel_->appear();
+    if (ticks_++ == kTicksBeforeShown) panel_->appear();
 }
 
 void OverlayController::setCameraLayer(std::function<PixelBufferRef()> latestFrame) {

@@ -20,29 +20,30 @@ class OverlayPanel;
 class OverlaySupport;
 class OwnWindows;
 
-// Shows on the recorded display what the file will contain, while a take runs: the outline of the frame, the
+// Shows on the recorded display what the movie will contain, while a take runs: the outline of the view, the
 // pulses, the webcam tile and a heads-up display. Main thread only.
 class OverlayController final : public QObject {
 public:
-    // All of them outlive the controller. Nothing is shown before `start`.
+    // All four outlive the controller. Nothing is shown before `start`.
     OverlayController(const CaptureModel& model, const Displays& displays, OwnWindows& ownWindows,
                       OverlaySupport& support);
     ~OverlayController() override;
 
-    // Shows the overlay on this display, or on the main one when it is not there; with no display at all the
-    // overlay stays away. Elapsed time counts from `startDate`. Restarts an overlay that is up.
+    // Shows the overlay on this display, or on the main display if this one is not there. Without any display
+    // nothing is shown. The time in the heads-up display counts from `startDate`. An overlay that is shown
+    // already is replaced.
     void start(DisplayId displayID, std::chrono::system_clock::time_point startDate);
 
     void stop();
 
-    // Shows the newest snapshot; the timer calls it 60 times a second.
+    // Shows the model's newest snapshot. The timer calls this 60 times a second.
     void tick();
 
-    // Where the newest camera picture comes from (bgra or bgrx, top row first; none while there is no
-    // picture); an empty function shows no tile. Stays set over `stop`.
+    // Sets the function that returns the webcam's newest picture (bgra or bgrx, top row first), or none while
+    // there is none. Without a function the tile is not shown. It is kept over `stop`.
     void setCameraLayer(std::function<PixelBufferRef()> latestFrame);
 
-    // What the heads-up display ends with. Stays set over `stop`.
+    // The end of the heads-up display's text. It is kept over `stop`.
     std::string audioSuffix;
 
 private:

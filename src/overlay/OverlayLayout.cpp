@@ -37,19 +37,19 @@ std::optional<OverlayLayout> layOut(const RenderSnapshot& snapshot, int elapsedS
     const auto toPoints = [&](const Rect& px) {
         return Rect{px.x / sx + offset.dx, px.y / sy + offset.dy, px.width / sx, px.height / sy};
     };
-    // One scale for the radius, or a circle would not be one.
+    // The horizontal scale serves for both axes of a radius, so that a circle stays one.
     const auto toCircle = [&](const RippleDisc& disc) {
         return OverlayLayout::Circle{{disc.center.x / sx + offset.dx, disc.center.y / sy + offset.dy},
                                      disc.radius / sx};
     };
 
     OverlayLayout layout;
-    layout.marquee = toPoints(snapshot.cropPx).grown(snapshot.zoom > kZoomShown ? -kInsetZoomed : -kInset);
-    for (const auto& ripple : snapshot.ripples) layout.clicks.push_back(toCircle(ripple));
-    if (snapshot.heldDisc) layout.clicks.push_back(toCircle(*snapshot.heldDisc));
+    layout.outline = toPoints(snapshot.cropPx).grown(snapshot.zoom > kZoomShown ? -kInsetZoomed : -kInset);
+    for (const auto& ripple : snapshot.ripples) layout.pulses.push_back(toCircle(ripple));
+    if (snapshot.heldDisc) layout.pulses.push_back(toCircle(*snapshot.heldDisc));
     if (snapshot.camRect) {
         const auto frame = toPoints(*snapshot.camRect);
-        layout.camera = {frame, snapshot.camRound ? std::min(frame.width, frame.height) / 2 : 0};
+        layout.tile = {frame, snapshot.camRound ? std::min(frame.width, frame.height) / 2 : 0};
     }
     layout.text = hudText(snapshot, elapsedS, audioSuffix);
     return layout;

@@ -9,7 +9,7 @@
 
 namespace kasto {
 
-// What the overlay shows of one frame, in points from the top-left corner of the screen, y downward.
+// The parts of the overlay for one frame, in points from the top-left corner of the screen, y downward.
 struct OverlayLayout {
     struct Circle {
         Point center;
@@ -18,20 +18,21 @@ struct OverlayLayout {
     };
     struct Tile {
         Rect frame;
-        double cornerRadius = 0;
+        double cornerRadius = 0;  // half its side if it is round
         bool operator==(const Tile&) const = default;
     };
 
-    Rect marquee;                // the middle of the outline's line
-    std::vector<Circle> clicks;  // the pulses, then the held disc
-    std::optional<Tile> camera;
-    std::string text;  // of the heads-up display, UTF-8
+    Rect outline;                // the line is drawn around it, half inside and half outside
+    std::vector<Circle> pulses;  // with the held disc as the last one
+    std::optional<Tile> tile;    // the webcam's
+    std::string text;            // of the heads-up display, UTF-8
 
     bool operator==(const OverlayLayout&) const = default;
 };
 
 // Maps a snapshot from capture pixels to a screen whose top-left corner is at `originPts`, in global points.
-// None for a snapshot without a recorded area: nothing has been recorded yet.
+// `audioSuffix` ends the heads-up display's text. None for a snapshot without a capture area: no take has
+// begun.
 std::optional<OverlayLayout> layOut(const RenderSnapshot& snapshot, int elapsedS,
                                     const std::string& audioSuffix, Point originPts);
 
@@ -40,7 +41,7 @@ struct HudLayout {
     Rect text;
 };
 
-// The heads-up display for a text of this size, in a view of this width; all in points.
+// Where the heads-up display goes in a view of this width, for a text of this size. All in points.
 HudLayout layOutHud(double viewWidth, Size text);
 
 }  // namespace kasto

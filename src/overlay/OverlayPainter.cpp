@@ -14,8 +14,8 @@ namespace kasto {
 
 namespace {
 
-constexpr double kClickLinePts = 2;
-constexpr double kClickOpacity = 0.8;
+constexpr double kPulseLinePts = 2;
+constexpr double kPulseOpacity = 0.8;
 constexpr double kTileBorderPts = 1;
 
 QRectF toQt(const Rect& rect, double scale = 1) {
@@ -40,7 +40,7 @@ QPainterPath tilePath(const OverlayLayout::Tile& tile, double inset) {
     return path;
 }
 
-// The pixels whose middles are inside a rectangle, in points, with rounded corners.
+// The pixels whose centres are inside a rectangle with rounded corners. The rectangle is given in points.
 QRegion pixelsOf(const Rect& rect, double cornerRadius, double scale) {
     const auto px = toQt(rect, scale);
     const double radius = cornerRadius * scale;
@@ -58,8 +58,8 @@ QRegion pixelsOf(const Rect& rect, double cornerRadius, double scale) {
     return region;
 }
 
-// The middle part of a picture that has the proportions of `sizePx`, in that size. Null for anything but a
-// picture with colours by pixel.
+// The middle part of the picture, cut to the proportions of `sizePx` and scaled to that size. Null without a
+// picture, and for one in a YUV format.
 QImage filling(const PixelBufferRef& picture, const QSize& sizePx) {
     if (!picture || picture->format() == PixelFormat::i420 || sizePx.isEmpty()) return {};
     const auto& plane = picture->plane(0);
@@ -69,7 +69,7 @@ QImage filling(const PixelBufferRef& picture, const QSize& sizePx) {
     const bool isOpaque = picture->format() == PixelFormat::bgrx;
     const QImage image(corner, part.width(), part.height(), plane.strideBytes,
                        isOpaque ? QImage::Format_RGB32 : QImage::Format_ARGB32_Premultiplied);
-    // The conversion sets the byte that is undefined in opaque pictures.
+    // The conversion sets the alpha byte, which is undefined in pictures without transparency.
     return image.scaled(sizePx, Qt::IgnoreAspectRatio, Qt::SmoothTransformation)
         .convertToFormat(QImage::Format_ARGB32_Premultiplied);
 }
@@ -78,24 +78,24 @@ QImage filling(const PixelBufferRef& picture, const QSize& sizePx) {
 
 QRegion areaOf(const Rect& rect, double scale) { return toQt(rect, scale).toAlignedRect(); }
 
-QRegion areaOf(const std::vector<OverlayLayout::Circle>& clicks, double scale) {
+QRegion areaOf(const std::vector<OverlayLayout::Circle>& pulses, double scale) {
     QRegion area;
-    for (const auto& circle : clicks) {
-        const double reach = circle.radius + kClickLinePts / 2 + 1 / scale;
+    for (const auto& circle : pulses) {
+        const double reach = circle.radius + kPulseLinePts / 2 + 1 / scale;
         area += areaOf(Rect{circle.center.x, circle.center.y, 0, 0}.grown(reach), scale);
     }
     return area;
 }
 
-QRegion shapeOf(const std::vector<OverlayLayout::Circle>& clicks, double scale) {
+QRegion shapeOf(const std::vector<OverlayLayout::Circle>& pulses, double scale) {
     const auto disc = [&](const OverlayLayout::Circle& circle, double radius) {
         const auto box = Rect{circle.center.x, circle.center.y, 0, 0}.grown(std::max(0.0, radius));
         return pixelsOf(box, radius, scale);
     };
     QRegion shape;
-    for (const auto& circle : clicks)
+    for (const auto& circle : pulses)
         shape +=
-            disc(circle, circle.radius + kClickLinePts / 2) - disc(circle, circle.radius - kClickLinePts / 2);
+            disc(circle, circle.radius + kPulseLinePts / 2) - disc(circle, circle.radius - kPulseLinePts / 2);
     return shape;
 }
 
@@ -111,20 +111,20 @@ void paintDashes(QPainter& painter, std::span<const PixelRect> dashesPx, double 
     painter.restore();
 }
 
-void paintClicks(QPainter& painter, const std::vector<OverlayLayout::Circle>& clicks) {
+void paintPulses(QPainter& painter, const std::vector<OverlayLayout::Circle>& pulses) {
     painter.save();
     painter.setRenderHint(QPainter::Antialiasing);
     QPainterPathStroker stroker;
-    stroker.setWidth(kClickLinePts);
-    // One path: where circles cross, the line is no denser.
+    stroker.setWidth(kPulseLinePts);
+    // All circles are one path, so that crossing lines are not more opaque than others.
     QPainterPath lines;
-    for (const auto& circle : clicks) {
+    for (const auto& circle : pulses) {
         QPainterPath path;
         path.addEllipse(QPointF(circle.center.x, circle.center.y), circle.radius, circle.radius);
         lines.addPath(stroker.createStroke(path));
     }
     lines.setFillRule(Qt::WindingFill);
-    painter.setOpacity(kClickOpacity);
+    painter.setOpacity(kPulseOpacity);
     painter.fillPath(lines, Brand::accent());
     painter.restore();
 }

@@ -12,23 +12,23 @@
 
 namespace kasto {
 
-// How the overlay's parts look. Painters are in points; pixels are those of the screen, of which there are
-// `scale` to a point.
+// How the overlay's parts look. QPainters here draw in points. Regions are in pixels of the screen, with
+// `scale` pixels per point.
 
-// Beside a part's own, what smoothing may touch is in its area.
-QRegion areaOf(const std::vector<OverlayLayout::Circle>& clicks, double scale);
+// The pixels that painting a part may touch, including those of smoothed edges.
+QRegion areaOf(const std::vector<OverlayLayout::Circle>& pulses, double scale);
 QRegion areaOf(const Rect& rect, double scale);
 
-// The part without anything translucent, as whole pixels.
-QRegion shapeOf(const std::vector<OverlayLayout::Circle>& clicks, double scale);
+// The pixels of a part for a window that cannot be translucent: each pixel belongs to it or does not.
+QRegion shapeOf(const std::vector<OverlayLayout::Circle>& pulses, double scale);
 QRegion shapeOf(const OverlayLayout::Tile& tile, double scale);
 
 void paintDashes(QPainter& painter, std::span<const PixelRect> dashesPx, double scale);
 
-void paintClicks(QPainter& painter, const std::vector<OverlayLayout::Circle>& clicks);
+void paintPulses(QPainter& painter, const std::vector<OverlayLayout::Circle>& pulses);
 
-// The picture fills the tile and is cut where it is larger; without one the tile is just its border. Edges
-// are smooth if they may be `softly` translucent.
+// Paints the picture so that it fills the tile; what is larger is cut off. Without a picture only the tile's
+// border is painted. `softly`: edges may be translucent and are smoothed.
 void paintTile(QPainter& painter, const OverlayLayout::Tile& tile, const PixelBufferRef& picture,
                double scale, bool softly);
 

@@ -21,7 +21,7 @@ std::vector<PixelRect> rectsOf(const QRegion& region) {
     return rects;
 }
 
-// Whole points around whole pixels, and back.
+// The region in other units, each rectangle rounded outwards.
 QRegion scaled(const QRegion& region, double factor) {
     if (factor == 1) return region;
     QRegion around;
@@ -43,8 +43,8 @@ PaintedReport::~PaintedReport() { ownWindows_.remove(nativeId_); }
 void PaintedReport::willPaint(const QRegion& areaPx) {
     next_ = areaPx;
     const auto all = shown_ + next_;
-    if (said_ == all) return;
-    said_ = all;
+    if (reported_ == all) return;
+    reported_ = all;
     ownWindows_.set({.nativeId = nativeId_, .sharing = SharingType::none, .paintedPx = rectsOf(all)});
 }
 
@@ -68,7 +68,7 @@ OverlayPanel::OverlayPanel(OverlayView& view, QScreen& screen, OwnWindows& ownWi
 
 OverlayPanel::~OverlayPanel() {
     support_.keepAbove({});
-    // The windows go first: they stay known for as long as they may be seen.
+    // The windows stay registered until they are gone, because they may be visible until then.
     lines_.destroy();
     destroy();
 }

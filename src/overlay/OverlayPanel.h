@@ -11,15 +11,18 @@
 
 namespace kasto {
 
-// Tells of one window what it paints: what is on the screen and what is about to be, together, until the one
-// has replaced the other.
+// Reports to OwnWindows which pixels one window has painted. While a repaint is under way it reports both the
+// old area, which is still on the screen, and the new one.
 class PaintedReport {
 public:
-    // Registers the window as having painted nothing.
+    // Registers the window, with nothing painted.
     PaintedReport(OwnWindows& ownWindows, std::uint64_t nativeId);
     ~PaintedReport();
 
+    // The window is about to show this area instead of the one before.
     void willPaint(const QRegion& areaPx);
+
+    // The window has painted it.
     void hasPainted() { shown_ = next_; }
 
 private:
@@ -27,30 +30,31 @@ private:
     const std::uint64_t nativeId_;
     QRegion shown_;
     QRegion next_;
-    std::optional<QRegion> said_;
+    std::optional<QRegion> reported_;
 };
 
-// The windows of the overlay over one screen: above all others, on every workspace, never in the way of the
-// mouse or the keyboard, and never in a recording.
+// The overlay's windows over one screen. They are above all other windows, on every workspace, let mouse and
+// keyboard through, and are never in a movie. Main thread.
 //
-// Where translucent windows are blended it is one window as large as the screen. Elsewhere that would hide
-// everything, so it is cut to what it shows, and the red lines get a window of their own: a step of the
-// dashes is then a new shape and nothing to paint. Main thread.
+// Under a compositing manager, which blends translucent windows, the overlay is one window as large as the
+// screen. Without one such a window would hide everything. It is then cut to the shape of what it shows, and
+// the red lines get a second window: it is filled with red and cut to the dashes, so that moving the dashes
+// only changes its shape and paints nothing.
 class OverlayPanel final : public QRasterWindow {
 public:
-    // What is passed outlives the panel. Nothing is shown yet, but the windows are registered.
+    // All four outlive the panel. The windows are registered as own windows, but not shown yet.
     OverlayPanel(OverlayView& view, QScreen& screen, OwnWindows& ownWindows, OverlaySupport& support);
     ~OverlayPanel() override;
 
     OverlayView::Canvas canvas() const;
 
-    // Brings what the view rendered to the screen.
+    // Repaints what the view's last render() changed.
     void present();
 
     // Shows the windows, above all others.
     void appear();
 
-    // Moves to where the screen is now.
+    // Moves the windows to where the screen is now.
     void followScreen();
 
 private:
@@ -63,7 +67,7 @@ private:
     std::optional<PaintedReport> report_;
     std::optional<PaintedReport> linesReport_;
     std::optional<std::vector<PixelRect>> linesShapePx_;
-    std::optional<QRegion> shapePx_;  // none while the window is not cut
+    std::optional<QRegion> shapePx_;  // none while the window is not cut to a shape
 };
 
 }  // namespace kasto

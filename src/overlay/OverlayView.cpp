@@ -24,9 +24,9 @@ void OverlayView::render(const RenderSnapshot& snapshot, int elapsedS, const std
                          Point originPts, double timeS) {
     auto layout = layOut(snapshot, elapsedS, audioSuffix, originPts);
     if (!layout) return;
-    showOutline(dashedOutline(layout->marquee, canvas_.scale, timeS));
-    showClicks(std::move(layout->clicks));
-    showTile(latestFrame_ ? layout->camera : std::nullopt);
+    showOutline(dashedOutline(layout->outline, canvas_.scale, timeS));
+    showPulses(std::move(layout->pulses));
+    showTile(latestFrame_ ? layout->tile : std::nullopt);
     showHud(layout->text);
 }
 
@@ -38,10 +38,10 @@ void OverlayView::showOutline(const DashedOutline& outline) {
     replace(outlineArea_, std::move(sides), canvas_.blends);
 }
 
-void OverlayView::showClicks(std::vector<OverlayLayout::Circle> clicks) {
-    if (clicks == clicks_) return;
-    clicks_ = std::move(clicks);
-    replace(clicksArea_, areaOf(clicks_, canvas_.scale), canvas_.blends);
+void OverlayView::showPulses(std::vector<OverlayLayout::Circle> pulses) {
+    if (pulses == pulses_) return;
+    pulses_ = std::move(pulses);
+    replace(pulsesArea_, areaOf(pulses_, canvas_.scale), canvas_.blends);
 }
 
 void OverlayView::showTile(const std::optional<OverlayLayout::Tile>& tile) {
@@ -70,7 +70,7 @@ QRegion OverlayView::takeDirty() { return std::exchange(dirty_, {}); }
 
 QRegion OverlayView::paintedPx() const {
     const auto parts = tileArea_ + hudArea_;
-    return canvas_.blends ? parts + clicksArea_ + outlineArea_ : parts;
+    return canvas_.blends ? parts + pulsesArea_ + outlineArea_ : parts;
 }
 
 QRegion OverlayView::shapePx() const {
@@ -80,17 +80,17 @@ QRegion OverlayView::shapePx() const {
 std::vector<PixelRect> OverlayView::linesPx() const {
     if (canvas_.blends) return {};
     auto lines = outline_.dashes(viewPx());
-    for (const auto& rect : shapeOf(clicks_, canvas_.scale) & screenPx())
+    for (const auto& rect : shapeOf(pulses_, canvas_.scale) & screenPx())
         lines.push_back({rect.x(), rect.y(), rect.width(), rect.height()});
     return lines;
 }
 
-QRegion OverlayView::linesAreaPx() const { return canvas_.blends ? QRegion() : outlineArea_ + clicksArea_; }
+QRegion OverlayView::linesAreaPx() const { return canvas_.blends ? QRegion() : outlineArea_ + pulsesArea_; }
 
 void OverlayView::paint(QPainter& painter, const QRegion& partPx) const {
     if (canvas_.blends && partPx.intersects(outlineArea_))
         paintDashes(painter, outline_.dashes(viewPx()), canvas_.scale);
-    if (canvas_.blends && partPx.intersects(clicksArea_)) paintClicks(painter, clicks_);
+    if (canvas_.blends && partPx.intersects(pulsesArea_)) paintPulses(painter, pulses_);
     if (partPx.intersects(hudArea_)) paintHud(painter, hud_, hudText_);
     if (tile_ && partPx.intersects(tileArea_))
         paintTile(painter, *tile_, picture_, canvas_.scale, canvas_.blends);

@@ -13,48 +13,54 @@
 
 namespace kasto {
 
-// The overlay's picture: takes snapshots, tells which pixels they change, and paints them. Pixels are counted
-// from the top-left corner of the screen. Main thread.
+// The overlay's content: lays out snapshots, finds the pixels that change, and paints them. Pixels are
+// counted from the top-left corner of the screen. Main thread.
 class OverlayView {
 public:
-    // Where the view is shown.
+    // The screen that the view is shown on.
     struct Canvas {
         Size sizePts;
-        double scale = 1;
-        // Without it nothing translucent is painted, and the red lines are left to `linesPx`.
+        double scale = 1;  // pixels per point
+        // Whether translucent pixels are blended with what is under the window. If not, every pixel is
+        // painted opaque, and the red lines are given by `linesPx` and not painted.
         bool blends = true;
         bool operator==(const Canvas&) const = default;
     };
+
+    // Changes the screen. The next render() lays everything out anew.
     void setCanvas(const Canvas& canvas);
     bool isBlended() const { return canvas_.blends; }
 
-    // Where the newest camera picture comes from (bgra or bgrx, top row first); an empty function takes the
-    // tile away.
+    // Sets the function that returns the webcam's newest picture (bgra or bgrx, top row first). An empty
+    // function removes the tile.
     void setCameraPreview(std::function<PixelBufferRef()> latestFrame);
 
-    // Shows a snapshot on a screen whose top-left corner is at `originPts`, in global points. `timeS` moves
-    // the dashes. A snapshot without a recorded area changes nothing.
+    // Lays out a snapshot for a screen whose top-left corner is at `originPts`, in global points. `timeS`, on
+    // the media clock, moves the dashes. A snapshot without a capture area changes nothing.
     void render(const RenderSnapshot& snapshot, int elapsedS, const std::string& audioSuffix, Point originPts,
                 double timeS);
 
-    // What differs from what was painted before; empty after that.
+    // The pixels that render() has changed since the last call.
     QRegion takeDirty();
 
-    // All that `paint` paints, and where that is opaque.
+    // The pixels that paint() may touch.
     QRegion paintedPx() const;
+
+    // The shape that the window is cut to where nothing is blended.
     QRegion shapePx() const;
 
-    // The dashes and pulses of a canvas that does not blend, all of the accent colour, and where they are and
-    // the dashes may move; nothing on one that does.
+    // Where nothing is blended: the pixels of the dashes and pulses, all of the accent colour, and the area
+    // in which the dashes move. Both are empty on a canvas that blends.
     std::vector<PixelRect> linesPx() const;
     QRegion linesAreaPx() const;
 
-    // Paints what meets `partPx`, with a painter in points whose clip is that part, on a transparent ground.
+    // Paints the part `partPx` of the content over transparent pixels. The painter draws in points and is
+    // clipped to that part.
     void paint(QPainter& painter, const QRegion& partPx) const;
 
 private:
     void showOutline(const DashedOutline& outline);
-    void showClicks(std::vector<OverlayLayout::Circle> clicks);
+    void showPulses(std::vector<OverlayLayout::Circle> pulses);
     void showTile(const std::optional<OverlayLayout::Tile>& tile);
     void showHud(const std::string& text);
     void replace(QRegion& area, QRegion next, bool isPainted);
@@ -64,14 +70,14 @@ private:
     Canvas canvas_;
     std::function<PixelBufferRef()> latestFrame_;
     DashedOutline outline_;
-    std::vector<OverlayLayout::Circle> clicks_;
+    std::vector<OverlayLayout::Circle> pulses_;
     std::optional<OverlayLayout::Tile> tile_;
     PixelBufferRef picture_;
     std::string text_;
     QString hudText_;
     HudLayout hud_;
     QRegion outlineArea_;
-    QRegion clicksArea_;
+    QRegion pulsesArea_;
     QRegion tileArea_;
     QRegion hudArea_;
     QRegion dirty_;

@@ -5,7 +5,7 @@
 
 #include <gtest/gtest.h>
 
-#include <set>
+#include <algorithm>
 
 namespace kasto::test {
 namespace {
@@ -20,24 +20,17 @@ TEST(OverlayLayoutTest, tellsTimeZoomPanAndTracksWhereTheCaptureLies) {
         {2.34, true, 65, " · sys · mic", {301, 126, 1278, 358}, "● rec 1:05 · 2.3x · panned · sys · mic"},
         {8.0, false, 3725, "", {301, 126, 1278, 358}, "● rec 62:05 · 8.0x"},
     };
-    for (const auto& [zoom, panned, elapsedS, suffix, marquee, text] : rows) {
+    for (const auto& [zoom, panned, elapsedS, suffix, outline, text] : rows) {
         snapshot.zoom = zoom;
         snapshot.panned = panned;
         const auto layout = *layOut(snapshot, elapsedS, suffix, {1000, 0});
         EXPECT_EQ(layout.text, text);
-        EXPECT_EQ(layout.marquee, marquee);
-        EXPECT_EQ(layout.clicks, (std::vector<OverlayLayout::Circle>{{{150, 70}, 14}}));
+        EXPECT_EQ(layout.outline, outline);
+        EXPECT_EQ(layout.pulses, (std::vector<OverlayLayout::Circle>{{{150, 70}, 14}}));
     }
-}
-
-using Pixels = std::set<std::pair<int, int>>;
-
-Pixels pixelsOf(const auto& rects) {
-    Pixels pixels;
-    for (const PixelRect& rect : rects)
-        for (int y = rect.y; y < rect.maxY(); ++y)
-            for (int x = rect.x; x < rect.maxX(); ++x) pixels.insert({x, y});
-    return pixels;
+    const auto hud = layOutHud(320, {100.5, 15.25});
+    EXPECT_EQ(hud.background, (Rect{189, 38, 117, 24}));
+    EXPECT_EQ(hud.text, (Rect{197, 42.375, 103, 16}));
 }
 
 TEST(DashedOutlineTest, dashesGoRoundTheFrameAndMoveAnticlockwise) {
@@ -45,12 +38,15 @@ TEST(DashedOutlineTest, dashesGoRoundTheFrameAndMoveAnticlockwise) {
     // The line's middle is 56 + 28 + 56 + 28 points long: whole patterns on each side.
     const Rect path{11, 21, 56, 28};
     for (const int step : {0, 6}) {
-        const auto outline = dashedOutline(path, 1, 0.45 * step / 14 + 0.001);
-        const auto dashes = pixelsOf(outline.dashes(view));
+        const auto dashes = dashedOutline(path, 1, 0.45 * step / 14 + 0.001).dashes(view);
+        const auto isRed = [&](int x, int y) {
+            return std::ranges::any_of(dashes, [&](const PixelRect& dash) {
+                return !dash.intersection({x, y, 1, 1}).isEmpty();
+            });
+        };
         for (int along = 2; along < 54; ++along) {
-            const bool isRed = (along + step) % 14 < 8;
-            EXPECT_EQ(dashes.contains({11 + along, 20}), isRed) << step << " " << along;
-            EXPECT_EQ(dashes.contains({66 - along, 49}), isRed) << step << " " << along;
+            EXPECT_EQ(isRed(11 + along, 20), (along + step) % 14 < 8) << step << " " << along;
+            EXPECT_EQ(isRed(66 - along, 49), (along + step) % 14 < 8) << step << " " << along;
         }
     }
     for (const auto& unseen : {Rect{-1e9, -1e9, 2e9, 2e9}, Rect{500, 500, 50, 50}, Rect{20, 20, 0, 60},
