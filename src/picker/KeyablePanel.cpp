@@ -8,7 +8,7 @@ namespace kasto {
 
 namespace {
 
-// Somebody's menu or shortcut may hold the keyboard for a moment.
+// An open menu or a global shortcut of another program holds the keyboard for a moment.
 constexpr int kRetryMs = 50;
 
 }  // namespace
@@ -29,8 +29,8 @@ KeyablePanel::KeyablePanel(QScreen& screen, std::optional<QPixmap> screenPicture
 }
 
 void KeyablePanel::makeKey() {
-    // With the keyboard the server reports the focus as well, and gives both back in the end. A focus that is
-    // set would be lost then where no window manager takes care of it.
+    // A grab suffices: the server reports the focus to the grabbing window and gives it back afterwards.
+    // Setting the focus instead would lose it where no window manager restores it.
     if (windowHandle()->setKeyboardGrabEnabled(true)) {
         retry_.stop();
     } else if (!retry_.isActive()) {

@@ -8,19 +8,21 @@
 
 namespace kasto {
 
-// A borderless window over one screen, unknown to window managers, that gets the keys all the same. It leaves
-// the input focus where it is: what had it goes on having it when the panel is gone. Main thread.
+// A borderless window over one screen that window managers do not manage. It receives the keys by a keyboard
+// grab and leaves the input focus alone, so that the focused window is still focused when the panel is gone.
+// Main thread.
 class KeyablePanel final : public QWidget {
 public:
-    // Covers the screen when shown. `screenPicture` as for the view, which is opaque then.
+    // Covers the screen when shown. `screenPicture` as for RegionPickView; with it the panel is opaque.
     KeyablePanel(QScreen& screen, std::optional<QPixmap> screenPicture);
 
     RegionPickView& view() { return *view_; }
 
-    // Takes the keyboard for the view, again and again until nobody else holds it. The panel is shown.
+    // Grabs the keyboard for the view. If another program holds a grab, tries again until it is free. The
+    // panel must be shown.
     void makeKey();
 
-    // Hides the panel and gives the keyboard back.
+    // Hides the panel and releases the keyboard.
     void orderOut();
 
 protected:

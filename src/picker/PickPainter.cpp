@@ -20,7 +20,7 @@ QColor black(float alpha) { return QColor::fromRgbF(0, 0, 0, alpha); }
 
 QRectF toQt(const Rect& rect) { return {rect.x, rect.y, rect.width, rect.height}; }
 
-// Stored selections know no bounds: a number of any size.
+// A stored selection may hold numbers that do not fit into an int.
 QString wholeNumber(double value) { return QString::number(std::trunc(value), 'f', 0); }
 
 }  // namespace

@@ -11,10 +11,11 @@
 
 namespace kasto {
 
-// Draws all of a RegionPickView: the shade, the selection with its handles and buttons, the texts.
+// Draws a RegionPickView: the shade, the selection with its handles and buttons, and the texts.
 class PickPainter {
 public:
-    // `screenPicture` fills the view; null leaves it transparent where the screen is to be seen.
+    // `screenPicture` is drawn as the ground of the view. If it is null the ground is transparent and the
+    // screen itself shows through.
     PickPainter(QPainter& painter, QSizeF viewPts, const QPixmap* screenPicture);
 
     void paint(const std::optional<Rect>& selection);

@@ -15,7 +15,7 @@ namespace {
 
 constexpr double kGapPts = 10;          // between a selection's bottom edge and its buttons
 constexpr double kButtonGapPts = 8;     // between the buttons
-constexpr double kScreenMarginPts = 6;  // that the buttons keep from the screen's bottom and left edge
+constexpr double kScreenMarginPts = 6;  // between the buttons and the screen's bottom and left edge
 
 Point pointOf(const QMouseEvent& event) { return {event.position().x(), event.position().y()}; }
 
@@ -24,7 +24,7 @@ Point pointOf(const QMouseEvent& event) { return {event.position().x(), event.po
 RegionPickView::RegionPickView(std::optional<QPixmap> screenPicture, QWidget* parent)
     : QWidget(parent), screenPicture_(std::move(screenPicture)) {
     setFocusPolicy(Qt::StrongFocus);
-    // Every repaint covers all of it.
+    // Every repaint paints all of the view.
     setAttribute(Qt::WA_NoSystemBackground);
 }
 

@@ -15,8 +15,8 @@ namespace kasto {
 // from its top-left corner. Main thread.
 class RegionPickView final : public QWidget {
 public:
-    static constexpr double kMinSidePts = 60;  // of what is confirmed, or left by drawing and resizing
-    static constexpr double kHitPts = 12;      // how far from a handle's centre a press still grabs it
+    static constexpr double kMinSidePts = 60;  // smaller selections cannot be made or confirmed
+    static constexpr double kHitPts = 12;      // a press this far from a handle's centre still grabs it
     static constexpr double kButtonSidePts = 34;
 
     struct Handle {
@@ -30,20 +30,20 @@ public:
         Rect cancel;
     };
 
-    // `screenPicture` is what to show beneath the shade; none lets the screen itself shine through.
+    // `screenPicture` is shown under the shade. Without one the view is transparent there.
     explicit RegionPickView(std::optional<QPixmap> screenPicture = {}, QWidget* parent = nullptr);
 
-    // Called at most once: with the selection on whole points when it was confirmed, with none when the user
-    // cancelled. The view may be deleted later only, not in the call.
+    // Called at most once: with the selection, rounded to whole points, when the user confirmed it, or with
+    // none when the user cancelled. The call must not delete the view.
     std::function<void(std::optional<Rect>)> onDone;
 
     const std::optional<Rect>& selection() const { return rect_; }
     void setSelection(const std::optional<Rect>& rect);
 
-    // Row by row from the top, in each from the left.
+    // The eight handles of a selection, row by row from the top, each row from the left.
     static std::vector<Handle> handles(const Rect& rect);
 
-    // Where the buttons of a selection are, in a view of this height.
+    // The buttons of a selection, in a view of this height.
     static Buttons buttons(const Rect& rect, double viewHeight);
 
 protected:

@@ -18,7 +18,7 @@ namespace {
 
 void ignoreChoice(const std::optional<RegionChoice>&) {}
 
-// The screen the user works on: that of the program's window with the focus, else the pointer's.
+// The screen that the user works on: that of the program's focused window, else the one under the pointer.
 QScreen* mainScreen() {
     if (const auto* focused = QGuiApplication::focusWindow()) return focused->screen();
     if (auto* under = QGuiApplication::screenAt(QCursor::pos())) return under;
@@ -27,7 +27,7 @@ QScreen* mainScreen() {
 
 }  // namespace
 
-// A display that gets a panel.
+// A display and what its panel needs.
 struct RegionPicker::Place {
     DisplayId display;
     QScreen* screen;
@@ -46,12 +46,12 @@ RegionPicker::~RegionPicker() { close(); }
 
 void RegionPicker::begin(const std::optional<RegionChoice>& initial, Completion completion) {
     end(std::nullopt);
-    // The earlier completion opened the picker again: that is the newest wish.
+    // The completion of the earlier picker has opened the picker again. That newer picker stays.
     if (!panels_.empty() || stills_.isReading()) return completion(std::nullopt);
     completion_ = std::move(completion);
     if (support_.blendsWindows()) return open(places({}), initial);
-    // Where nothing blends windows a panel hides the screen, so it shows a picture of it. All pictures are
-    // read before the first panel appears, and without own windows: a menu may still be closing.
+    // Without a compositing manager a panel hides the screen, so it shows a picture of the screen instead. All
+    // pictures are read before the first panel appears, and without own windows: a menu may still be closing.
     std::vector<Display> displays;
     for (const auto& display : displays_.all())
         if (screenOf(display)) displays.push_back(display);
@@ -102,7 +102,8 @@ void RegionPicker::open(std::vector<Place> places, const std::optional<RegionCho
 }
 
 void RegionPicker::watchScreens() {
-    // What is being picked on is no longer what the user sees. Queued: a screen that goes is still in use.
+    // When the displays change, the picker is cancelled. The connections are queued because Qt still uses a
+    // screen that is being removed while it sends the signal.
     whileOpen_ = std::make_unique<QObject>();
     const auto cancel = [this] { end(std::nullopt); };
     auto* application = qGuiApp;
@@ -121,7 +122,7 @@ void RegionPicker::close() {
     QGuiApplication::restoreOverrideCursor();
     support_.keepAbove({});
     for (auto& panel : std::exchange(panels_, {})) {
-        // An event of one of the views may be what closes the picker.
+        // Deleted later, because this may be called from an event of one of the views.
         panel->view().onDone = {};
         panel->orderOut();
         panel.release()->deleteLater();

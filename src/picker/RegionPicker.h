@@ -16,15 +16,15 @@ class KeyablePanel;
 class OverlaySupport;
 class OwnWindows;
 
-// A rectangle of one display, in points from the display's top-left corner.
+// A rectangle of one display, in points counted from the display's top-left corner.
 struct RegionChoice {
     DisplayId display = 0;
     Rect rect;
     bool operator==(const RegionChoice&) const = default;
 };
 
-// Lets the user mark the rectangle of one display that takes record, on a panel over each display. Stores
-// nothing. Main thread.
+// Lets the user mark the rectangle of one display that takes shall record. Covers each display with a panel.
+// It only returns the choice and stores nothing. Main thread.
 class RegionPicker {
 public:
     using Completion = std::function<void(std::optional<RegionChoice>)>;
@@ -36,8 +36,9 @@ public:
     ~RegionPicker();
 
     // Opens the picker on all displays, with `initial` selected on its display, and returns at once. The
-    // completion is called once, when the panels are gone: with the choice (whole points), or with none when
-    // the user cancelled, the displays changed, or the picker was opened again. It may open the picker.
+    // completion is called once, after the panels have been hidden: with the choice in whole points, or with
+    // none if the user cancelled, the displays changed or the picker was opened again. The completion may
+    // open the picker.
     void begin(const std::optional<RegionChoice>& initial, Completion completion);
 
 private:
@@ -55,7 +56,7 @@ private:
     ScreenStills stills_;
     std::vector<std::unique_ptr<KeyablePanel>> panels_;  // empty while the picker is closed
     Completion completion_;
-    std::unique_ptr<QObject> whileOpen_;  // lifetime of what listens to the screens
+    std::unique_ptr<QObject> whileOpen_;  // owns the connections to the screens' signals
 };
 
 }  // namespace kasto
