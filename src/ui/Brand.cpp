@@ -12,7 +12,7 @@ namespace {
 
 QColor grey(float white) { return QColor::fromRgbF(white, white, white); }
 
-// The font with its size in points, which are Qt's device-independent pixels.
+// The font in this size. Points are what Qt calls device-independent pixels.
 QFont sized(QFont font, int sizePts, QFont::Weight weight) {
     font.setPixelSize(sizePts);
     font.setWeight(weight);

@@ -7,25 +7,24 @@
 
 namespace kasto {
 
-// What the program looks like: a fixed dark palette, its typefaces and its icon. All colours are opaque sRGB.
+// The program's looks: a fixed dark palette, its typefaces and its icon. All colours are opaque sRGB.
 class Brand {
 public:
     // Any thread.
-    static const QColor& bg();      // behind everything
-    static const QColor& panel();   // behind a list
-    static const QColor& row();     // an option
-    static const QColor& hover();   // an option under the mouse
+    static const QColor& bg();      // the ground of windows
+    static const QColor& panel();   // the ground of a list
+    static const QColor& row();     // an option's row
+    static const QColor& hover();   // an option's row under the mouse
     static const QColor& off();     // a switch that is off, a button
     static const QColor& foam();    // text
-    static const QColor& muted();   // text of less weight
-    static const QColor& accent();  // what is on, what closes, a region's outline
+    static const QColor& muted();   // secondary text
+    static const QColor& accent();  // switches that are on, close buttons, outlines: AccentColour
 
-    // Makes the program's own typefaces known to this process, once; a further call does nothing. Without it,
-    // and where one cannot be read, the fallbacks are drawn. Main thread, as all below.
+    // Loads the program's own typefaces. Further calls do nothing. Without this call, and if a file cannot be
+    // read, the fallback typefaces are used. Main thread, as all functions below.
     static void registerFonts();
 
-    // Sizes are in points as windows are measured in. `face` is a typeface by its full name, drawn in the
-    // fallback's where there is none of that name.
+    // Sizes are in points. `face` returns the typeface of this full name, or the fallback if there is none.
     static QFont face(const QString& name, int sizePts, const QFont& fallback);
     static QFont monospaced(int sizePts, QFont::Weight weight = QFont::Normal);
     static QFont system(int sizePts, QFont::Weight weight = QFont::Normal);

@@ -15,14 +15,4 @@ QScreen* screenOf(const Display& display) {
     return nullptr;
 }
 
-QPointF toVirtualDesktop(Point globalPts, const Display& display, const QScreen& screen) {
-    return screen.geometry().topLeft() +
-           QPointF(globalPts.x - display.boundsPts.x, globalPts.y - display.boundsPts.y);
-}
-
-Point toGlobalPts(QPointF position, const Display& display, const QScreen& screen) {
-    const auto onScreen = position - screen.geometry().topLeft();
-    return {display.boundsPts.x + onScreen.x(), display.boundsPts.y + onScreen.y()};
-}
-
 }  // namespace kasto

@@ -17,7 +17,7 @@ public:
 
 private:
     bool eventFilter(QObject*, QEvent* event) override {
-        // Qt sends the show event before the window appears and the hide event after it has gone.
+        // Qt sends the show event before the window appears, and the hide event after it has disappeared.
         if (event->type() == QEvent::Show) {
             ownWindows_.set({.nativeId = nativeId_, .sharing = sharing_, .paintedPx = {}});
         } else if (event->type() == QEvent::Hide) {
