@@ -11,7 +11,6 @@ constexpr double kLinePts = 2;
 constexpr double kOnPts = 8;
 constexpr double kOffPts = 6;
 constexpr double kPatternS = 0.45;  // the time in which the dashes move by one dash and gap
-constexpr double kStepPts = 2;      // finer steps cost more than they show
 
 int toPixel(double value) {
     constexpr double kFar = 1e6;  // larger than any screen, yet sums of such values fit into an int
@@ -51,7 +50,7 @@ DashedOutline dashedOutline(const Rect& path, double scale, double timeS) {
     outline.onPx = kOnPts * scale;
     outline.offPx = kOffPts * scale;
     const double phase = std::fmod(timeS, kPatternS) / kPatternS * (kOnPts + kOffPts);
-    outline.phasePx = toPixel(std::floor(phase / kStepPts) * kStepPts * scale);
+    outline.phasePx = toPixel(std::floor(phase * scale));
     const auto outer = path.grown(kLinePts / 2);
     const int left = toPixel(outer.minX() * scale);
     const int top = toPixel(outer.minY() * scale);

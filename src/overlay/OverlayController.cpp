@@ -8,12 +8,13 @@
 #include <QGuiApplication>
 #include <QScreen>
 #include <algorithm>
+#include <cmath>
 
 namespace kasto {
 
 namespace {
 
-constexpr std::chrono::milliseconds kInterval(1000 / 60);
+constexpr double kTickS = 1.0 / 60;
 
 // The windows are registered as own windows this many ticks before they are shown. In that time the screen
 // stream reads what is under them, so that it has the underlay when they appear.
@@ -32,8 +33,11 @@ OverlayController::OverlayController(const CaptureModel& model, const Displays& 
                                      OwnWindows& ownWindows, OverlaySupport& support)
     : model_(model), displays_(displays), ownWindows_(ownWindows), support_(support) {
     timer_.setTimerType(Qt::PreciseTimer);
-    timer_.setInterval(kInterval);
-    connect(&timer_, &QTimer::timeout, this, &OverlayController::tick);
+    timer_.setSingleShot(true);
+    connect(&timer_, &QTimer::timeout, this, [this] {
+        scheduleTick();
+        tick();
+    });
 }
 
 OverlayController::~OverlayController() { stop(); }
@@ -49,7 +53,16 @@ void OverlayController::start(DisplayId displayID, std::chrono::system_clock::ti
     panel_ = std::make_unique<OverlayPanel>(view_, *screen, ownWindows_, support_);
     followScreens(*screen);
     ticks_ = 0;
-    timer_.start();
+    nextTickS_ = mediaClockNow();
+    scheduleTick();
+}
+
+// Qt's intervals are whole milliseconds, so each one is computed from the time the tick is due.
+void OverlayController::scheduleTick() {
+    const double now = mediaClockNow();
+    nextTickS_ += kTickS;
+    if (nextTickS_ < now) nextTickS_ = now;
+    timer_.start(std::chrono::milliseconds(std::lround((nextTickS_ - now) * 1000)));
 }
 
 void OverlayController::followScreens(QScreen& screen) {

@@ -48,6 +48,7 @@ public:
 
 private:
     void followScreens(QScreen& screen);
+    void scheduleTick();
 
     const CaptureModel& model_;
     const Displays& displays_;
@@ -56,6 +57,7 @@ private:
     OverlayView view_;
     std::unique_ptr<OverlayPanel> panel_;
     QTimer timer_;
+    double nextTickS_ = 0;  // when the next tick is due, on the media clock
     int ticks_ = 0;
     std::chrono::system_clock::time_point startDate_ = std::chrono::system_clock::now();
     Point displayOriginPts_;  // of the display under the overlay, in global points

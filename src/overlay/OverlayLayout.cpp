@@ -15,6 +15,7 @@ constexpr double kZoomShown = 1.02;
 
 std::string hudText(const RenderSnapshot& snapshot, int elapsedS, const std::string& audioSuffix) {
     constexpr int kMinuteS = 60;
+    elapsedS = std::max(elapsedS, 0);  // the clock may have been set back
     std::array<char, 32> time{};
     std::snprintf(time.data(), time.size(), "%d:%02d", elapsedS / kMinuteS, elapsedS % kMinuteS);
     std::string text = std::string("● rec ") + time.data();

@@ -22,16 +22,7 @@ QRectF toQt(const Rect& rect, double scale = 1) {
     return {rect.x * scale, rect.y * scale, rect.width * scale, rect.height * scale};
 }
 
-const QFont& hudFont() {
-    static const QFont kFont = [] {
-        QFont font("monospace");
-        font.setStyleHint(QFont::Monospace);
-        font.setPixelSize(12);
-        font.setWeight(QFont::DemiBold);
-        return font;
-    }();
-    return kFont;
-}
+QFont hudFont() { return Brand::monospaced(12, QFont::DemiBold); }
 
 QPainterPath tilePath(const OverlayLayout::Tile& tile, double inset) {
     const double radius = std::max(0.0, tile.cornerRadius - inset);
@@ -99,8 +90,11 @@ QRegion shapeOf(const std::vector<OverlayLayout::Circle>& pulses, double scale) 
     return shape;
 }
 
-QRegion shapeOf(const OverlayLayout::Tile& tile, double scale) {
-    return pixelsOf(tile.frame, tile.cornerRadius, scale);
+QRegion shapeOf(const OverlayLayout::Tile& tile, bool hasPicture, double scale) {
+    const auto all = pixelsOf(tile.frame, tile.cornerRadius, scale);
+    if (hasPicture) return all;
+    const double innerRadius = std::max(0.0, tile.cornerRadius - kTileBorderPts);
+    return all - pixelsOf(tile.frame.grown(-kTileBorderPts), innerRadius, scale);
 }
 
 void paintDashes(QPainter& painter, std::span<const PixelRect> dashesPx, double scale) {

@@ -19,9 +19,10 @@ namespace kasto {
 QRegion areaOf(const std::vector<OverlayLayout::Circle>& pulses, double scale);
 QRegion areaOf(const Rect& rect, double scale);
 
-// The pixels of a part for a window that cannot be translucent: each pixel belongs to it or does not.
+// The pixels of a part for a window that cannot be translucent: each pixel belongs to it or does not. A tile
+// without a picture is its border only.
 QRegion shapeOf(const std::vector<OverlayLayout::Circle>& pulses, double scale);
-QRegion shapeOf(const OverlayLayout::Tile& tile, double scale);
+QRegion shapeOf(const OverlayLayout::Tile& tile, bool hasPicture, double scale);
 
 void paintDashes(QPainter& painter, std::span<const PixelRect> dashesPx, double scale);
 

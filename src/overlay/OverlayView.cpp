@@ -74,7 +74,8 @@ QRegion OverlayView::paintedPx() const {
 }
 
 QRegion OverlayView::shapePx() const {
-    return tile_ ? hudArea_ + (shapeOf(*tile_, canvas_.scale) & screenPx()) : hudArea_;
+    if (!tile_) return hudArea_;
+    return hudArea_ + (shapeOf(*tile_, bool(picture_), canvas_.scale) & screenPx());
 }
 
 std::vector<PixelRect> OverlayView::linesPx() const {
