@@ -34,10 +34,10 @@ void FrameChanges::end() {
 const BlockSet& FrameChanges::update(const FrameIngredients& ingredients) {
     const RenderSnapshot& now = ingredients.snapshot;
     changed_.clear();
-    if (!last_ || last_->cropPx != now.cropPx) {
+    if (!last_ || drawnCrop(last_->cropPx) != drawnCrop(now.cropPx)) {
         changed_.fill();
     } else {
-        addScreen(ingredients.screen.changed, now.cropPx);
+        addScreen(ingredients.screen.changed, drawnCrop(now.cropPx));
         if (!hasSameDiscs(*last_, now)) {
             addDiscs(*last_);
             addDiscs(now);
@@ -64,10 +64,9 @@ void FrameChanges::addScreen(const BlockSet& changed, const Rect& cropPx) {
 }
 
 void FrameChanges::addDiscs(const RenderSnapshot& snapshot) {
-    for (const RippleDisc& disc : snapshot.ripples)
-        addCaptured(discBounds(disc.center, disc.radius), snapshot.cropPx);
-    if (const auto& disc = snapshot.heldDisc)
-        addCaptured(discBounds(disc->center, disc->radius), snapshot.cropPx);
+    const Rect crop = drawnCrop(snapshot.cropPx);
+    for (const RippleDisc& disc : snapshot.ripples) addCaptured(discBounds(disc.center, disc.radius), crop);
+    if (const auto& disc = snapshot.heldDisc) addCaptured(discBounds(disc->center, disc->radius), crop);
 }
 
 void FrameChanges::addTile(const RenderSnapshot& snapshot) {

@@ -22,7 +22,7 @@ namespace kasto {
 //   screen     the stream reports the rectangles that changed, and LatestPicture collects them as blocks of
 //              the capture area. They are mapped through the crop to blocks of the frame. Resampling reads
 //              the neighbouring pixel too, so each rectangle is first grown by one pixel.
-//   crop       any move or zoom of the view changes every block.
+//   crop       any move or zoom of the view that is drawn differently (drawnCrop) changes every block.
 //   discs      pulses and the held disc, each with its bounding square.
 //   tile       its rectangle with border and soft edge.
 //

@@ -78,7 +78,7 @@ Image FrameCompositor::frame(const FrameIngredients& ingredients) const {
         image =
             disc(snapshot.heldDisc->center, snapshot.heldDisc->radius, snapshot.heldDisc->alpha).over(image);
 
-    const Rect crop = flipped(snapshot.cropPx);
+    const Rect crop = flipped(drawnCrop(snapshot.cropPx));
     image = image.cropped(crop).translated(-crop.x, -crop.y).scaled(outW_ / crop.width, outH_ / crop.height);
 
     return snapshot.camRect ? withTile(image, ingredients) : image;

@@ -73,6 +73,11 @@ TEST(FrameCompositorTest, ZoomEnlargesPictureAndPulses) {
     stage.expect(
         {{480, 280, half}, {500, 280, half}, {510, 280, faded}, {480, 238, kWhite}, {480, 322, kWhite}});
     stage.expect({{480, 80, kPulse}, {480, 99, kPulse}, {480, 122, kWhite}});
+    const auto frame = stage.draw();
+    stage.scene.snapshot.cropPx.x += 5e-4;
+    EXPECT_EQ(stage.draw(), frame) << "no colour differs";
+    stage.scene.snapshot.cropPx.x += 5e-3;
+    EXPECT_FALSE(stage.draw() == frame);
 }
 
 TEST(FrameCompositorTest, TilesHaveABorderThatGrowsWithTheMovie) {
