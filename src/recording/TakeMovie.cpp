@@ -11,6 +11,7 @@
 #include <ctime>
 #include <string>
 #include <system_error>
+#include <utility>
 
 namespace kasto {
 
@@ -22,26 +23,33 @@ constexpr MediaTime kFragmentInterval{4 * kMovieTimescale, kMovieTimescale};
 std::string nameOfNow() {
     const std::time_t now = std::time(nullptr);
     std::tm local{};
+    tzset();  // localtime_r does not look for a change of the time zone
     localtime_r(&now, &local);
     std::array<char, 64> name{};
     return {name.data(), std::strftime(name.data(), name.size(), "kasto-%Y%m%d-%H%M%S", &local)};
 }
 
-// True if something has that name, or if the file system does not answer: the name is not used then.
-bool mayExist(const std::filesystem::path& file) {
+// Whether something has that name. Fails if the file system does not answer.
+Result<bool> isInUse(const std::filesystem::path& file) {
     std::error_code error;
-    return std::filesystem::symlink_status(file, error).type() != std::filesystem::file_type::not_found;
+    const auto status = std::filesystem::symlink_status(file, error);
+    if (status.type() == std::filesystem::file_type::not_found) return false;
+    if (error) return std::unexpected(systemError("look for " + file.string(), error.value()));
+    return true;
 }
 
 // A name that is not in use. A second take within one second gets "-2", as does one in the hour that is
 // repeated when summer time ends. A file of that name that ends in .mp4 counts too: finished movies may be
 // converted to it.
-std::filesystem::path newMovieFile(const std::filesystem::path& folder) {
+Result<std::filesystem::path> newMovieFile(const std::filesystem::path& folder) {
     const std::string name = nameOfNow();
     for (int take = 1;; ++take) {
         const std::string stem = take == 1 ? name : name + "-" + std::to_string(take);
-        if (!mayExist(folder / (stem + ".mov")) && !mayExist(folder / (stem + ".mp4")))
-            return folder / (stem + ".mov");
+        const auto movie = isInUse(folder / (stem + ".mov"));
+        if (!movie) return std::unexpected(movie.error());
+        const auto converted = isInUse(folder / (stem + ".mp4"));
+        if (!converted) return std::unexpected(converted.error());
+        if (!*movie && !*converted) return folder / (stem + ".mov");
     }
 }
 
@@ -57,8 +65,10 @@ Result<void> checkWritable(const std::filesystem::path& folder) {
 Result<TakeMovie> TakeMovie::open(MovieWriters& writers, const std::filesystem::path& folder,
                                   const VideoInputSettings& video, bool systemSound, bool microphone) {
     if (auto writable = checkWritable(folder); !writable) return std::unexpected(writable.error());
+    auto file = newMovieFile(folder);
+    if (!file) return std::unexpected(file.error());
     TakeMovie movie;
-    movie.file_ = newMovieFile(folder);
+    movie.file_ = std::move(*file);
     auto writer = writers.makeWriter(movie.file_, kFragmentInterval);
     if (!writer) return std::unexpected(writer.error());
     movie.writer_ = std::move(*writer);
@@ -79,7 +89,9 @@ std::optional<std::filesystem::path> TakeMovie::finish() {
     audio_.markAsFinished();
     writer_->finishWriting();
     if (writer_->status() != WriterStatus::completed) return std::nullopt;
-    return file_;
+    if (isInUse(file_).value_or(true)) return file_;
+    DebugLog::log("the movie's file was removed while it was written: " + file_.string());
+    return std::nullopt;
 }
 
 void TakeMovie::discard() {

@@ -34,8 +34,8 @@ public:
     }
     AudioTracks& audio() { return audio_; }
 
-    // Ends the tracks and waits until the file is complete. Returns the file, or none if the writer failed;
-    // the file then keeps what was written.
+    // Ends the tracks and waits until the file is complete. Returns the file. Returns none if the writer
+    // failed, and keeps what was written; or if the file has been removed meanwhile.
     std::optional<std::filesystem::path> finish();
 
     // Stops writing and deletes the file.
