@@ -6,27 +6,27 @@
 
 namespace kasto {
 
-// An action offered to people under the phrases they would ask for it with.
+// An action of the program, with the phrases under which the user may ask for it.
 struct Shortcut {
     std::string actionId;
     std::string shortTitle;
     std::string symbol;                // "record.circle" or "stop.fill"
-    std::vector<std::string> phrases;  // the program's name in them
+    std::vector<std::string> phrases;  // they contain the program's name
 };
 
-// The desktop's automation: it runs actions of the program by their identifiers, and finds shortcuts by what
-// people type or say. Main thread.
+// The desktop's automation service: it runs actions of the program by their identifiers, and finds shortcuts
+// by what the user types or says. Main thread.
 class Automation {
 public:
     virtual ~Automation() = default;
 
-    // Offers the shortcuts from now on. `perform` runs an action on the main thread, also one without a
-    // shortcut; unknown identifiers are to be ignored. Where the desktop has no such service, that is logged
-    // and nothing else happens.
+    // Offers the shortcuts from now on. `perform` is called on the main thread with the identifier of an
+    // action, which may be one without a shortcut; it ignores unknown identifiers. If the desktop has no such
+    // service, this is logged.
     virtual void offer(std::vector<Shortcut> shortcuts,
                        std::function<void(const std::string& actionId)> perform) = 0;
 
-    // Offers nothing any more and runs no action.
+    // Stops offering shortcuts and running actions.
     virtual void withdraw() = 0;
 };
 

@@ -8,22 +8,22 @@
 
 namespace kasto {
 
-// The one running kasto of a session, and the way for a second start to reach it. Main thread.
+// Makes sure that only one kasto runs in a session, and lets a second start reach the first one. Main thread.
 class RunningInstance {
 public:
     virtual ~RunningInstance() = default;
 
-    // Becomes the running one: true. False if another is running already. An error if the session has no way
-    // to tell; the program then runs on its own.
+    // Claims to be the running instance. True on success, false if another instance runs already. Fails if
+    // the session has no service for this; the program then runs without it.
     virtual Result<bool> claim() = 0;
 
-    // Hands URLs to the instance that is running, and waits until it has them.
+    // Sends URLs to the running instance, and waits until it has received them.
     virtual Result<void> forward(const std::vector<std::string>& urls) = 0;
 
-    // Has the running instance perform an action of its automations, and waits until it knows of it.
+    // Asks the running instance to perform an action, and waits until it has received the request.
     virtual Result<void> forwardAction(const std::string& actionId) = 0;
 
-    // Called with URLs that another start, or the desktop, hands to this instance.
+    // Sets the function that is called with URLs sent to this instance by another start or by the desktop.
     virtual void setOnOpenUrls(std::function<void(const std::vector<std::string>&)> onOpenUrls) = 0;
 };
 

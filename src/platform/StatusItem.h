@@ -20,24 +20,24 @@ struct StatusClick {
     bool isControlHeld = false;
 };
 
-// An image, and a short text with it, where the desktop keeps such items: visible for as long as the object
-// lives, and whenever something shows items. Main thread.
+// An image with a short text in the desktop's status area. It is visible as long as the object exists and the
+// desktop has a status area. Main thread.
 class StatusItem {
 public:
     virtual ~StatusItem() = default;
 
-    // `description` names the image to those who do not see it.
+    // `description` is read out by screen readers.
     virtual void setImage(StatusImage image, const std::string& description) = 0;
 
-    // Shown next to the image or, where there is no room for it, in it.
+    // Shown next to the image, or inside the image if the desktop has no room for text.
     virtual void setTitle(const std::string& title) = 0;
 };
 
 struct StatusItemActions {
-    // A click, or the item activated from the keyboard. The item may be destroyed in it.
+    // Called for a click, or when the item is activated from the keyboard. The call may destroy the item.
     std::function<void(const StatusClick&)> onClick = {};
-    // The item's menu at this moment, for desktops that open menus themselves on a right click; without it
-    // they open none.
+    // Returns the item's present menu. Desktops that open menus themselves on a right click ask for it.
+    // Without this function they open none.
     std::function<std::vector<MenuEntry>()> menu = {};
 };
 
@@ -45,8 +45,8 @@ class StatusItems {
 public:
     virtual ~StatusItems() = default;
 
-    // `id` stays the same from run to run: people sort and hide items by it. Where nothing shows items the
-    // result waits for something that does. Gone before this.
+    // Makes an item. `id` must be the same in every run, because users sort and hide items by it. Without a
+    // status area the item appears as soon as there is one. The item must be destroyed before this object.
     virtual std::unique_ptr<StatusItem> make(const std::string& id, StatusItemActions actions) = 0;
 };
 

@@ -9,12 +9,12 @@ namespace kasto {
 
 struct FolderQuestion {
     std::filesystem::path startFolder;
-    std::string prompt;   // on the button that confirms
+    std::string prompt;   // the text of the button that confirms
     std::string message;  // what the folder is for
 };
 
-// The desktop around the program: its file browser and its folder chooser. Main thread. What cannot be shown
-// is logged; nothing here fails towards the caller.
+// The desktop's file browser and folder chooser. Main thread. If something cannot be shown, that is logged
+// and the caller is not told.
 class Workspace {
 public:
     virtual ~Workspace() = default;
@@ -22,19 +22,18 @@ public:
     // Shows a folder in the file browser.
     virtual void openFolder(const std::filesystem::path& folder) = 0;
 
-    // Opens a link with whatever the desktop opens it with.
+    // Opens a link with the desktop's default program.
     virtual void openLink(const std::string& link) = 0;
 
-    // Shows a file, selected, in the file browser; where none can select it, its folder.
+    // Shows a file, selected, in the file browser, or only its folder if the file browser cannot select.
     virtual void reveal(const std::filesystem::path& file) = 0;
 
-    // Starts the program's executable again, without arguments, shortly after: this process is to end
-    // meanwhile.
+    // Starts the program again, without arguments, after a short time in which this process must end.
     virtual void relaunch() = 0;
 
-    // Lets the user choose or make a folder, in front of all other windows, and calls `done` on the main
-    // thread with the answer, none if it was cancelled. A question asked while one is open brings that to the
-    // front and is dropped.
+    // Lets the user choose or make a folder, in a window in front of all others, and calls `done` on the main
+    // thread with the folder, or with none if the user cancelled. If a chooser is open already, it is raised
+    // and this question is dropped.
     virtual void chooseFolder(const FolderQuestion& question,
                               std::function<void(std::optional<std::filesystem::path>)> done) = 0;
 };
