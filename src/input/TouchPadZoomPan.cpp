@@ -106,7 +106,7 @@ void TouchPadZoomPan::applyThreeFingers(const ThreeFingerInterpreter::Output& ou
     if (panDelta == Vector{}) return;
     logOnce(loggedPan_, "3f pan flowing");
     const double damping = std::abs(zoomDelta) > kDampingZoomStep ? kPanDamping : 1;
-    const double gain = kPanGain * model_.area().boundsPts().width * (Prefs::invertPan() ? -1 : 1);
+    const double gain = kPanGain * model_.area().shownPts().width * (Prefs::invertPan() ? -1 : 1);
     model_.pan({-panDelta.dx * damping * gain, panDelta.dy * damping * gain});
 }
 

@@ -69,6 +69,11 @@ void CaptureModel::configure(const Rect& displayBoundsPts, double pixW, double p
     lastSnapshot_.cropPx = {0, 0, pixW, pixH};
 }
 
+void CaptureModel::moveTo(const CaptureArea& area) {
+    const std::scoped_lock held(lock_);
+    area_ = area;
+}
+
 void CaptureModel::setMouse(Point globalPts, bool held) {
     const std::scoped_lock locked(lock_);
     mousePx_ = area_.toPx(globalPts);

@@ -30,6 +30,10 @@ public:
     // frame is given in pixels.
     void configure(const Rect& displayBoundsPts, double pixW, double pixH);
 
+    // Goes on with another area of the same frame size, because the recorded display has changed in mid-take.
+    // Zoom, pan and pulses stay as they are.
+    void moveTo(const CaptureArea& area);
+
     // The pointer, in global points, and whether a held button is to be shown as a disc there.
     void setMouse(Point globalPts, bool held);
 

@@ -49,7 +49,7 @@ void OverlayController::start(DisplayId displayID, std::chrono::system_clock::ti
     auto* screen = display ? screenOf(*display) : nullptr;
     if (!screen) screen = QGuiApplication::primaryScreen();
     if (!display || !screen) return;
-    displayOriginPts_ = {display->boundsPts.x, display->boundsPts.y};
+    displayId_ = displayID;
     panel_ = std::make_unique<OverlayPanel>(view_, *screen, ownWindows_, support_);
     followScreens(*screen);
     ticks_ = 0;
@@ -82,9 +82,12 @@ void OverlayController::tick() {
     if (!panel_) return;
     const auto elapsed = std::chrono::system_clock::now() - startDate_;
     const auto elapsedS = std::chrono::duration_cast<std::chrono::seconds>(elapsed).count();
+    // Asked each time: the display may move in mid-take.
+    const auto display = displayOrMain(displays_, displayId_);
+    if (!display) return;
     view_.setCanvas(panel_->canvas());
-    view_.render(model_.snapshot(), static_cast<int>(elapsedS), audioSuffix, displayOriginPts_,
-                 mediaClockNow());
+    view_.render(model_.snapshot(), static_cast<int>(elapsedS), audioSuffix,
+                 {display->boundsPts.x, display->boundsPts.y}, mediaClockNow());
     panel_->present();
     if (ticks_++ == kTicksBeforeShown) panel_->appear();
 }

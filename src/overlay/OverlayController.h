@@ -60,7 +60,7 @@ private:
     double nextTickS_ = 0;  // when the next tick is due, on the media clock
     int ticks_ = 0;
     std::chrono::system_clock::time_point startDate_ = std::chrono::system_clock::now();
-    Point displayOriginPts_;  // of the display under the overlay, in global points
+    DisplayId displayId_ = 0;
 };
 
 }  // namespace kasto

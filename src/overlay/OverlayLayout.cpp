@@ -45,7 +45,10 @@ std::optional<OverlayLayout> layOut(const RenderSnapshot& snapshot, int elapsedS
     };
 
     OverlayLayout layout;
-    layout.outline = toPoints(snapshot.cropPx).grown(snapshot.zoom > kZoomShown ? -kInsetZoomed : -kInset);
+    const Rect shown = area.shownPts().translated(-originPts.x, -originPts.y);
+    layout.outline = toPoints(snapshot.cropPx)
+                         .intersection(shown)
+                         .grown(snapshot.zoom > kZoomShown ? -kInsetZoomed : -kInset);
     for (const auto& ripple : snapshot.ripples) layout.pulses.push_back(toCircle(ripple));
     if (snapshot.heldDisc) layout.pulses.push_back(toCircle(*snapshot.heldDisc));
     if (snapshot.camRect) {

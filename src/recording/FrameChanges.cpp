@@ -34,10 +34,12 @@ void FrameChanges::end() {
 const BlockSet& FrameChanges::update(const FrameIngredients& ingredients) {
     const RenderSnapshot& now = ingredients.snapshot;
     changed_.clear();
-    if (!last_ || drawnCrop(last_->cropPx) != drawnCrop(now.cropPx)) {
+    const Size pictureSize = sizeOf(*ingredients.screen.pixels);
+    const bool isMoved = !last_ || drawnCrop(last_->cropPx) != drawnCrop(now.cropPx);
+    if (isMoved || lastPictureSize_ != pictureSize) {
         changed_.fill();
     } else {
-        addScreen(ingredients.screen.changed, drawnCrop(now.cropPx));
+        addScreen(ingredients.screen, drawnCrop(now.cropPx));
         if (!hasSameDiscs(*last_, now)) {
             addDiscs(*last_);
             addDiscs(now);
@@ -49,17 +51,26 @@ const BlockSet& FrameChanges::update(const FrameIngredients& ingredients) {
         }
     }
     last_ = now;
+    lastPictureSize_ = pictureSize;
     lastCamera_ = ingredients.tile.camera;
     return changed_;
 }
 
-void FrameChanges::addScreen(const BlockSet& changed, const Rect& cropPx) {
-    if (cropPx == Rect{0, 0, outW_, outH_}) return changed_.add(changed);
+void FrameChanges::addScreen(const ScreenPicture& screen, const Rect& cropPx) {
+    const Size frame{outW_, outH_};
+    const Size picture = sizeOf(*screen.pixels);
+    if (picture == frame && cropPx == Rect{0, 0, outW_, outH_}) return changed_.add(screen.changed);
+    const Rect fitted = fittedPx(picture, frame);
+    const double scaleX = fitted.width / picture.width;
+    const double scaleY = fitted.height / picture.height;
     constexpr double kSide = BlockSet::kSidePx;
-    for (int row = 0; row < changed.rows(); ++row)
-        changed.forEachRun(row, [&](int begin, int end) {
-            addCaptured(Rect{begin * kSide, row * kSide, (end - begin) * kSide, kSide}.grown(kFilterReachPx),
-                        cropPx);
+    for (int row = 0; row < screen.changed.rows(); ++row)
+        screen.changed.forEachRun(row, [&](int begin, int end) {
+            const Rect px =
+                Rect{begin * kSide, row * kSide, (end - begin) * kSide, kSide}.grown(kFilterReachPx);
+            addCaptured(
+                {fitted.x + px.x * scaleX, fitted.y + px.y * scaleY, px.width * scaleX, px.height * scaleY},
+                cropPx);
         });
 }
 

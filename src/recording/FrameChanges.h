@@ -20,8 +20,9 @@ namespace kasto {
 // it was and where it is now:
 //
 //   screen     the stream reports the rectangles that changed, and LatestPicture collects them as blocks of
-//              the capture area. They are mapped through the crop to blocks of the frame. Resampling reads
-//              the neighbouring pixel too, so each rectangle is first grown by one pixel.
+//              the picture. They are mapped through the crop to blocks of the frame. Resampling reads the
+//              neighbouring pixel too, so each rectangle is first grown by one pixel. A picture of another
+//              size than the one before changes every block.
 //   crop       any move or zoom of the view that is drawn differently (drawnCrop) changes every block.
 //   discs      pulses and the held disc, each with its bounding square.
 //   tile       its rectangle with border and soft edge.
@@ -47,7 +48,7 @@ public:
     const BlockSet& update(const FrameIngredients& ingredients);
 
 private:
-    void addScreen(const BlockSet& changed, const Rect& cropPx);
+    void addScreen(const ScreenPicture& screen, const Rect& cropPx);
     void addDiscs(const RenderSnapshot& snapshot);
     void addTile(const RenderSnapshot& snapshot);
     void addCaptured(const Rect& capturePx, const Rect& cropPx);
@@ -59,6 +60,7 @@ private:
 
     // The ingredients of the frame before.
     std::optional<RenderSnapshot> last_;
+    Size lastPictureSize_;
     PixelBufferRef
         lastCamera_;  // held so that its buffer is not reused: an equal address means the same picture
 };

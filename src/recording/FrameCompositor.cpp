@@ -11,6 +11,7 @@ namespace kasto {
 namespace {
 
 constexpr Color kPulse{AccentColour::kRed, AccentColour::kGreen, AccentColour::kBlue, 1};
+constexpr Color kBlack{0, 0, 0, 1};
 constexpr double kPulseInnerRadius = 0.55;  // of the radius
 
 // The encoder needs the cores more than the compositor does: beyond three threads a frame gains little, and
@@ -71,7 +72,7 @@ BlockSet& FrameCompositor::staleOf(const PixelBuffer& buffer) {
 
 Image FrameCompositor::frame(const FrameIngredients& ingredients) const {
     const RenderSnapshot& snapshot = ingredients.snapshot;
-    Image image = Image::pixels(ingredients.screen.pixels);
+    Image image = fitted(ingredients.screen.pixels);
     for (const RippleDisc& pulse : snapshot.ripples)
         image = disc(pulse.center, pulse.radius, pulse.alpha).over(image);
     if (snapshot.heldDisc)
@@ -82,6 +83,15 @@ Image FrameCompositor::frame(const FrameIngredients& ingredients) const {
     image = image.cropped(crop).translated(-crop.x, -crop.y).scaled(outW_ / crop.width, outH_ / crop.height);
 
     return snapshot.camRect ? withTile(image, ingredients) : image;
+}
+
+Image FrameCompositor::fitted(const PixelBufferRef& picture) const {
+    const Image image = Image::pixels(picture);
+    const Size size = sizeOf(*picture);
+    if (size == Size{outW_, outH_}) return image;
+    const Rect px = flipped(fittedPx(size, {outW_, outH_}));
+    const Image black = Image::color(kBlack).cropped({0, 0, outW_, outH_});
+    return image.scaled(px.width / size.width, px.height / size.height).translated(px.x, px.y).over(black);
 }
 
 Image FrameCompositor::disc(Point at, double radius, double alpha) const {

@@ -13,8 +13,9 @@
 namespace kasto {
 
 // Composes the frames of the movie: draws the pulses on the screen's picture, crops and scales it to the
-// view, and lays the webcam tile over it. A buffer that held an earlier frame is redrawn only where that
-// frame differs from the new one. One thread at a time.
+// view, and lays the webcam tile over it. A picture that has not the movie's size is first fitted into the
+// frame, on black. A buffer that held an earlier frame is redrawn only where that frame differs from the new
+// one. One thread at a time.
 class FrameCompositor {
 public:
     FrameCompositor();
@@ -43,6 +44,7 @@ public:
 
 private:
     Rect flipped(const Rect& px) const;
+    Image fitted(const PixelBufferRef& picture) const;
     Image withTile(const Image& image, const FrameIngredients& ingredients) const;
     BlockSet& staleOf(const PixelBuffer& buffer);
 

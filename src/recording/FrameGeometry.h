@@ -1,6 +1,7 @@
 #pragma once
 
 #include "base/Geometry.h"
+#include "imaging/PixelBuffer.h"
 
 #include <cmath>
 
@@ -15,6 +16,10 @@ inline Rect drawnCrop(const Rect& cropPx) {
     const double left = rounded(cropPx.minX());
     const double top = rounded(cropPx.minY());
     return {left, top, rounded(cropPx.maxX()) - left, rounded(cropPx.maxY()) - top};
+}
+
+inline Size sizeOf(const PixelBuffer& picture) {
+    return {static_cast<double>(picture.width()), static_cast<double>(picture.height())};
 }
 
 // The square that a pulse or held disc is cut to. Outside of it the disc has no effect on the frame.

@@ -9,7 +9,7 @@ namespace kasto {
 
 // The newest picture of the screen.
 struct ScreenPicture {
-    PixelBufferRef pixels;  // bgrx or bgra, of the movie's size
+    PixelBufferRef pixels;  // bgrx or bgra; fitted into the frame if it has another size
     BlockSet changed;       // the blocks in which it may differ from the picture used for the frame before
 };
 

@@ -5,7 +5,9 @@
 namespace kasto {
 
 void LatestPicture::begin(int width, int height) {
-    newest_.set({.picture = {.pixels = {}, .changed = BlockSet::all(width, height)}});
+    newest_.set({.picture = {.pixels = {}, .changed = BlockSet::all(width, height)},
+                 .width = width,
+                 .height = height});
 }
 
 void LatestPicture::end() { newest_.set({}); }
@@ -13,10 +15,17 @@ void LatestPicture::end() { newest_.set({}); }
 void LatestPicture::put(const ScreenFrame& frame) {
     PixelBufferRef pixels = frame.pixels;  // holds the former picture in the end: freed without the lock
     newest_.with([&](Newest& newest) {
-        const bool follows = frame.generation == newest.generation + 1 && !frame.changedPx.empty();
+        const bool isResized = pixels->width() != newest.width || pixels->height() != newest.height;
+        if (isResized) {
+            newest.width = pixels->width();
+            newest.height = pixels->height();
+            newest.picture.changed = BlockSet(newest.width, newest.height);
+        }
+        const bool follows =
+            !isResized && frame.generation == newest.generation + 1 && !frame.changedPx.empty();
         if (follows) {
             for (const PixelRect& rect : frame.changedPx) newest.picture.changed.add(rect);
-        } else if (frame.generation != newest.generation) {
+        } else if (isResized || frame.generation != newest.generation) {
             newest.picture.changed.fill();
         }
         newest.generation = frame.generation;
@@ -29,7 +38,9 @@ bool LatestPicture::take(ScreenPicture& picture) {
         if (!newest.picture.pixels) return false;
         picture.pixels = newest.picture.pixels;
         std::swap(picture.changed, newest.picture.changed);
-        if (newest.picture.changed.columns() == 0) newest.picture.changed = picture.changed;
+        const bool fits = newest.picture.changed.columns() == picture.changed.columns() &&
+                          newest.picture.changed.rows() == picture.changed.rows();
+        if (!fits) newest.picture.changed = picture.changed;
         newest.picture.changed.clear();
         return true;
     });

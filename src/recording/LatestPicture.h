@@ -30,6 +30,8 @@ public:
 private:
     struct Newest {
         ScreenPicture picture;
+        int width = 0;  // of the picture, or of the movie before there is one
+        int height = 0;
         std::uint64_t generation = 0;
     };
 

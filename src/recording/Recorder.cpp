@@ -3,10 +3,14 @@
 #include "base/DebugLog.h"
 #include "base/MediaClock.h"
 #include "base/MediaRates.h"
+#include "base/NumberText.h"
 #include "camera/WebcamTile.h"
 #include "model/CaptureModel.h"
 #include "options/Prefs.h"
+#include "recording/FrameGeometry.h"
 
+#include <algorithm>
+#include <cmath>
 #include <string>
 #include <utility>
 #include <variant>
@@ -20,6 +24,17 @@ namespace {
 constexpr double kTickLeewayS = 0.002;
 
 const char* trueOrFalse(bool value) { return value ? "true" : "false"; }
+
+bool isWithinAPoint(const Rect& a, const Rect& b) {
+    return std::max({std::abs(a.minX() - b.minX()), std::abs(a.minY() - b.minY()),
+                     std::abs(a.maxX() - b.maxX()), std::abs(a.maxY() - b.maxY())}) < 1;
+}
+
+// "1280x720 @ (0,0)", in pixels and global points.
+std::string areaText(const ScreenFrame& picture) {
+    return std::to_string(picture.pixels->width()) + "x" + std::to_string(picture.pixels->height()) + " @ (" +
+           fixedText(picture.areaPts.x, 0) + "," + fixedText(picture.areaPts.y, 0) + ")";
+}
 
 }  // namespace
 
@@ -35,7 +50,9 @@ Result<void> Recorder::start() {
     const auto plan = planTake(desktop_);
     if (!plan) return std::unexpected(plan.error());
     captureDisplayID_ = plan->filter.display;
-    model_.configure(plan->areaGlobalPts, plan->stream.width, plan->stream.height);
+    recordedPts_ = plan->areaGlobalPts;
+    recordedPx_ = {static_cast<double>(plan->stream.width), static_cast<double>(plan->stream.height)};
+    model_.configure(recordedPts_, recordedPx_.width, recordedPx_.height);
 
     auto stream = openStream(*plan);
     if (!stream) return std::unexpected(stream.error());
@@ -138,11 +155,26 @@ std::optional<std::filesystem::path> Recorder::closeMovie() {
 
 void Recorder::streamDidOutputSampleBuffer(const SampleBuffer& buffer, StreamOutputType type) {
     if (const auto* picture = std::get_if<ScreenFrame>(&buffer)) {
-        if (type == StreamOutputType::screen && picture->pixels) latest_.put(*picture);
+        if (type == StreamOutputType::screen && picture->pixels) {
+            followArea(*picture);
+            latest_.put(*picture);
+        }
     } else if (const auto* samples = std::get_if<AudioSamples>(&buffer)) {
         // Sound that comes before the first frame is dropped.
         if (sessionStarted_) movie_->audio().append(*samples, type, startT_);
     }
+}
+
+// The recorded display may have moved, or changed its resolution. Less than a point is rounding: what a
+// stream records of a display that ends within a point, or has an odd number of pixels.
+void Recorder::followArea(const ScreenFrame& picture) {
+    if (picture.areaPts.isEmpty()) return;
+    const Size size = sizeOf(*picture.pixels);
+    if (size == recordedPx_ && isWithinAPoint(picture.areaPts, recordedPts_)) return;
+    recordedPts_ = picture.areaPts;
+    recordedPx_ = size;
+    model_.moveTo(CaptureArea::fitting(picture.areaPts, size, model_.area().sizePx()));
+    DebugLog::log("display changed — recording " + areaText(picture));
 }
 
 void Recorder::streamDidStopWithError(const Error& error) {

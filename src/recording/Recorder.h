@@ -33,7 +33,8 @@ class WebcamTile;
 //   caller    start(): plan the take, configure the model, make the stream, open the movie's file,
 //             start the capture (this moment is startT_, the movie's zero on the media clock),
 //             start the frame timer
-//   capture   every picture of the stream ─▶ latest_ (replaces the one before, changes add up)
+//   capture   every picture of the stream ─▶ latest_ (replaces the one before, changes add up);
+//             if it shows another area than the one before, the model goes on with that area
 //   encode    every tick, the first one kFirstFrameS after the capture:
 //               step the model ─▶ snapshot
 //               take the newest picture, and the webcam's tile for the snapshot
@@ -99,6 +100,7 @@ private:
     Result<std::unique_ptr<ScreenStream>> openStream(const TakePlan& plan);
     Result<void> startCapture(std::unique_ptr<ScreenStream> stream);
     void replaceMovie(TakeMovie movie);
+    void followArea(const ScreenFrame& picture);
     void encodeTick();
     void drainQueues();
     std::optional<std::filesystem::path> closeMovie();
@@ -119,6 +121,11 @@ private:
     // Changed only by start() and stop(), while no job that reads them is on a queue.
     std::optional<TakeMovie> movie_;
     double startT_ = 0;  // media clock, when the capture started
+
+    // What the newest picture shows: its part of the desktop, in global points, and its size in pixels. Set
+    // by start(), then used by the capture queue only.
+    Rect recordedPts_;
+    Size recordedPx_;
 
     // Set by the encode queue when the movie has begun, read by the audio queue.
     std::atomic<bool> sessionStarted_ = false;

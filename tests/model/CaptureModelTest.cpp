@@ -114,6 +114,20 @@ TEST_F(CaptureModelTest, TheViewFollowsThePointerAndPansThatFadeWithTheZoom) {
     expectNear(settle().cropPx, {3840 / 18.0, 2160 / 18.0, 3840 / 1.125, 2160 / 1.125});
 }
 
+TEST_F(CaptureModelTest, GoesOnWithTheAreaOfADisplayThatChanged) {
+    model.zoom(ln2);
+    settle();
+    // 750 x 540 pixels at another place of the desktop: enlarged four times in the middle of the frame.
+    model.moveTo(CaptureArea::fitting({2000, 10, 750, 540}, {750, 540}, {3840, 2160}));
+    model.setMouse({2000, 10}, true);
+    const auto shown = settle();
+    EXPECT_EQ(shown.heldDisc->center, (Point{420, 0}));
+    expectNear(shown.cropPx, {0, 0, 1920, 1080});
+    expectNear(shown.area.boundsPts(), {1895, 10, 960, 540});
+    model.setMouse({1999, 10}, true);
+    EXPECT_EQ(settle().heldDisc, std::nullopt) << "beside the display, though inside the frame";
+}
+
 TEST_F(CaptureModelTest, ClicksInsideTheAreaGrowAndFade) {
     const double rows[][3] = {{-1, 28, 0.5}, {0.225, 94, 0.25}, {0.5, 116, 0}};
     model.spawnRipple({200, 150}, now);

@@ -80,6 +80,17 @@ TEST(FrameCompositorTest, ZoomEnlargesPictureAndPulses) {
     EXPECT_FALSE(stage.draw() == frame);
 }
 
+// As after a change of the display's resolution.
+TEST(FrameCompositorTest, APictureOfAnotherSizeIsFittedInOnBlack) {
+    constexpr Rgb kBlack{};
+    Stage stage(640, 360);
+    stage.scene.screen.pixels = painted(150, 100, [](int x, int) { return x < 75 ? kRed : kBlue; });
+    stage.expect({{48, 180, kBlack}, {52, 2, kRed}, {317, 357, kRed}, {322, 180, kBlue}, {587, 180, kBlue}});
+    stage.expect({{592, 180, kBlack}});
+    stage.scene.snapshot.cropPx = {0, 90, 320, 180};  // the upper left part, twice as large
+    stage.expect({{97, 180, kBlack}, {103, 180, kRed}, {634, 180, kRed}});
+}
+
 TEST(FrameCompositorTest, TilesHaveABorderThatGrowsWithTheMovie) {
     for (const int border : {3, 4}) {  // 4.8 px: the fifth is cut
         Stage stage(border == 3 ? 1280 : 3840, 2160);
@@ -134,13 +145,23 @@ TEST(FrameCompositorTest, FramesComposedInPartsLookAsComposedWhole) {
         SCOPED_TRACE(frame);
         scene.screen.changed.clear();
         if (upTo(2) == 0) {
-            const PixelRect box{upTo(kWidth), upTo(kHeight), 1 + upTo(60), 1 + upTo(30)};
+            const auto old = scene.screen.pixels;
+            const PixelRect box{upTo(old->width()), upTo(old->height()), 1 + upTo(60), 1 + upTo(30)};
             const Rgb color{upTo(256), upTo(256), upTo(256)};
-            scene.screen.pixels = painted(kWidth, kHeight, [&, old = scene.screen.pixels](int x, int y) {
+            scene.screen.pixels = painted(old->width(), old->height(), [&](int x, int y) {
                 const auto* pixel = at(*old, x, y);
                 return box.intersection({x, y, 1, 1}).isEmpty() ? Rgb{pixel[2], pixel[1], pixel[0]} : color;
             });
             scene.screen.changed.add(box);
+        }
+        if (upTo(30) == 0) {
+            const int width = upTo(2) ? kWidth : 40 + upTo(500);
+            const int height = upTo(2) ? kHeight : 40 + upTo(300);
+            scene.screen = {painted(width, height,
+                                    [](int x, int y) {
+                                        return Rgb{x % 256, y % 256, 99};
+                                    }),
+                            BlockSet::all(width, height)};
         }
         auto& snapshot = scene.snapshot;
         if (upTo(20) == 0) {
