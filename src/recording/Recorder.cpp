@@ -59,7 +59,8 @@ Result<void> Recorder::start() {
     const bool systemSound = plan->stream.capturesAudio;
     const bool microphone = plan->stream.capturesMicrophone;
     auto movie =
-        TakeMovie::open(desktop_.movieWriters, Prefs::saveDir(), plan->video, systemSound, microphone);
+        TakeMovie::open(desktop_.movieWriters, Prefs::saveDir(), plan->video, systemSound, microphone,
+                        [this](const Error& error) { takeEndedByItself("writing stopped", error); });
     if (!movie) return std::unexpected(movie.error());
     replaceMovie(std::move(*movie));
     latest_.begin(plan->video.width, plan->video.height);
@@ -177,8 +178,11 @@ void Recorder::followArea(const ScreenFrame& picture) {
     DebugLog::log("display changed — recording " + areaText(picture));
 }
 
-void Recorder::streamDidStopWithError(const Error& error) {
-    DebugLog::log("stream stopped: " + error.description);
+void Recorder::streamDidStopWithError(const Error& error) { takeEndedByItself("stream stopped", error); }
+
+// On a thread of the stream's or of the movie writer's.
+void Recorder::takeEndedByItself(const std::string& what, const Error& error) {
+    DebugLog::log(what + ": " + error.description);
     const bool wasRunning = life_.with([&](Life& life) {
         life.endedWith = error;
         return std::exchange(life.running, false);

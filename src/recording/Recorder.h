@@ -17,6 +17,7 @@
 #include <memory>
 #include <mutex>
 #include <optional>
+#include <string>
 
 namespace kasto {
 
@@ -42,6 +43,7 @@ class WebcamTile;
 //             The first frame that is composed starts the movie's session.
 //   audio     every block of sound, once the session has started ─▶ its track
 //   stream's  streamDidStopWithError(): the stream ended by itself ─▶ onStreamStopped
+//   writer's  the disk is full, or an encoder failed ─▶ onStreamStopped
 //   caller    stop(): stop the ticks, stop the stream, wait until the three queues are empty,
 //             finish the file, release every picture
 //
@@ -53,7 +55,7 @@ class WebcamTile;
 // - What changed on the screen is taken from latest_ only for a frame that is composed. If the movie then
 //   refuses the frame, the next one is drawn as a whole.
 // - Members used by jobs on the queues change only in start() and stop(), while the queues are empty.
-//   life_ is the exception: the stream's own thread may end the take at any time.
+//   life_ is the exception: the stream's and the writer's own threads may end the take at any time.
 class Recorder final : private StreamOutput, private StreamDelegate {
 public:
     // All three outlive the recorder. Opens nothing yet.
@@ -83,19 +85,23 @@ public:
     // runs.
     DisplayId captureDisplayID() const { return captureDisplayID_; }
 
-    // Called when the stream ends by itself, at most once per take, on a thread of the stream's. The take
-    // must then be finished by stop(), on another thread. Must be set while no take is open.
+    // Called when the take ends by itself, because the stream ended or the movie can no longer be written: at
+    // most once per take, with the reason, on a thread of the stream's or the movie writer's. The take must
+    // then be finished by stop(), on another thread. Must be set while no take is open.
     std::function<void(const std::optional<Error>&)> onStreamStopped;
 
 private:
-    // Whether the take runs, as seen by the stream's own thread, the ticks, start() and stop().
+    // Whether the take runs. The stream's and the writer's own threads end it, start() and stop() change it,
+    // and the ticks read it.
     struct Life {
         bool running = false;
-        std::optional<Error> endedWith;  // how the newest stream ended by itself
+        std::optional<Error> endedWith;  // why the take ended by itself
     };
 
     void streamDidOutputSampleBuffer(const SampleBuffer& buffer, StreamOutputType type) override;
     void streamDidStopWithError(const Error& error) override;
+
+    void takeEndedByItself(const std::string& what, const Error& error);
 
     Result<std::unique_ptr<ScreenStream>> openStream(const TakePlan& plan);
     Result<void> startCapture(std::unique_ptr<ScreenStream> stream);

@@ -63,7 +63,8 @@ Result<void> checkWritable(const std::filesystem::path& folder) {
 }  // namespace
 
 Result<TakeMovie> TakeMovie::open(MovieWriters& writers, const std::filesystem::path& folder,
-                                  const VideoInputSettings& video, bool systemSound, bool microphone) {
+                                  const VideoInputSettings& video, bool systemSound, bool microphone,
+                                  std::function<void(const Error&)> onFailure) {
     if (auto writable = checkWritable(folder); !writable) return std::unexpected(writable.error());
     auto file = newMovieFile(folder);
     if (!file) return std::unexpected(file.error());
@@ -73,6 +74,7 @@ Result<TakeMovie> TakeMovie::open(MovieWriters& writers, const std::filesystem::
     if (!writer) return std::unexpected(writer.error());
     movie.writer_ = std::move(*writer);
 
+    movie.writer_->setOnFailure(std::move(onFailure));
     movie.video_ = movie.writer_->addVideoInput(video);
     if (!movie.video_) return failure(KastoError::writerFailed);
     movie.audio_.open(*movie.writer_, systemSound, microphone);

@@ -8,6 +8,7 @@
 #include "recording/AudioTracks.h"
 
 #include <filesystem>
+#include <functional>
 #include <memory>
 #include <optional>
 
@@ -19,8 +20,11 @@ class TakeMovie {
 public:
     // Opens a new file in the folder, named after the local time, and starts writing. Fails with the reason
     // the folder cannot be written to, with the writer's own error, or with KastoError::writerFailed.
+    // `onFailure` is called once at most, on a thread of the writer's, when writing ends by itself. It must
+    // return at once. finish() then makes a movie of what was written.
     static Result<TakeMovie> open(MovieWriters& writers, const std::filesystem::path& folder,
-                                  const VideoInputSettings& video, bool systemSound, bool microphone);
+                                  const VideoInputSettings& video, bool systemSound, bool microphone,
+                                  std::function<void(const Error&)> onFailure);
 
     bool isWriting() const { return writer_->status() == WriterStatus::writing; }
     bool isReadyForVideo() const { return isWriting() && video_->isReadyForMoreMediaData(); }

@@ -123,10 +123,15 @@ TEST_F(RecorderTest, KeepsTheTakeThroughStreamDeathSecondStartAndDestruction) {
     EXPECT_FALSE(recorder->start()) << "an ended take still has to be finished";
     EXPECT_TRUE(recorder->stop()) << "what was recorded until then is a movie";
     startTake();
+    written().onFailure({"display gone"});
+    EXPECT_EQ(told, 2) << "a movie that cannot be written ends its take too";
+    EXPECT_EQ(log.count("kasto: writing stopped: display gone"), 1);
+    EXPECT_TRUE(recorder->stop());
+    startTake();
     recorder.reset();
     EXPECT_EQ(written().status, WriterStatus::completed);
     EXPECT_FALSE(desktop.screenCapture.isCapturing());
-    EXPECT_EQ(told, 1);
+    EXPECT_EQ(told, 2);
 }
 
 TEST_F(RecorderTest, HoldsNoPictureAfterTheTake) {
