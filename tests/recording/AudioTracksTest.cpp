@@ -44,19 +44,16 @@ TEST_F(AudioTracksTest, EachSoundGoesToItsTrackOnTheMoviesTimeline) {
 
 TEST_F(AudioTracksTest, DropsWhatCannotBeAppended) {
     open(false);
-    tracks.append(sound(1, 10), kMicrophone, 9);    // no such track
-    tracks.append(sound(2, 8.999999), kSystem, 9);  // before the movie's zero
-    tracks.append(sound(2, std::nan("")), kSystem, 9);
-    tracks.append({{}, 2, 10, 0}, kSystem, 9);
-    tracks.append({{1, 2, 3}, 2, 10, 0}, kSystem, 9);  // half a frame
-    tracks.append({{1, 2}, 0, 10, 0}, kSystem, 9);
+    tracks.append(sound(1, 10), kMicrophone, 9);         // no such track
+    const AudioSamples refused[] = {sound(2, 8.999999),  // before the movie's zero
+                                    sound(2, std::nan("")),
+                                    {{}, 2, 10, 0},
+                                    {{1, 2, 3}, 2, 10, 0},
+                                    {{1, 2}, 0, 10, 0}};
+    for (const auto& samples : refused) tracks.append(samples, kSystem, 9);
     desktop.movieWriters.ready = false;
     tracks.append(sound(2, 10), kSystem, 9);
-    desktop.movieWriters.ready = true;
-    written().status = WriterStatus::failed;
-    tracks.append(sound(2, 10), kSystem, 9);
-    EXPECT_TRUE(times(0).empty());
-    EXPECT_TRUE(log.all().empty());
+    EXPECT_TRUE(times(0).empty() && log.all().empty());
     tracks.markAsFinished();
     EXPECT_EQ(written().tracksFinished, 1);
 }
