@@ -61,8 +61,8 @@ private:
     // The ingredients of the frame before.
     std::optional<RenderSnapshot> last_;
     Size lastPictureSize_;
-    PixelBufferRef
-        lastCamera_;  // held so that its buffer is not reused: an equal address means the same picture
+    // Held so that its buffer is not reused: an equal address then means the same picture.
+    PixelBufferRef lastCamera_;
 };
 
 }  // namespace kasto

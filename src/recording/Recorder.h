@@ -48,9 +48,8 @@ class WebcamTile;
 //             finish the file, release every picture
 //
 // Rules that the code relies on:
-// - A tick never waits. If the writer is not ready, the pool has no free buffer or there is no picture yet,
-// the
-//   tick makes no frame. The next frame carries its own time, so the movie keeps time.
+// - A tick never waits. If the writer is not ready, the pool has no free buffer or there is no picture yet, it
+//   makes no frame. The next frame carries its own time, so the movie keeps time.
 // - The model is stepped at every tick, even one without a frame, because its easing follows real time.
 // - What changed on the screen is taken from latest_ only for a frame that is composed. If the movie then
 //   refuses the frame, the next one is drawn as a whole.
