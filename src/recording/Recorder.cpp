@@ -31,9 +31,9 @@ bool isWithinAPoint(const Rect& a, const Rect& b) {
 }
 
 // "1280x720 @ (0,0)", in pixels and global points.
-std::string areaText(const ScreenFrame& picture) {
-    return std::to_string(picture.pixels->width()) + "x" + std::to_string(picture.pixels->height()) + " @ (" +
-           fixedText(picture.areaPts.x, 0) + "," + fixedText(picture.areaPts.y, 0) + ")";
+std::string areaText(const Rect& areaPts, Size sizePx) {
+    return fixedText(sizePx.width, 0) + "x" + fixedText(sizePx.height, 0) + " @ (" + fixedText(areaPts.x, 0) +
+           "," + fixedText(areaPts.y, 0) + ")";
 }
 
 }  // namespace
@@ -50,7 +50,7 @@ Result<void> Recorder::start() {
     const auto plan = planTake(desktop_);
     if (!plan) return std::unexpected(plan.error());
     captureDisplayID_ = plan->filter.display;
-    recordedPts_ = plan->areaGlobalPts;
+    plannedPts_ = recordedPts_ = plan->areaGlobalPts;
     recordedPx_ = {static_cast<double>(plan->stream.width), static_cast<double>(plan->stream.height)};
     model_.configure(recordedPts_, recordedPx_.width, recordedPx_.height);
 
@@ -169,13 +169,13 @@ void Recorder::streamDidOutputSampleBuffer(const SampleBuffer& buffer, StreamOut
 // The recorded display may have moved, or changed its resolution. Less than a point is rounding: what a
 // stream records of a display that ends within a point, or has an odd number of pixels.
 void Recorder::followArea(const ScreenFrame& picture) {
-    if (picture.areaPts.isEmpty()) return;
+    const Rect areaPts = picture.areaPts.isEmpty() ? plannedPts_ : picture.areaPts;
     const Size size = sizeOf(*picture.pixels);
-    if (size == recordedPx_ && isWithinAPoint(picture.areaPts, recordedPts_)) return;
-    recordedPts_ = picture.areaPts;
+    if (size == recordedPx_ && isWithinAPoint(areaPts, recordedPts_)) return;
+    recordedPts_ = areaPts;
     recordedPx_ = size;
-    model_.moveTo(CaptureArea::fitting(picture.areaPts, size, model_.area().sizePx()));
-    DebugLog::log("display changed — recording " + areaText(picture));
+    model_.moveTo(CaptureArea::fitting(areaPts, size, model_.area().sizePx()));
+    DebugLog::log("display changed — recording " + areaText(areaPts, size));
 }
 
 void Recorder::streamDidStopWithError(const Error& error) { takeEndedByItself("stream stopped", error); }

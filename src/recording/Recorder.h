@@ -48,7 +48,8 @@ class WebcamTile;
 //             finish the file, release every picture
 //
 // Rules that the code relies on:
-// - A tick never waits. If the writer is not ready, the pool has no free buffer or there is no picture yet, it
+// - A tick never waits. If the writer is not ready, the pool has no free buffer or there is no picture yet,
+// it
 //   makes no frame. The next frame carries its own time, so the movie keeps time.
 // - The model is stepped at every tick, even one without a frame, because its easing follows real time.
 // - What changed on the screen is taken from latest_ only for a frame that is composed. If the movie then
@@ -127,8 +128,9 @@ private:
     std::optional<TakeMovie> movie_;
     double startT_ = 0;  // media clock, when the capture started
 
-    // What the newest picture shows: its part of the desktop, in global points, and its size in pixels. Set
-    // by start(), then used by the capture queue only.
+    // What the stream was made for, and what its newest picture shows: a part of the desktop, in global
+    // points, and its size in pixels. Set by start(), then used by the capture queue only.
+    Rect plannedPts_;
     Rect recordedPts_;
     Size recordedPx_;
 

@@ -182,10 +182,13 @@ TEST_F(RecorderTest, OnlyAChangeTakesANewBuffer) {
     feedPicture(2);
     EXPECT_TRUE(waitUntil([&] { return differentBuffers() == 2; }));
     // The display changes its resolution and its place.
+    const auto before = model.area();
     desktop.screenCapture.feed(ScreenFrame{picture(320, 360), 3, {}, 0, {50, 60, 160, 180}});
     EXPECT_TRUE(waitUntil([&] { return differentBuffers() == 3; }));
     EXPECT_EQ(model.snapshot().area, CaptureArea::fitting({50, 60, 160, 180}, {320, 360}, {640, 360}));
     EXPECT_EQ(log.count("kasto: display changed — recording 320x360 @ (50,60)"), 1);
+    feedPicture(4);  // and back
+    EXPECT_TRUE(waitUntil([&] { return model.snapshot().area == before; }));
     model.setPip(true, false);
     for (const auto& [width, aspect] : {std::pair{1600, 1.6}, {100, 0.4}, {4000, 3.0}}) {
         camera.captureOutput(picture(width, 1000));
