@@ -50,8 +50,9 @@ void RegionPicker::begin(const std::optional<RegionChoice>& initial, Completion 
     if (!panels_.empty() || stills_.isReading()) return completion(std::nullopt);
     completion_ = std::move(completion);
     if (support_.blendsWindows()) return open(places({}), initial);
-    // Without a compositing manager a panel hides the screen, so it shows a picture of the screen instead. All
-    // pictures are read before the first panel appears, and without own windows: a menu may still be closing.
+    // Without a compositing manager a panel hides the screen, so it shows a picture of the screen instead.
+    // All pictures are read before the first panel appears, and without own windows: a menu may still be
+    // closing.
     std::vector<Display> displays;
     for (const auto& display : displays_.all())
         if (screenOf(display)) displays.push_back(display);
