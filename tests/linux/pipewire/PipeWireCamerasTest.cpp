@@ -125,6 +125,14 @@ TEST_F(PipeWireCamerasTest, goesOnAfterUnpluggingSilenceAndACrashOfTheServer) {
     ::kill(second.pid(), SIGCONT);
     EXPECT_TRUE(waitForAnotherFrame());
 
+    // The stream stays without an error, but nothing comes from the camera any more.
+    const auto links = PrivatePipeWire::tool("pw-cli ls Link");
+    const auto id = links.find("id ");
+    ASSERT_NE(id, std::string::npos);
+    PrivatePipeWire::tool("pw-cli destroy " + std::to_string(std::stoi(links.substr(id + 3))));
+    EXPECT_TRUE(waitForNoFrame());
+    EXPECT_TRUE(waitForFrame());
+
     server.kill();
     EXPECT_TRUE(waitForNoFrame());
     EXPECT_TRUE(cameras.devices().empty());

@@ -7,7 +7,7 @@ namespace kasto::pipewire {
 
 namespace {
 
-constexpr std::chrono::seconds kTimeout(1);  // a working server answers in milliseconds
+constexpr std::chrono::seconds kAnswerTimeout(1);  // a working server answers in milliseconds
 
 }  // namespace
 
@@ -55,7 +55,7 @@ void CameraFormatQuery::ask(std::uint32_t nodeId) {
 }
 
 std::vector<CameraFormat> CameraFormatQuery::answer() {
-    static_cast<void>(finished_.try_acquire_for(kTimeout));
+    static_cast<void>(finished_.try_acquire_for(kAnswerTimeout));
     const auto held = connection_.lock();
     release();
     return std::move(formats_);

@@ -16,7 +16,7 @@ namespace kasto::pipewire {
 namespace {
 
 // Some cameras take more than a second to start.
-constexpr std::chrono::seconds kTimeout(3);
+constexpr std::chrono::seconds kStartTimeout(3);
 
 }  // namespace
 
@@ -61,7 +61,7 @@ Result<std::shared_ptr<CameraStream>> CameraStream::open(PipeWireConnection& con
 
 Result<void> CameraStream::start(const MediaNode& node, const CameraFormat& format) {
     if (auto connected = connect(node, format); !connected) return connected;
-    if (!settled_.try_acquire_for(kTimeout)) return failure("the camera does not answer");
+    if (!settled_.try_acquire_for(kStartTimeout)) return failure("the camera does not answer");
     const auto held = connection_.lock();
     if (isLost_) return failure(error_.empty() ? "the camera refused" : error_);
     return {};

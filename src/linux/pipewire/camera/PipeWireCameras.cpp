@@ -12,8 +12,9 @@ namespace kasto::pipewire {
 
 namespace {
 
-constexpr double kCheckS = 1;    // between two checks whether the camera still delivers
-constexpr int kQuietChecks = 2;  // some cameras take more than a second to start
+constexpr double kCheckS = 1;     // between two checks whether the camera still delivers
+constexpr int kReopenChecks = 4;  // after this many without a picture the camera is opened again
+constexpr int kQuietChecks = 2;   // some cameras take more than a second to start
 
 CameraDevice deviceOf(const MediaNode& node) { return {node.name, node.description}; }
 
@@ -53,6 +54,11 @@ public:
 private:
     void check() {
         if (stream_ && stream_->isLost()) {
+            stream_.reset();
+            quietChecks_ = kQuietChecks;
+        }
+        // A stream whose link to the camera was removed does not end; it just delivers nothing.
+        if (stream_ && quietChecks_ >= kReopenChecks) {
             stream_.reset();
             quietChecks_ = kQuietChecks;
         }

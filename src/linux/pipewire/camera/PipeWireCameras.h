@@ -9,7 +9,8 @@ namespace kasto::pipewire {
 class PipeWireConnection;
 
 // The cameras of a PipeWire server. While a camera that runs is unplugged or delivers nothing, there is no
-// frame. It goes on when it is plugged in again, and after a restart of the server.
+// frame. It is opened again when it is plugged in again, after a restart of the server, and after it has
+// delivered nothing for some seconds.
 class PipeWireCameras final : public CameraSession {
 public:
     // The connection must outlive the cameras and their runs.
