@@ -24,8 +24,11 @@ namespace {
 QString toQt(const fs::path& path) { return QString::fromStdString(path.string()); }
 
 void openUrl(const QUrl& url) {
-    if (!QDesktopServices::openUrl(url))
-        DebugLog::log("nothing opens " + url.toDisplayString().toStdString());
+    // Qt would print a warning of its own where no program opens the URL.
+    const auto former = qInstallMessageHandler([](QtMsgType, const QMessageLogContext&, const QString&) {});
+    const bool isOpened = QDesktopServices::openUrl(url);
+    qInstallMessageHandler(former);
+    if (!isOpened) DebugLog::log("nothing opens " + url.toDisplayString().toStdString());
 }
 
 }  // namespace

@@ -1,5 +1,6 @@
 #include "linux/freedesktop/BusApplication.h"
 #include "linux/freedesktop/DesktopWorkspace.h"
+#include "support/LogLines.h"
 #include "support/TestFolder.h"
 
 #include <QDesktopServices>
@@ -61,6 +62,14 @@ TEST_F(DesktopWorkspaceTest, RevealsInTheFileBrowserElseOpensTheFolder) {
     EXPECT_EQ(browser.shown, QStringList{url + "/a%20take%20%231.mov"});
     QDBusConnection::disconnectFromBus("browser");
     EXPECT_EQ(browser.opened.size(), 1);
+}
+
+TEST_F(DesktopWorkspaceTest, LogsOneLineWhereNothingOpensFolders) {
+    const LogLines log;
+    testing::internal::CaptureStderr();
+    workspace.openFolder(folder.path());
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
+    EXPECT_EQ(log.all(), std::vector<std::string>{"kasto: nothing opens file://" + folder.path().string()});
 }
 
 TEST_F(DesktopWorkspaceTest, AsksForAFolder) {
