@@ -1,10 +1,11 @@
 #include "linux/pipewire/MediaRegistry.h"
 
+#include "linux/pipewire/Properties.h"
+
 #include <spa/utils/json.h>
 
 #include <algorithm>
 #include <array>
-#include <charconv>
 #include <cstring>
 #include <string_view>
 #include <utility>
@@ -19,20 +20,13 @@ constexpr std::array<std::pair<std::string_view, MediaDefault>, 3> kDefaultKeys{
     {"default.video.source", MediaDefault::videoSource},
 }};
 
-std::string textOf(const spa_dict* properties, const char* key) {
-    const char* value = properties ? spa_dict_lookup(properties, key) : nullptr;
-    return value ? value : "";
-}
-
-MediaNode nodeOf(std::uint32_t id, const spa_dict* properties) {
+MediaNode nodeOf(std::uint32_t id, const spa_dict& properties) {
     MediaNode node{.id = id,
-                   .serial = 0,
-                   .name = textOf(properties, PW_KEY_NODE_NAME),
+                   .serial = numberOf(properties, PW_KEY_OBJECT_SERIAL, std::uint64_t{0}),
+                   .name = std::string(textOf(properties, PW_KEY_NODE_NAME)),
                    .description = {},
-                   .mediaClass = textOf(properties, PW_KEY_MEDIA_CLASS),
-                   .role = textOf(properties, PW_KEY_MEDIA_ROLE)};
-    const auto serial = textOf(properties, PW_KEY_OBJECT_SERIAL);
-    std::from_chars(serial.data(), serial.data() + serial.size(), node.serial);
+                   .mediaClass = std::string(textOf(properties, PW_KEY_MEDIA_CLASS)),
+                   .role = std::string(textOf(properties, PW_KEY_MEDIA_ROLE))};
     for (const auto* key : {PW_KEY_NODE_DESCRIPTION, PW_KEY_NODE_NICK, PW_KEY_NODE_NAME})
         if (node.description.empty()) node.description = textOf(properties, key);
     return node;
@@ -60,7 +54,7 @@ const pw_registry_events MediaRegistry::kRegistryEvents = [] {
     events.version = PW_VERSION_REGISTRY_EVENTS;
     events.global = [](void* self, std::uint32_t id, std::uint32_t, const char* type, std::uint32_t,
                        const spa_dict* properties) {
-        static_cast<MediaRegistry*>(self)->globalAdded(id, type, properties);
+        if (properties) static_cast<MediaRegistry*>(self)->globalAdded(id, type, *properties);
     };
     events.global_remove = [](void* self, std::uint32_t id) {
         static_cast<MediaRegistry*>(self)->globalRemoved(id);
@@ -104,7 +98,7 @@ void MediaRegistry::releaseMetadata() {
     pw_proxy_destroy(reinterpret_cast<pw_proxy*>(std::exchange(metadata_, nullptr)));
 }
 
-void MediaRegistry::globalAdded(std::uint32_t id, const char* type, const spa_dict* properties) {
+void MediaRegistry::globalAdded(std::uint32_t id, const char* type, const spa_dict& properties) {
     const std::string_view kind = type;
     if (kind == PW_TYPE_INTERFACE_Node) {
         nodes_[id] = nodeOf(id, properties);

@@ -36,7 +36,7 @@ public:
     const MediaNode* defaultNode(MediaDefault which) const;
 
 private:
-    void globalAdded(std::uint32_t id, const char* type, const spa_dict* properties);
+    void globalAdded(std::uint32_t id, const char* type, const spa_dict& properties);
     void globalRemoved(std::uint32_t id);
     void defaultChanged(std::uint32_t subject, const char* key, const char* value);
     void releaseMetadata();

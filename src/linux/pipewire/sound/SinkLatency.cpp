@@ -1,6 +1,7 @@
 #include "linux/pipewire/sound/SinkLatency.h"
 
 #include "base/MediaRates.h"
+#include "linux/pipewire/Properties.h"
 
 #include <algorithm>
 #include <string>
@@ -12,11 +13,6 @@ namespace kasto::pipewire {
 namespace {
 
 constexpr double kMaxS = 1;  // a sink that reports more is wrong
-
-std::string_view textOf(const spa_dict& properties, const char* key) {
-    const char* value = spa_dict_lookup(&properties, key);
-    return value ? value : "";
-}
 
 }  // namespace
 
