@@ -2,6 +2,7 @@
 
 #include "base/DebugLog.h"
 #include "linux/freedesktop/QuitSignals.h"
+#include "options/Prefs.h"
 #include "platform/RunningInstance.h"
 #include "session/Session.h"
 #include "shell/AppDelegate.h"
@@ -41,6 +42,7 @@ AppDelegate* running = nullptr;  // while the event loop runs
 // Qt calls exit() under the event loop when the X server goes. A take that runs is finished then.
 void finishTakeAtExit() {
     if (auto* delegate = std::exchange(running, nullptr)) delegate->finishNow();
+    Prefs::flush();
     DebugLog::flush();
 }
 
@@ -128,6 +130,7 @@ int main(int argc, char** argv) {
         return 0;
     }
     const int status = start(argc, argv, *line);
+    Prefs::flush();
     DebugLog::flush();
     return status;
 }

@@ -130,6 +130,10 @@ void Prefs::setOutputDir(const std::optional<fs::path>& folder) {
     setText(OptionId::outputDir, folder ? std::optional(folder->string()) : std::nullopt);
 }
 
+void Prefs::readAgain() { store().readAgain(); }
+
+void Prefs::flush() { store().flush(); }
+
 fs::path Prefs::saveDir() { return made(moviesFolder() / "kasto"); }
 
 std::optional<fs::path> Prefs::cloudKastosDir() {

@@ -17,7 +17,8 @@ class PreferenceStore;
 //
 // The defaults live in the table only: a fresh installation stores nothing, and setting an option stores it
 // even if the value is the default. A missing value, or one of another type, reads as the default. Nothing
-// here fails: a file that cannot be written is logged, and the value holds for this process.
+// here fails or waits for the disk: the file follows a moment later, and one that cannot be written is
+// logged.
 //
 // Any thread may read; a read takes a lock and no file access, cheap enough for every input poll. Setters are
 // for the main thread, since observers follow there.
@@ -68,6 +69,14 @@ public:
     // Calls `changed` after each change of an option, on the thread that made the change, for as long as the
     // result lives. The callback may set options. Main thread.
     [[nodiscard]] static std::shared_ptr<const void> observe(std::function<void(OptionId)> changed);
+
+    // Takes over what was changed in the file by hand or by another process, and tells observers. Costs a
+    // look at the file's times if nothing was. Main thread; called when options are about to be shown or
+    // used.
+    static void readAgain();
+
+    // Returns when all options that were set are in the file: before the process ends.
+    static void flush();
 
     // "kasto" in the user's folder for movies; made if missing (a failure to make it is not reported here).
     static std::filesystem::path saveDir();

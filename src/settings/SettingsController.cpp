@@ -1,5 +1,6 @@
 #include "settings/SettingsController.h"
 
+#include "options/Prefs.h"
 #include "settings/SavedFrame.h"
 #include "settings/SettingsPanel.h"
 #include "ui/OwnWindowWatch.h"
@@ -21,6 +22,7 @@ void SettingsController::makeWindow() {
 
 void SettingsController::show() {
     if (!window_) makeWindow();
+    Prefs::readAgain();
     window_->view().reload();
     // Without an explicit position the window manager would choose a new place for the window.
     window_->move(window_->pos());

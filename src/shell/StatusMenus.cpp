@@ -1,9 +1,11 @@
 #include "shell/StatusMenus.h"
 
 #include "input/KeyCodes.h"
+#include "options/Prefs.h"
 #include "shell/MenuHost.h"
 #include "shell/OptionEntries.h"
 
+#include <algorithm>
 #include <array>
 #include <iterator>
 
@@ -39,6 +41,7 @@ StatusMenus::StatusMenus(MenuHost& host, OwnWindows& ownWindows, const PointerIn
     : host_(host), statusMenu_(ownWindows, pointer), quickMenu_(ownWindows, pointer) {}
 
 std::vector<MenuEntry> StatusMenus::statusEntries() {
+    Prefs::readAgain();
     std::vector<MenuEntry> entries{
         {.title = "settings…", .keyEquivalent = kSettingsKeys, .action = [this] { host_.showSettings(); }},
         separator(),
@@ -65,6 +68,7 @@ std::vector<MenuEntry> StatusMenus::statusEntries() {
 }
 
 std::vector<MenuEntry> StatusMenus::quickEntries() {
+    Prefs::readAgain();
     std::vector<MenuEntry> entries{
         {.title = "stop recording", .action = [this] { host_.toggleRecording(); }},
         separator(),
