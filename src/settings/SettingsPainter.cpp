@@ -10,6 +10,7 @@ namespace kasto {
 
 namespace {
 
+constexpr double kTextGap = 10;  // between a description and the control right of it
 const QColor kKnobOn = QColor::fromRgbF(1, 1, 1);
 const QColor kKnobOff = QColor::fromRgbF(0.7F, 0.7F, 0.7F);
 const QColor kDisabledLabel = QColor::fromRgbF(0.38F, 0.38F, 0.38F);
@@ -21,11 +22,14 @@ QFont spaced(QFont font, double kerning) {
     return font;
 }
 
-// What is left of a label that is drawn around a button's middle and is far wider than the window: laying out
-// the rest would take time and show nothing.
+QFont labelFont() { return Brand::monospaced(11, QFont::DemiBold); }
+
+// The middle of a label that is far wider than the window. Labels are centred on their button, so nothing
+// else of it would be seen, and laying it out would take time.
 QString drawable(const QString& label) {
-    constexpr int kWidest = 300;
-    return label.size() <= kWidest ? label : label.mid((label.size() - kWidest) / 2, kWidest);
+    constexpr int kMaxCharacters = 300;
+    return label.size() <= kMaxCharacters ? label
+                                          : label.mid((label.size() - kMaxCharacters) / 2, kMaxCharacters);
 }
 
 }  // namespace
@@ -36,11 +40,11 @@ SettingsPainter::SettingsPainter(QPainter& painter)
       versionFont_(Brand::monospaced(10, QFont::DemiBold)),
       titleFont_(Brand::monospaced(12, QFont::Medium)),
       descFont_(Brand::face("Finlandica-Regular", 11, Brand::system(11))),
-      labelFont_(Brand::monospaced(11, QFont::DemiBold)),
+      labelFont_(labelFont()),
       footerFont_(Brand::monospaced(9)),
       nameFont_(Brand::face("Micro5-Regular", 30, Brand::monospaced(30, QFont::Bold))),
       glyphFont_(Brand::face("Finlandica-Regular_Bold", 14, Brand::system(14, QFont::Bold))) {
-    // A folder whose name is written from the right does not turn its whole line around.
+    // Without this, the name of a folder that is written from right to left would turn its whole line around.
     painter_.setLayoutDirection(Qt::LeftToRight);
 }
 
@@ -48,10 +52,15 @@ void SettingsPainter::drawSection(double x, double y, const QString& title) {
     drawText(x, y, title, sectionFont_, Brand::muted());
 }
 
-void SettingsPainter::drawRow(const QRectF& rect, const QString& title, const QString& desc, bool hovered) {
+void SettingsPainter::drawRow(const QRectF& rect, const QString& title, const QString& desc, double textRight,
+                              bool hovered) {
     painter_.fillRect(rect, hovered ? Brand::hover() : Brand::row());
-    drawText(rect.left() + 14, rect.top() + 9, title, titleFont_, Brand::foam());
-    drawText(rect.left() + 14, rect.top() + 27, desc, descFont_, Brand::muted());
+    const double left = rect.left() + 14;
+    drawText(left, rect.top() + 9, title, titleFont_, Brand::foam());
+    // In the middle, so that both ends of a folder's name and the words after it can be read.
+    const auto shown =
+        QFontMetricsF(descFont_).elidedText(desc, Qt::ElideMiddle, textRight - kTextGap - left);
+    drawText(left, rect.top() + 27, shown, descFont_, Brand::muted());
 }
 
 void SettingsPainter::drawSwitch(const QRectF& rect, bool on) {
@@ -78,7 +87,7 @@ void SettingsPainter::drawHeader(const QRectF& band, const QIcon& icon, const QS
     const double x0 = (band.width() - (nameWidth + 36 + 10 + versionWidth + 14)) / 2;
 
     if (!icon.isNull()) {
-        // On whole pixels of the device, or the icon would be drawn blurred.
+        // On whole pixels of the device; between them the icon would be blurred.
         const double scale = painter_.device()->devicePixelRatioF();
         const QPointF corner(std::round(x0 * scale) / scale, std::round(13.5 * scale) / scale);
         painter_.drawPixmap(corner, icon.pixmap(QSize(26, 26), scale));
@@ -99,9 +108,14 @@ void SettingsPainter::drawControl(const QRectF& rect, const QString& glyph, cons
              Brand::foam());
 }
 
-double SettingsPainter::labelWidth(const QString& label) const {
-    return widthOf(drawable(label), labelFont_);
+void SettingsPainter::drawFocus(const QRectF& rect) {
+    constexpr double kWidth = 2;
+    painter_.setPen(QPen(Brand::foam(), kWidth, Qt::SolidLine, Qt::SquareCap, Qt::MiterJoin));
+    painter_.setBrush(Qt::NoBrush);
+    painter_.drawRect(rect.adjusted(kWidth / 2, kWidth / 2, -kWidth / 2, -kWidth / 2));
 }
+
+double SettingsPainter::labelWidth(const QString& label) { return widthOf(drawable(label), labelFont()); }
 
 void SettingsPainter::drawText(double x, double y, const QString& text, const QFont& font,
                                const QColor& colour) {

@@ -15,7 +15,9 @@ public:
     explicit SettingsPainter(QPainter& painter);
 
     void drawSection(double x, double y, const QString& title);
-    void drawRow(const QRectF& rect, const QString& title, const QString& desc, bool hovered);
+    // A description that would reach beyond `textRight` loses its middle.
+    void drawRow(const QRectF& rect, const QString& title, const QString& desc, double textRight,
+                 bool hovered);
     void drawSwitch(const QRectF& rect, bool on);
     void drawButton(const QRectF& rect, const QString& label, bool enabled);
     void drawFooter(double x, double y);
@@ -24,8 +26,11 @@ public:
     void drawHeader(const QRectF& band, const QIcon& icon, const QString& version);
     void drawControl(const QRectF& rect, const QString& glyph, const QColor& hover, bool hovered);
 
-    // The width of a button's label.
-    double labelWidth(const QString& label) const;
+    // A frame inside the control that has the keyboard's focus.
+    void drawFocus(const QRectF& rect);
+
+    // The width of a button's label, also without a painter.
+    static double labelWidth(const QString& label);
 
 private:
     void drawText(double x, double y, const QString& text, const QFont& font, const QColor& colour);

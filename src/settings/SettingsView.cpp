@@ -1,6 +1,8 @@
 #include "settings/SettingsView.h"
 
 #include "options/Prefs.h"
+#include "settings/SettingsAccessibility.h"
+#include "settings/SettingsLayout.h"
 #include "settings/SettingsPainter.h"
 #include "settings/SettingsRows.h"
 #include "ui/Brand.h"
@@ -18,26 +20,19 @@ namespace kasto {
 
 namespace {
 
-constexpr double kRowHeight = 48;
-constexpr double kGap = 4;
-constexpr double kSectionHeight = 34;
-constexpr double kPad = 18;
-constexpr double kFooterHeight = 30;
 constexpr double kControlSize = 35;
+constexpr std::size_t kHeaderControls = 2;
 constexpr double kLinePts = 8;  // what a wheel scrolls for each line
 
 bool isSection(const Row& row) { return std::holds_alternative<SectionRow>(row); }
 
-double heightOf(const Row& row) { return isSection(row) ? kSectionHeight : kRowHeight + kGap; }
-
-// Half-open, unlike Qt's own.
+// Half-open, unlike QRectF's own `contains`.
 bool contains(const QRectF& rect, QPointF p) {
     return p.x() >= rect.left() && p.x() < rect.right() && p.y() >= rect.top() && p.y() < rect.bottom();
 }
 
-// How far the event scrolls, in points. A touchpad tells distances, as eighths of a degree with one degree
-// for a point. The pixels of an event mean nothing under X11: there a wheel has some too, as many as its
-// driver likes.
+// How far the event scrolls, in points. A touchpad reports distances as eighths of a degree, with one degree
+// for a point. `pixelDelta` is not used: under X11 wheels report pixels too, as many as their driver likes.
 double scrollDistance(const QWheelEvent& event) {
     const double eighths = event.angleDelta().y();
     if (event.device()->type() == QInputDevice::DeviceType::TouchPad) return eighths / 8;
@@ -49,6 +44,7 @@ double scrollDistance(const QWheelEvent& event) {
 
 SettingsView::SettingsView(SettingsHost& host, QWidget* parent)
     : QWidget(parent), host_(host), icon_(Brand::icon()) {
+    describeSettingsToAssistivePrograms();
     setAttribute(Qt::WA_OpaquePaintEvent);
     setFocusPolicy(Qt::StrongFocus);
     setMouseTracking(true);
@@ -58,6 +54,8 @@ SettingsView::SettingsView(SettingsHost& host, QWidget* parent)
 
 void SettingsView::reload() {
     rows_ = settingsRows(host_);
+    tellChangesToAssistivePrograms(*this, told_);
+    told_ = controls();
     update();
 }
 
@@ -71,110 +69,119 @@ bool SettingsView::isControl(QPointF position) const {
     return contains(minimiseRect(), position) || contains(closeRect(), position);
 }
 
-double SettingsView::firstRowTop() const { return kHeaderHeight + kPad - scrollY_; }
+double SettingsView::firstRowTop() const { return kHeaderHeight + kSettingsPad - scrollY_; }
 
-double SettingsView::contentHeight() const {
-    double height = kPad + kPad + kFooterHeight;
-    for (const auto& row : rows_) height += heightOf(row);
-    return height;
-}
-
-void SettingsView::clampScroll() {
-    const double largest = std::max(0.0, contentHeight() - (height() - kHeaderHeight));
-    scrollY_ = std::clamp(scrollY_, 0.0, largest);
+double SettingsView::maxScroll() const {
+    return std::max(0.0, contentHeight(rows_) - (height() - kHeaderHeight));
 }
 
 void SettingsView::scrollTo(double y) {
-    scrollY_ = y;
-    clampScroll();
+    scrollY_ = std::clamp(y, 0.0, maxScroll());
     update();
+}
+
+std::vector<SettingsControl> SettingsView::controls() const {
+    auto controls = controlsOf(rows_, placedRows(rows_, width(), firstRowTop()));
+    controls.push_back(
+        {.name = "minimise", .rect = minimiseRect(), .run = [this] { window()->showMinimized(); }});
+    controls.push_back({.name = "close", .rect = closeRect(), .run = [this] { onClose(); }});
+    return controls;
+}
+
+void SettingsView::use(const SettingsControl& control) {
+    if (!control.isEnabled) return;
+    control.run();
+    reload();
+}
+
+void SettingsView::setFocusedControl(std::optional<std::size_t> index) {
+    focus_ = index;
+    const auto all = controls();
+    const bool isInList = index && *index < all.size() - kHeaderControls;
+    if (isInList) {
+        const auto rect = all[*index].rect;
+        const double above = kHeaderHeight + kSettingsPad - rect.top();
+        const double below = rect.bottom() - (height() - kSettingsPad);
+        if (above > 0) scrollTo(scrollY_ - above);
+        if (below > 0) scrollTo(scrollY_ + below);
+    }
+    tellFocusToAssistivePrograms(*this);
+    update();
+}
+
+// To the next enabled control in this direction, and from one end of the list to the other.
+void SettingsView::moveFocus(int step) {
+    const auto all = controls();
+    const int count = int(all.size());
+    int index = focus_ ? int(*focus_) : (step > 0 ? -1 : count);
+    do {
+        index = (index + step + count) % count;
+    } while (!all[std::size_t(index)].isEnabled);
+    setFocusedControl(std::size_t(index));
+}
+
+bool SettingsView::focusNextPrevChild(bool next) {
+    moveFocus(next ? 1 : -1);
+    return true;
 }
 
 void SettingsView::paintEvent(QPaintEvent*) {
     QPainter device(this);
     SettingsPainter painter(device);
     device.fillRect(rect(), Brand::bg());
-    hits_.clear();
-    clampScroll();
-
     const QRectF list(0, kHeaderHeight, width(), height() - kHeaderHeight);
     device.setClipRect(list);
     device.fillRect(list, Brand::panel());
     drawList(painter);
     device.setClipping(false);
     drawHeader(painter);
+    if (focus_) {
+        const bool isInList = *focus_ < controls().size() - kHeaderControls;
+        if (isInList) device.setClipRect(list);
+        painter.drawFocus(controls()[*focus_].rect);
+    }
 }
 
 void SettingsView::drawList(SettingsPainter& painter) {
-    double y = firstRowTop();
-    for (std::size_t i = 0; i < rows_.size(); ++i) {
-        const QRectF rect(kPad, y, width() - 2 * kPad, kRowHeight);
-        std::visit([&](const auto& row) { drawItem(painter, row, rect, hoverIdx_ == i); }, rows_[i]);
-        y += heightOf(rows_[i]);
-    }
-    painter.drawFooter(kPad, y + 8);
+    const auto placed = placedRows(rows_, width(), firstRowTop());
+    for (std::size_t i = 0; i < rows_.size(); ++i)
+        std::visit([&](const auto& row) { drawItem(painter, row, placed[i], hoverIdx_ == i); }, rows_[i]);
+    painter.drawFooter(kSettingsPad, footerTop(rows_, firstRowTop()) + 8);
 }
 
-void SettingsView::drawItem(SettingsPainter& painter, const SectionRow& row, const QRectF& rect, bool) {
-    painter.drawSection(rect.left(), rect.top() + 12, row.title);
+void SettingsView::drawItem(SettingsPainter& painter, const SectionRow& row, const PlacedRow& placed, bool) {
+    painter.drawSection(placed.rect.left(), placed.rect.top() + 12, row.title);
 }
 
-void SettingsView::drawItem(SettingsPainter& painter, const ToggleRow& row, const QRectF& rect,
+void SettingsView::drawItem(SettingsPainter& painter, const ToggleRow& row, const PlacedRow& placed,
                             bool hovered) {
-    painter.drawRow(rect, row.title, row.desc, hovered);
-    painter.drawSwitch({rect.right() - 12 - 44, rect.center().y() - 12, 44, 24}, row.get());
-    hits_.push_back({rect, [this, row] {
-                         row.set(!row.get());
-                         update();
-                     }});
+    painter.drawRow(placed.rect, row.title, row.desc, placed.controls[0].left(), hovered);
+    painter.drawSwitch(placed.controls[0], row.get());
 }
 
-void SettingsView::drawItem(SettingsPainter& painter, const ChoiceRow& row, const QRectF& rect,
+void SettingsView::drawItem(SettingsPainter& painter, const ChoiceRow& row, const PlacedRow& placed,
                             bool hovered) {
-    painter.drawRow(rect, row.title, row.desc, hovered);
-    const auto value = row.value();
-    const double buttonWidth = std::clamp(painter.labelWidth(value) + 24, 90.0, 200.0);
-    painter.drawButton({rect.right() - 12 - buttonWidth, rect.center().y() - 13, buttonWidth, 26}, value,
-                       true);
-    hits_.push_back({rect, [this, next = row.next] {
-                         next();
-                         reload();
-                     }});
+    painter.drawRow(placed.rect, row.title, row.desc, placed.controls[0].left(), hovered);
+    painter.drawButton(placed.controls[0], row.value(), true);
 }
 
-void SettingsView::drawItem(SettingsPainter& painter, const ActionRow& row, const QRectF& rect, bool) {
-    painter.drawRow(rect, row.title, row.desc, false);
-    double x = rect.right() - 12;
-    for (const auto& button : std::views::reverse(row.buttons)) {
-        const double buttonWidth = painter.labelWidth(button.label) + 24;
-        const QRectF buttonRect(x - buttonWidth, rect.center().y() - 13, buttonWidth, 26);
-        painter.drawButton(buttonRect, button.label, button.enabled);
-        if (button.enabled) {
-            hits_.push_back({buttonRect, [this, run = button.run] {
-                                 run();
-                                 reload();
-                             }});
-        }
-        x -= buttonWidth + 6;
-    }
+void SettingsView::drawItem(SettingsPainter& painter, const ActionRow& row, const PlacedRow& placed, bool) {
+    painter.drawRow(placed.rect, row.title, row.desc, placed.controls[0].left(), false);
+    for (std::size_t i = 0; i < row.buttons.size(); ++i)
+        painter.drawButton(placed.controls[i], row.buttons[i].label, row.buttons[i].enabled);
 }
 
 void SettingsView::drawHeader(SettingsPainter& painter) {
     painter.drawHeader(QRectF(0, 0, width(), kHeaderHeight), icon_, QApplication::applicationVersion());
     painter.drawControl(minimiseRect(), "–", Brand::hover(), hoverChrome_ == minimiseRect());
-    hits_.push_back({minimiseRect(), [this] { window()->showMinimized(); }});
     painter.drawControl(closeRect(), "✕", Brand::accent(), hoverChrome_ == closeRect());
-    hits_.push_back({closeRect(), [this] { onClose(); }});
 }
 
 std::optional<std::size_t> SettingsView::rowAt(QPointF position) const {
-    if (position.y() < kHeaderHeight || position.x() < kPad || position.x() >= width() - kPad)
-        return std::nullopt;
-    double y = firstRowTop();
-    for (std::size_t i = 0; i < rows_.size(); ++i) {
-        if (!isSection(rows_[i]) && position.y() >= y && position.y() < y + kRowHeight) return i;
-        y += heightOf(rows_[i]);
-    }
+    if (position.y() < kHeaderHeight) return std::nullopt;
+    const auto placed = placedRows(rows_, width(), firstRowTop());
+    for (std::size_t i = 0; i < rows_.size(); ++i)
+        if (!isSection(rows_[i]) && contains(placed[i].rect, position)) return i;
     return std::nullopt;
 }
 
@@ -197,16 +204,17 @@ void SettingsView::leaveEvent(QEvent*) { setHover(std::nullopt, std::nullopt); }
 
 void SettingsView::mousePressEvent(QMouseEvent* event) {
     if (event->button() != Qt::LeftButton) return;
+    focus_.reset();
     const auto position = event->position();
-    const bool inHeader = position.y() < kHeaderHeight;
-    if (inHeader && !isControl(position)) return onHeaderPress(event->globalPosition());
+    const bool isInHeader = position.y() < kHeaderHeight;
+    if (isInHeader && !isControl(position)) return onHeaderPress(event->globalPosition());
 
-    // The header's controls were painted last, over whatever is scrolled under them.
-    const auto painted = std::views::reverse(hits_);
-    const auto hit = std::ranges::find_if(painted, [&](const Hit& h) { return contains(h.rect, position); });
-    if (hit == painted.end()) return;
-    const auto run = hit->run;  // may paint, and with that replace the hits
-    run();
+    // The header's controls come last and lie over the rows that are scrolled under them.
+    const auto all = controls();
+    const auto under = std::views::reverse(all);
+    const auto hit = std::ranges::find_if(
+        under, [&](const SettingsControl& control) { return contains(control.rect, position); });
+    if (hit != under.end()) use(*hit);
 }
 
 void SettingsView::wheelEvent(QWheelEvent* event) {
@@ -215,8 +223,23 @@ void SettingsView::wheelEvent(QWheelEvent* event) {
 }
 
 void SettingsView::keyPressEvent(QKeyEvent* event) {
-    if (event->key() == Qt::Key_Escape) return onClose();
-    QWidget::keyPressEvent(event);
+    switch (event->key()) {
+        case Qt::Key_Escape:
+            return onClose();
+        case Qt::Key_Down:
+        case Qt::Key_Right:
+            return moveFocus(1);
+        case Qt::Key_Up:
+        case Qt::Key_Left:
+            return moveFocus(-1);
+        case Qt::Key_Space:
+        case Qt::Key_Return:
+        case Qt::Key_Enter:
+            if (focus_) use(controls()[*focus_]);
+            return;
+        default:
+            QWidget::keyPressEvent(event);
+    }
 }
 
 void SettingsView::resizeEvent(QResizeEvent*) { scrollTo(scrollY_); }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "settings/Row.h"
+#include "settings/SettingsControl.h"
 
 #include <QIcon>
 #include <QPointF>
@@ -16,8 +17,9 @@ namespace kasto {
 class SettingsHost;
 class SettingsPainter;
 
-// The settings as one list that scrolls under a header, drawn and handled here without any control of the
-// desktop's. Every redraw paints all of it and notes where it can be clicked. Main thread.
+// The settings as one list that scrolls under a header, drawn and handled here without widgets. What can be
+// clicked, reached by keyboard and told to assistive programs is one list of controls. Tab and the arrow keys
+// move the focus through them, Space and Return use the focused one, Escape closes. Main thread.
 class SettingsView final : public QWidget {
 public:
     static constexpr int kWidth = 520;
@@ -26,7 +28,7 @@ public:
     // `host` outlives the view.
     SettingsView(SettingsHost& host, QWidget* parent);
 
-    // Builds the rows anew from the options and the host. Done by the view itself whenever an option changes.
+    // Builds the rows anew from the options and the host. The view does so itself whenever an option changes.
     void reload();
 
     // What "✕" and Escape do.
@@ -39,7 +41,20 @@ public:
 
     double scrollY() const { return scrollY_; }
 
+    // The controls of the rows and then those of the header, as they are now.
+    std::vector<SettingsControl> controls() const;
+
+    // Uses a control as a click does. Nothing happens if it is disabled.
+    void use(const SettingsControl& control);
+
+    // The index of the focused control; none before the keyboard is used.
+    std::optional<std::size_t> focusedControl() const { return focus_; }
+
+    // Focuses the control with this index and scrolls it into view; none takes the focus away.
+    void setFocusedControl(std::optional<std::size_t> index);
+
 protected:
+    bool focusNextPrevChild(bool next) override;
     void paintEvent(QPaintEvent* event) override;
     void mouseMoveEvent(QMouseEvent* event) override;
     void leaveEvent(QEvent* event) override;
@@ -50,34 +65,30 @@ protected:
     void resizeEvent(QResizeEvent* event) override;
 
 private:
-    struct Hit {
-        QRectF rect;
-        std::function<void()> run;
-    };
-
     QRectF minimiseRect() const;
     QRectF closeRect() const;
     double firstRowTop() const;
-    double contentHeight() const;
-    void clampScroll();
+    double maxScroll() const;
     void scrollTo(double y);
     void setHover(std::optional<std::size_t> index, std::optional<QRectF> chrome);
     std::optional<std::size_t> rowAt(QPointF position) const;
+    void moveFocus(int step);
 
     void drawList(SettingsPainter& painter);
-    void drawItem(SettingsPainter& painter, const SectionRow& row, const QRectF& rect, bool hovered);
-    void drawItem(SettingsPainter& painter, const ToggleRow& row, const QRectF& rect, bool hovered);
-    void drawItem(SettingsPainter& painter, const ChoiceRow& row, const QRectF& rect, bool hovered);
-    void drawItem(SettingsPainter& painter, const ActionRow& row, const QRectF& rect, bool hovered);
+    void drawItem(SettingsPainter& painter, const SectionRow& row, const PlacedRow& placed, bool hovered);
+    void drawItem(SettingsPainter& painter, const ToggleRow& row, const PlacedRow& placed, bool hovered);
+    void drawItem(SettingsPainter& painter, const ChoiceRow& row, const PlacedRow& placed, bool hovered);
+    void drawItem(SettingsPainter& painter, const ActionRow& row, const PlacedRow& placed, bool hovered);
     void drawHeader(SettingsPainter& painter);
 
     SettingsHost& host_;
     const QIcon icon_;
     std::vector<Row> rows_;
-    std::vector<Hit> hits_;  // in the order they were painted
     double scrollY_ = 0;
     std::optional<std::size_t> hoverIdx_;
     std::optional<QRectF> hoverChrome_;
+    std::optional<std::size_t> focus_;
+    std::vector<SettingsControl> told_;  // the controls as assistive programs know them
     std::shared_ptr<const void> optionObservation_;
 };
 
