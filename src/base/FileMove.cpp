@@ -152,6 +152,10 @@ Result<void> copyThenRemove(const fs::path& source, const fs::path& destination,
 }  // namespace
 
 Result<void> moveFile(const fs::path& source, const fs::path& destination) {
+    std::error_code ignored;
+    const bool isThere = source.filename() == destination.filename() &&
+                         fs::equivalent(source.parent_path(), destination.parent_path(), ignored);
+    if (isThere && fs::exists(source, ignored)) return {};
     const int failed = renameWithoutReplacing(source, destination);
     if (failed == 0) return {};
     if (failed == EXDEV) return copyThenRemove(source, destination);

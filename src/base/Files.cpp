@@ -38,11 +38,13 @@ Result<void> writeAside(const FileDescriptor& aside, const std::string& asideNam
 }  // namespace
 
 Result<std::optional<std::string>> readWholeFile(const fs::path& file) {
-    const FileDescriptor fd(open(file.c_str(), O_RDONLY | O_CLOEXEC));
+    // O_NONBLOCK, because opening a pipe would wait until another program opens it for writing.
+    const FileDescriptor fd(open(file.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
     if (!fd) {
         if (errno == ENOENT || errno == ENOTDIR) return std::nullopt;
         return failed("open", file);
     }
+    if (!isRegularFile(fd)) return failure("no regular file: " + file.string());
     std::string content;
     std::array<char, 16384> block;
     while (true) {
@@ -71,6 +73,11 @@ Result<void> replaceFile(const fs::path& file, std::string_view content) {
     const FileDescriptor folderFd(open(folder.empty() ? "." : folder.c_str(), O_RDONLY | O_CLOEXEC));
     if (folderFd) fsync(folderFd.get());
     return {};
+}
+
+bool isRegularFile(const FileDescriptor& fd) {
+    struct stat found {};
+    return fstat(fd.get(), &found) == 0 && S_ISREG(found.st_mode);
 }
 
 Result<void> writeAll(const FileDescriptor& fd, std::string_view content) {

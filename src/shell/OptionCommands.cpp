@@ -10,11 +10,20 @@ namespace kasto {
 
 namespace {
 
+namespace fs = std::filesystem;
+
 void keep(const RegionChoice& choice) {
     Prefs::setRegionDisplayID(choice.display);
     Prefs::setRegionRect(choice.rect);
     DebugLog::log("region set " + sizeText(choice.rect) + " @ (" + wholeNumber(choice.rect.minX()) + "," +
                   wholeNumber(choice.rect.minY()) + ") display " + std::to_string(choice.display));
+}
+
+// The folder, or the one above it if it is gone, and so on.
+fs::path nearestExisting(fs::path folder) {
+    std::error_code ignored;
+    while (folder.has_relative_path() && !fs::is_directory(folder, ignored)) folder = folder.parent_path();
+    return folder;
 }
 
 }  // namespace
@@ -39,7 +48,7 @@ void OptionCommands::clearRegion() {
 
 void OptionCommands::chooseOutputFolder() {
     const FolderQuestion question{
-        .startFolder = Prefs::outputDir().value_or(Prefs::saveDir()),
+        .startFolder = nearestExisting(Prefs::outputDir().value_or(Prefs::saveDir())),
         .prompt = "use folder",
         .message = "finished takes land here — the tolvane cloud toggle overrides while it's on"};
     desktop_.workspace.chooseFolder(question, [](const std::optional<std::filesystem::path>& folder) {

@@ -4,6 +4,7 @@
 #include "support/TestFolder.h"
 
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 #include <cstdlib>
 #include <ctime>
@@ -41,6 +42,11 @@ TEST(DebugLogTest, WritesWholeLinesInOrderToBothLogs) {
     DebugLog::log("fin");
     DebugLog::flush();
     EXPECT_EQ(fs::file_size(file), before.size() + 5);
+
+    fs::remove(file);
+    ASSERT_EQ(mkfifo(file.c_str(), 0600), 0);
+    DebugLog::log("not into a pipe, where it would wait for a reader");
+    DebugLog::flush();
 }
 
 }  // namespace

@@ -27,6 +27,7 @@ void expectMovesOnce(const fs::path& destination) {
     std::string take(3'000'017, 'x');
     for (std::size_t i = 0; i < take.size(); i += 977) take[i] = static_cast<char>(i);
     writeFile(source, take);
+    ASSERT_TRUE(moveFile(source, folder / "." / "a.mov")) << "it is there already";
     ASSERT_TRUE(moveFile(source, destination / "b.mov"));
     EXPECT_FALSE(fs::exists(source));
 
