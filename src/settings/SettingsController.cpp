@@ -33,6 +33,10 @@ void SettingsController::show() {
     window_->view().setFocus();
 }
 
+void SettingsController::showPhase() {
+    if (window_) window_->view().reload();
+}
+
 void SettingsController::toggle() {
     if (window_ && window_->isVisible() && !window_->isMinimized()) {
         window_->hide();

@@ -22,6 +22,9 @@ public:
     // Hides the window if it is visible, else shows it.
     void toggle();
 
+    // A take has begun or ended: enables the buttons that are for one of both.
+    void showPhase();
+
     // Null before it is first shown.
     SettingsPanel* window() const { return window_.get(); }
 

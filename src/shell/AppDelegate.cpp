@@ -110,9 +110,15 @@ void AppDelegate::finishNow() {
     take_.finishNow();
 }
 
+bool AppDelegate::mayStartTake() {
+    Prefs::readAgain();
+    return screenAccess_.isGrantedElseExplain();
+}
+
 void AppDelegate::takeBegan() {
     live_.begin(take_.displayID(), take_.startDate());
     menus_->close();
+    if (settings_) settings_->showPhase();
     status_->showRecording(take_.startDate());
 }
 
@@ -121,7 +127,9 @@ void AppDelegate::takeFailed(const Error& error) {
 }
 
 void AppDelegate::takeEnding() {
+    Prefs::readAgain();
     menus_->close();
+    if (settings_) settings_->showPhase();
     live_.end();
     status_->showFinishing();
 }

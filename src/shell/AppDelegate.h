@@ -97,7 +97,7 @@ signals:
 
 private:
     // TakeObserver
-    bool mayStartTake() override { return screenAccess_.isGrantedElseExplain(); }
+    bool mayStartTake() override;
     void takeBegan() override;
     void takeFailed(const Error& error) override;
     void takeEnding() override;
