@@ -11,7 +11,7 @@ namespace kasto {
 // of the settings window are made from it.
 //
 // To add an option that is on or off: add its name to `OptionId` and its row to `kOptions`. If a running take
-// has to follow it, name the effect in the row and say what it does in `AppDelegate::follow`. An option of
+// has to follow it, name the effect in the row and say what it does in `LiveTake::follow`. An option of
 // another kind needs a `Control` of its own, which the menus (`shell/OptionEntries`) and the settings
 // (`settings/SettingsRows`) know how to show.
 

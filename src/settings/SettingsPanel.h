@@ -9,8 +9,9 @@
 
 namespace kasto {
 
-// The window of the settings: frameless, above others, of fixed width. Its header moves it and its upper and
-// lower edge resize it, by the window manager where one does that, else by the panel itself. Main thread.
+// The settings window: frameless, above other windows, of fixed width. Dragging its header moves it, dragging
+// its upper or lower edge resizes it. The window manager does both where it can, otherwise the panel itself.
+// Main thread.
 class SettingsPanel final : public QWidget {
 public:
     static constexpr int kMinHeight = 360;
@@ -27,11 +28,11 @@ protected:
     void resizeEvent(QResizeEvent* event) override;
 
 private:
-    // A move (no edge) or resize by hand.
+    // A move (without an edge) or a resize that the panel does itself.
     struct Drag {
         Qt::Edges edge;
         QPointF start;  // of the mouse, in global coordinates
-        QRect frame;    // of the window then
+        QRect frame;    // of the window at that time
     };
 
     Qt::Edges edgeAt(QPointF position) const;

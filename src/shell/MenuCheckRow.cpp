@@ -10,8 +10,7 @@ namespace kasto {
 
 namespace {
 
-// Where things are in a row of the least size, from its top-left corner, where lines are written from left
-// to right.
+// The layout of a row from its left edge, in points, for text that is written from left to right.
 constexpr QSize kRowSize{250, 26};
 constexpr QMargins kHighlightInset{5, 2, 5, 2};
 constexpr qreal kHighlightRadius = 5;
@@ -26,7 +25,7 @@ constexpr int kTextInset = 4;  // at the top and at the bottom
 MenuCheckRow::MenuCheckRow(const QString& title, bool isOn, std::optional<std::string> rep,
                            std::function<void(bool)> onToggle)
     : title_(title), rep_(std::move(rep)) {
-    // Not as the button's own text, which would make shortcuts of ampersands.
+    // The title is not the button's own text, in which an ampersand would mark a shortcut.
     setAccessibleName(title);
     setFont(QApplication::font("QMenu"));
     setPalette(QApplication::palette("QMenu"));
@@ -51,7 +50,7 @@ void MenuCheckRow::enterEvent(QEnterEvent*) { setHovered(true); }
 
 void MenuCheckRow::leaveEvent(QEvent*) { setHovered(false); }
 
-// The other buttons do nothing, and the menu must not see them: it would close.
+// Only the left button toggles. Presses of the others are accepted too, because the menu would close on them.
 void MenuCheckRow::mousePressEvent(QMouseEvent* event) {
     if (event->button() == Qt::LeftButton) QCheckBox::mousePressEvent(event);
     event->accept();
@@ -79,7 +78,7 @@ void MenuCheckRow::paintEvent(QPaintEvent*) {
     };
     if (isOn()) painter.drawText(placed(kCheckLeft, kCheckWidth), Qt::AlignCenter, "✓");
     const auto title = placed(kTitleLeft, width() - kTitleLeft - kTitleRight);
-    // At the side where lines begin, whatever the writing of the title is.
+    // Aligned by the direction of the program's texts, even if the title is written in the other direction.
     const auto side = QStyle::visualAlignment(layoutDirection(), Qt::AlignLeft | Qt::AlignVCenter);
     painter.drawText(title, int(side | Qt::AlignAbsolute) | Qt::TextSingleLine,
                      fontMetrics().elidedText(title_, Qt::ElideRight, title.width()));

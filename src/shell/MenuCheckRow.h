@@ -7,11 +7,12 @@
 
 namespace kasto {
 
-// A menu's line with a check mark that a click flips in place: nothing closes the menu, so that several
-// options can be changed in one visit. Main thread.
+// A line of a menu with a check mark. A click flips the mark and leaves the menu open, so that several
+// options can be changed at once. Main thread.
 class MenuCheckRow final : public QCheckBox {
 public:
-    // `onToggle` is told the new value after every click. `rep` identifies what the row stands for.
+    // `onToggle` is called with the new value after every click. `rep` is the identifier of what the row
+    // stands for, such as a camera's.
     MenuCheckRow(const QString& title, bool isOn, std::optional<std::string> rep,
                  std::function<void(bool)> onToggle);
 
@@ -19,7 +20,7 @@ public:
 
     bool isOn() const { return isChecked(); }
 
-    // Does not tell `onToggle`.
+    // Does not call `onToggle`.
     void setOn(bool on) { setChecked(on); }
 
     void setHovered(bool hovered);

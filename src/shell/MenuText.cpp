@@ -48,7 +48,7 @@ QKeySequence keySequence(const KeyChord& chord) {
 }
 
 QString keyNames(const KeyChord& chord) {
-    // Qt's name of the command key is not the one people know it by, and its order another one.
+    // Not QKeySequence::toString, which calls the Super key "Meta" and uses another order.
     QStringList names;
     if (chord.control) names << "Ctrl";
     if (chord.option) names << "Alt";

@@ -8,11 +8,11 @@
 
 namespace kasto {
 
-// The text as one line that nothing in it can break: control characters become spaces, and marks of
-// direction reach no further than its end.
+// The text as a single line for a menu: control characters and line breaks become spaces, and characters that
+// change the direction of writing are isolated, so that they do not affect the words around the text.
 QString singleLine(const std::string& text);
 
-// The keys of the chord, for Qt and for people.
+// The keys of the chord, as Qt wants them and as they are shown.
 QKeySequence keySequence(const KeyChord& chord);
 QString keyNames(const KeyChord& chord);  // "Ctrl+Alt+Super+R"
 

@@ -16,7 +16,7 @@ namespace kasto {
 
 namespace {
 
-constexpr int kMostTitleWidth = 480;
+constexpr int kMaxTitleWidth = 480;
 
 MenuCheckRow* rowOf(const QAction* action) {
     const auto* holder = qobject_cast<const QWidgetAction*>(action);
@@ -40,9 +40,11 @@ void closePopups() {
 
 PopupMenu::PopupMenu(OwnWindows& ownWindows, const PointerInput& pointer)
     : ownWindows_(ownWindows), pointer_(pointer) {
-    // On a small screen it scrolls, where some styles put the rest out of sight in a second column.
+    // On a screen that is too small for all entries the menu scrolls; some styles would open a second column
+    // beyond the edge of the screen instead.
     setStyleSheet("QMenu { menu-scrollable: 1; }");
-    // Styles decide only now on what kind of native window they draw.
+    // A style may replace the kind of native window when it is applied, so it is applied before the window is
+    // registered.
     ensurePolished();
     watchOwnWindow(*this, ownWindows_);
     connect(this, &QMenu::hovered, this, &PopupMenu::highlight);
@@ -90,7 +92,7 @@ void PopupMenu::addCheckRow(const MenuEntry& entry) {
 }
 
 void PopupMenu::addSubmenu(const MenuEntry& entry) {
-    // Not as a child: with its native window all children of this one would get windows of their own.
+    // Not a child widget: Qt gives all children of a menu native windows as soon as one of them has one.
     auto& submenu = *submenus_.emplace_back(std::make_unique<PopupMenu>(ownWindows_, pointer_));
     submenu.above_ = this;
     submenu.setTitle(shownTitle(entry));
@@ -100,8 +102,8 @@ void PopupMenu::addSubmenu(const MenuEntry& entry) {
 
 QString PopupMenu::shownTitle(const MenuEntry& entry) const {
     const auto title = QString::fromStdString(entry.title);
-    // In the middle, where a name stands between words of the program.
-    return fontMetrics().elidedText(title, Qt::ElideMiddle, kMostTitleWidth).replace('&', "&&");
+    // Elided in the middle, because a name of any length stands between words of the program.
+    return fontMetrics().elidedText(title, Qt::ElideMiddle, kMaxTitleWidth).replace('&', "&&");
 }
 
 std::vector<MenuCheckRow*> PopupMenu::rows() const {
@@ -120,12 +122,12 @@ void PopupMenu::popUpAtPointer() {
     if (QGuiApplication::platformName() == "xcb") takeInput();
 }
 
-// Another program has pointer and keyboard to itself while a button is down in its window or its own menu is
-// open: they are asked for until they can be had. Without them a click elsewhere would not close the menu.
+// Grabs pointer and keyboard; without them a click outside would not close the menu. Another program holds
+// them while a button is down in its window or its own menu is open, so this tries again until it succeeds.
 void PopupMenu::takeInput() {
     constexpr std::chrono::milliseconds kRetry(50);
     if (!isVisible()) return;
-    // Qt takes the pointer for grabbed even if it is another program's: that is told by a button held.
+    // Qt reports success even where another program holds the pointer. A held button is the sign of that.
     const auto pointer = pointer_.state().value_or(PointerState{});
     const bool isFree = !pointer.left && !pointer.right;
     auto* window = windowHandle();
@@ -156,11 +158,11 @@ void PopupMenu::leaveEvent(QEvent* event) {
     highlight(activeAction());
 }
 
-// The titles of commands begin where those of check rows do.
+// Makes room left of the titles of commands, so that they begin where those of check rows do.
 void PopupMenu::initStyleOption(QStyleOptionMenuItem* option, const QAction* action) const {
-    constexpr int kRoomForMarks = 25;
+    constexpr int kMarkWidth = 25;
     QMenu::initStyleOption(option, action);
-    option->maxIconWidth = std::max(option->maxIconWidth, kRoomForMarks);
+    option->maxIconWidth = std::max(option->maxIconWidth, kMarkWidth);
 }
 
 }  // namespace kasto

@@ -12,14 +12,14 @@ namespace kasto {
 
 class MenuCheckRow;
 
-// A menu of entries that opens at the pointer, whichever program has the focus. It and its submenus are kept
-// out of takes. Main thread.
+// A menu made from `MenuEntry` values. It opens at the pointer even while another program has the focus, and
+// stays open while check rows are toggled. It and its submenus are kept out of takes. Main thread.
 class PopupMenu final : public QMenu {
 public:
     // `ownWindows` and `pointer` outlive it.
     PopupMenu(OwnWindows& ownWindows, const PointerInput& pointer);
 
-    // In the place of the entries there were.
+    // Replaces all entries.
     void setEntries(const std::vector<MenuEntry>& entries);
 
     void popUpAtPointer();
@@ -39,7 +39,7 @@ private:
 
     OwnWindows& ownWindows_;
     const PointerInput& pointer_;
-    PopupMenu* above_ = nullptr;  // whose submenu this is
+    PopupMenu* above_ = nullptr;  // the menu that this is a submenu of
     std::vector<std::unique_ptr<PopupMenu>> submenus_;
 };
 
