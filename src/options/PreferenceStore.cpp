@@ -83,11 +83,7 @@ std::optional<std::int64_t> wholeNumber(const Json& value) {
 // lock may be taken under the file's, never the other way round.
 class PreferenceStore::Data {
 public:
-    explicit Data(fs::path givenFile) : path(std::move(givenFile)), file_(File{PreferenceFile(path)}) {
-        load();
-    }
-
-    const fs::path path;
+    explicit Data(const fs::path& file) : file_(File{PreferenceFile(file)}) { load(); }
 
     // Calls `read` with the value under the key; none if there is no such key.
     template <class Read>
@@ -252,11 +248,9 @@ private:
                        QueuePriority::utility};  // goes first: its jobs use the rest
 };
 
-PreferenceStore::PreferenceStore(fs::path file) : data_(std::make_unique<Data>(std::move(file))) {}
+PreferenceStore::PreferenceStore(const fs::path& file) : data_(std::make_unique<Data>(file)) {}
 
 PreferenceStore::~PreferenceStore() = default;
-
-const fs::path& PreferenceStore::file() const { return data_->path; }
 
 std::optional<bool> PreferenceStore::boolean(std::string_view key) const {
     return data_->value(key, [](const Json& value) {

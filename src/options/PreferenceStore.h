@@ -27,7 +27,7 @@ namespace kasto {
 // or not be set aside, is left as it is: the store starts empty, says so in the log and saves nothing.
 class PreferenceStore {
 public:
-    explicit PreferenceStore(std::filesystem::path file);
+    explicit PreferenceStore(const std::filesystem::path& file);
     ~PreferenceStore();
     PreferenceStore(const PreferenceStore&) = delete;
     PreferenceStore& operator=(const PreferenceStore&) = delete;
@@ -61,9 +61,6 @@ public:
 
     // Returns when all values written before are in the file, or have failed to get there.
     void flush();
-
-    // As given at construction.
-    const std::filesystem::path& file() const;
 
 private:
     class Data;
