@@ -120,9 +120,7 @@ const std::map<QString, Scene>& scenes() {
         {"video", {30, videoBox, [](QPainter& p, QSize size, int n) { drawFilm(p, videoBox(size), n); }}},
         {"motion",
          {60, [](QSize size) { return QRect(QPoint(), size); },
-          [](QPainter& p, QSize size, int n) {
-              drawFilm(p, {QPoint(), size}, n);
-          }}},
+          [](QPainter& p, QSize size, int n) { drawFilm(p, QRect(QPoint(), size), n); }}},
     };
     return all;
 }

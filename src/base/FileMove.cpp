@@ -37,7 +37,7 @@ int renameWithoutReplacing(const fs::path& from, const fs::path& to) {
     }
     if (errno != EPERM && errno != EOPNOTSUPP && errno != ENOSYS) return errno;
     // Without hard links one can only look before renaming; another process may still come in between.
-    struct stat existing {};
+    struct stat existing = {};
     if (lstat(to.c_str(), &existing) == 0) return EEXIST;
     return std::rename(from.c_str(), to.c_str()) == 0 ? 0 : errno;
 }
@@ -113,8 +113,8 @@ int copyContent(const FileDescriptor& from, const FileDescriptor& to) {
 // Copies the content, checks that all of it arrived, and waits until it is on the disk.
 int copyCompletely(const FileDescriptor& from, const FileDescriptor& to) {
     if (const int failed = copyContent(from, to)) return failed;
-    struct stat source {};
-    struct stat copy {};
+    struct stat source = {};
+    struct stat copy = {};
     if (fstat(from.get(), &source) != 0 || fstat(to.get(), &copy) != 0) return errno;
     if (copy.st_size != source.st_size) return EIO;
     // A copy without the original times and mode is still a complete copy, so errors are ignored.
@@ -159,7 +159,7 @@ Result<void> moveFile(const fs::path& source, const fs::path& destination) {
     const int failed = renameWithoutReplacing(source, destination);
     if (failed == 0) return {};
     if (failed == EXDEV) return copyThenRemove(source, destination);
-    struct stat existing {};
+    struct stat existing = {};
     const bool isSourceMissing = failed == ENOENT && lstat(source.c_str(), &existing) != 0;
     return std::unexpected(moveError(isSourceMissing ? source : destination, failed));
 }

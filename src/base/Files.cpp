@@ -19,7 +19,7 @@ std::unexpected<Error> failed(const char* what, const fs::path& file, int errorN
 }
 
 Result<void> makeFolder(const fs::path& folder) {
-    struct stat found {};
+    struct stat found = {};
     if (folder.empty() || stat(folder.c_str(), &found) == 0) return {};
     if (auto made = makeFolder(folder.parent_path()); !made) return made;
     if (mkdir(folder.c_str(), 0700) != 0 && errno != EEXIST) return failed("make", folder);

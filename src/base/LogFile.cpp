@@ -21,7 +21,7 @@ void LogFile::append(std::string_view line) const {
 }
 
 void LogFile::trimIfHuge() const {
-    struct stat found {};
+    struct stat found = {};
     if (lstat(file_.c_str(), &found) == 0 && found.st_size > kMaxBytes) unlink(file_.c_str());
 }
 

@@ -90,10 +90,10 @@ std::vector<PixelRect> DashedOutline::dashes(const PixelRect& view) const {
     addDashes(*this, across + down, across, outer.width - right, outer.width - left, [&](int from, int to) {
         addInside(rects, {outer.maxX() - to, outer.maxY() - linePx, to - from, linePx}, view);
     });
-    addDashes(*this, 2.0 * across + down, down, outer.height - bottom, outer.height - top,
-              [&](int from, int to) {
-                  addInside(rects, {outer.x, outer.maxY() - to, linePx, to - from}, view);
-              });
+    const auto addLeft = [&](int from, int to) {
+        addInside(rects, {outer.x, outer.maxY() - to, linePx, to - from}, view);
+    };
+    addDashes(*this, 2.0 * across + down, down, outer.height - bottom, outer.height - top, addLeft);
     return rects;
 }
 

@@ -51,8 +51,9 @@ void AppDelegate::applicationDidFinishLaunching() {
 }
 
 void AppDelegate::buildMainMenu() {
-    mainMenu_ = std::make_unique<MainMenu>(
-        desktop_.ownWindows, [this] { showSettings(); }, [this] { terminate(); });
+    const auto settings = [this] { showSettings(); };
+    const auto quit = [this] { terminate(); };
+    mainMenu_ = std::make_unique<MainMenu>(desktop_.ownWindows, settings, quit);
 }
 
 void AppDelegate::makeStatusItem() {

@@ -88,7 +88,8 @@ TEST_F(RegionPickerTest, answersEachCallerOnceHoweverItEnds) {
     EXPECT_EQ(results.size(), 4u);
 
     picker.begin({}, keep());
-    emit QGuiApplication::screens().back()->geometryChanged({});
+    auto* const screen = QGuiApplication::screens().back();
+    emit screen->geometryChanged({});
     EXPECT_TRUE(isOpen());
     QCoreApplication::processEvents();
     EXPECT_EQ(results.size(), 5u);

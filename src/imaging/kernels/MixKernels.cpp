@@ -26,8 +26,8 @@ void overRows(const SourceRows& source, int count, int rows, const PixelRows& to
 void colorOverRow(const FineColor& color, int count, Pixel* row) {
     const auto fine = fineColor(color);
     const auto alpha = alphaWeights(color);
-    mapRow(
-        count, row, [&](int, Pixels background) HWY_ATTR { return over(fine, alpha, background); }, row);
+    const auto mixed = [&](int, Pixels background) HWY_ATTR { return over(fine, alpha, background); };
+    mapRow(count, row, mixed, row);
 }
 
 // Where the pixels of a run lie between the two radii of a gradient, clamped to them.

@@ -50,8 +50,10 @@ Result<TouchpadShape> shapeOf(int fd, const std::string& path) {
     return shape;
 }
 
-// Reads one axis of all slots into a field. The field stays as it is when the touchpad lacks the axis.
-void readSlots(int fd, int axis, int Slot::*field, std::vector<Slot>& slots) {
+// Reads one axis of all slots into a field, given as a pointer to that member. The field stays as it is when
+// the touchpad lacks the axis.
+template <class Field>
+void readSlots(int fd, int axis, Field field, std::vector<Slot>& slots) {
     struct {
         std::int32_t code;
         std::array<std::int32_t, ContactDecoder::kMaxContacts> values;

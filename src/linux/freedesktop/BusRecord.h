@@ -9,7 +9,7 @@ namespace kasto::freedesktop {
 // references to its members, in the order of the D-Bus signature.
 template <class T>
 concept BusRecord = requires(T& record) {
-    T::fields(record);
+    T::fields(record);  // a tuple of references
 };
 
 template <BusRecord T>
