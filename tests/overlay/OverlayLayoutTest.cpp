@@ -41,9 +41,9 @@ TEST(DashedOutlineTest, dashesGoRoundTheFrameAndMoveAnticlockwise) {
     for (const int step : {0, 5}) {
         const auto dashes = dashedOutline(path, 1, 0.45 * step / 14 + 0.001).dashes(view);
         const auto isRed = [&](int x, int y) {
-            return std::ranges::any_of(dashes, [&](const PixelRect& dash) {
-                return !dash.intersection({x, y, 1, 1}).isEmpty();
-            });
+            const PixelRect pixel{x, y, 1, 1};
+            return std::ranges::any_of(
+                dashes, [&](const PixelRect& dash) { return !dash.intersection(pixel).isEmpty(); });
         };
         for (int along = 2; along < 54; ++along) {
             EXPECT_EQ(isRed(11 + along, 20), (along + step) % 14 < 8) << step << " " << along;

@@ -157,11 +157,8 @@ TEST(FrameCompositorTest, FramesComposedInPartsLookAsComposedWhole) {
         if (upTo(30) == 0) {
             const int width = upTo(2) ? kWidth : 40 + upTo(500);
             const int height = upTo(2) ? kHeight : 40 + upTo(300);
-            scene.screen = {painted(width, height,
-                                    [](int x, int y) {
-                                        return Rgb{x % 256, y % 256, 99};
-                                    }),
-                            BlockSet::all(width, height)};
+            const auto gradient = [](int x, int y) { return Rgb{x % 256, y % 256, 99}; };
+            scene.screen = {painted(width, height, gradient), BlockSet::all(width, height)};
         }
         auto& snapshot = scene.snapshot;
         if (upTo(20) == 0) {
@@ -179,9 +176,8 @@ TEST(FrameCompositorTest, FramesComposedInPartsLookAsComposedWhole) {
         if (upTo(8) == 0) snapshot.camRound = !snapshot.camRound;
         if (upTo(12) == 0) scene.tile = {};
         if (upTo(5) == 0) {
-            scene.tile = {.camera = painted(64, 48, [level = upTo(256)](int x, int) {
-                              return Rgb{level, x * 3, 9};
-                          })};
+            const auto stripes = [level = upTo(256)](int x, int) { return Rgb{level, x * 3, 9}; };
+            scene.tile = {.camera = painted(64, 48, stripes)};
             const TilePlace place{{kWidth, kHeight}, snapshot.camRect.value_or(Rect{}), snapshot.camRound};
             if (snapshot.camRect && upTo(4)) scene.tile = painter.draw(scene.tile.camera, place);
         }
