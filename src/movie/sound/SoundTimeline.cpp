@@ -27,11 +27,12 @@ SoundPlacement SoundTimeline::place(double timeS, std::int64_t frames) {
     if (!std::isfinite(timeS) || timeS > std::max(movieTimeS_, endS) + kMaxAheadS) timeS = endS;
     const double differenceS = timeS - endS;
     if (!hasBegun_ || std::abs(differenceS) > kMaxDriftS) {
-        hasBegun_ = true;
         driftS_ = 0;
         const auto by = std::llround(differenceS * kSoundRate);
-        return {.silence = std::max<std::int64_t>(by, 0),
-                .skipped = std::clamp<std::int64_t>(-by, 0, frames)};
+        const auto skipped = std::clamp<std::int64_t>(-by, 0, frames);
+        // A buffer that ends before the movie begins leaves the line empty. The next one begins it.
+        hasBegun_ = hasBegun_ || skipped < frames;
+        return {.silence = std::max<std::int64_t>(by, 0), .skipped = skipped};
     }
     const double lengthS = static_cast<double>(frames) / kSoundRate;
     driftS_ += (differenceS - driftS_) * std::min(1.0, lengthS / kDriftMeanOverS);

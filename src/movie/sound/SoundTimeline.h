@@ -22,8 +22,8 @@ struct SoundPlacement {
 // 0.2 % at most, which cannot be heard.
 //
 // A difference above 50 ms is no drift: the sound has a gap, which becomes silence, or it repeats what was
-// heard already, which is skipped. Both are put right at once. The first buffer begins the line in the same
-// way.
+// heard already, which is skipped. Both are put right at once. The first buffer that is not skipped as a
+// whole begins the line in the same way.
 //
 // Pure arithmetic, one thread at a time.
 class SoundTimeline {

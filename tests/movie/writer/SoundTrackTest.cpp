@@ -25,7 +25,8 @@ TEST(SoundTimelineTest, placesEachBufferByItsTime) {
     };
     const double nan = std::numeric_limits<double>::quiet_NaN();
     const std::vector<Step> steps{
-        {-0.005, 480, 0, 240},  // half of it was before the movie
+        {-0.015, 480, 0, 480},  // all of it was before the movie
+        {-0.005, 480, 0, 240},  // half of it was
         {0.005, 480, 0, 0},     // follows
         {0.045, 480, 0, 0},     // a little late: made up for smoothly
         {0.2, 480, 8400, 0},    // a gap
