@@ -9,21 +9,21 @@
 
 namespace kasto {
 
-// Watches the mouse while a take runs, 120 times a second: tells the model where the pointer is and which
-// button is held, draws a pulse for each press, and turns fn + right click into a wish for the quick menu.
+// Polls the pointer 120 times a second while a take runs. It tells the model the pointer's place and whether
+// a button is held, starts a pulse at each press, and asks for the quick menu on fn + right click.
 //
-// `start` and `stop` belong to the main thread; it may be started again. Model and pointer outlive it.
+// `start` and `stop` are called on the main thread and may be repeated. The model and the pointer outlive it.
 class InputPoller {
 public:
     InputPoller(CaptureModel& model, const PointerInput& pointer);
 
-    // A button that is down already does not count as a press.
+    // A button that is down already makes no pulse until it is pressed again.
     void start();
 
-    // Returns when no poll is under way any more.
+    // Returns when no poll is running any more.
     void stop();
 
-    // Called on the poller's queue. Set before the start.
+    // Called on the poller's queue when fn + right click asks for the quick menu. To be set before `start`.
     std::function<void()> onQuickMenu;
 
 private:
@@ -31,7 +31,7 @@ private:
 
     CaptureModel& model_;
     const PointerInput& pointer_;
-    std::unique_ptr<PointerFollower> follower_;  // while it runs
+    std::unique_ptr<PointerFollower> follower_;  // between start and stop
     bool leftWas_ = false;
     bool rightWas_ = false;
     SerialQueue queue_{"app.tolvane.kasto.poll", QueuePriority::userInteractive};

@@ -12,7 +12,7 @@ namespace {
 constexpr double kScrollPanGain = 1.6;
 constexpr double kZoomLogPerNotch = 0.22314355131420976;  // ln 1.25
 
-// What the scrolls since one start do.
+// Applies scrolls to the model, and logs the first of each kind. One for each start.
 struct ScrollGestures {
     CaptureModel& model;
     bool loggedPan = false;

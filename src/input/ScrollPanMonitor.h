@@ -7,10 +7,11 @@
 
 namespace kasto {
 
-// Scrolling that moves the recorded view while a take runs, wherever the pointer is: with option alone it
-// pans, with control and option a wheel zooms, up being in. The program under the pointer scrolls as well.
+// Moves the recorded view by scrolling while a take runs, wherever the pointer is. Option and scrolling pan;
+// control, option and the wheel zoom, in when it turns up. The program under the pointer gets the scrolling
+// too.
 //
-// `start` and `stop` belong to the main thread; it may be started again. Model and pointer outlive it.
+// `start` and `stop` are called on the main thread and may be repeated. The model and the pointer outlive it.
 class ScrollPanMonitor {
 public:
     ScrollPanMonitor(CaptureModel& model, const PointerInput& pointer);

@@ -7,14 +7,14 @@ namespace kasto {
 
 namespace {
 
-constexpr double kLeastSpread = 0.003;
+constexpr double kMinSpread = 0.003;
 constexpr double kRearmGapS = 0.2;
 constexpr double kEngageDistance = 0.012;
 constexpr double kEngageLogSpread = 0.03;
-constexpr double kBaseDrift = 0.02;  // of the way, per resting frame
+constexpr double kBaseDrift = 0.02;  // how much of the way to the fingers the base moves per frame
 constexpr double kSpreadFloor = 0.001;
 constexpr double kZoomGain = 1.4;
-constexpr double kMostZoomStep = 0.2;
+constexpr double kMaxZoomStep = 0.2;
 constexpr double kFlickerS = 0.15;
 
 double logRatio(double spread, double before) {
@@ -30,7 +30,7 @@ void ThreeFingerInterpreter::reset() {
 
 ThreeFingerInterpreter::Output ThreeFingerInterpreter::ingest(int count, Point centroid, double spread,
                                                               double t) {
-    if (count != fingers_ || !(spread > kLeastSpread)) {
+    if (count != fingers_ || !(spread > kMinSpread)) {
         if (engaged_ && lastMatchT_ >= 0 && t - lastMatchT_ < kFlickerS) {
             needsRebase_ = true;
         } else {
@@ -67,7 +67,8 @@ void ThreeFingerInterpreter::arm(Point centroid, double spread) {
     baseSpread_ = lastSpread_ = spread;
 }
 
-// Fingers that rest creep: the place they rest at follows them.
+// True if the fingers have moved or spread too far for resting ones. Resting fingers creep a little, so the
+// place they are compared with follows them slowly.
 bool ThreeFingerInterpreter::leavesRest(Point centroid, double spread) {
     const Vector moved{centroid.x - baseCentroid_.x, centroid.y - baseCentroid_.y};
     const bool rests = std::hypot(moved.dx, moved.dy) <= kEngageDistance &&
@@ -82,7 +83,7 @@ bool ThreeFingerInterpreter::leavesRest(Point centroid, double spread) {
 ThreeFingerInterpreter::Output ThreeFingerInterpreter::deltas(Point centroid, double spread) {
     const Output output{
         .active = true,
-        .zoomDelta = std::clamp(kZoomGain * logRatio(spread, lastSpread_), -kMostZoomStep, kMostZoomStep),
+        .zoomDelta = std::clamp(kZoomGain * logRatio(spread, lastSpread_), -kMaxZoomStep, kMaxZoomStep),
         .panDelta = {centroid.x - lastCentroid_.x, centroid.y - lastCentroid_.y}};
     lastCentroid_ = centroid;
     lastSpread_ = spread;

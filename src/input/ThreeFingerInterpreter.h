@@ -4,24 +4,28 @@
 
 namespace kasto {
 
-// Recognises a fixed number of fingers that spread, pinch or move together. Fed with every contact frame;
-// deltas flow once the fingers have left their resting place, and survive a finger that flickers. Not
-// thread-safe.
+// Recognises a fixed number of fingers that spread, pinch or move together. It is fed with every contact
+// frame. One thread at a time.
+//
+// The first frame with that number of fingers arms it. The gesture is engaged when the fingers leave the
+// place they rested at; from then on every frame yields the change since the frame before. Another number of
+// fingers ends the gesture after 0.15 s. A shorter interruption, a finger that flickers, only restarts the
+// measuring, so that the view does not jump.
 class ThreeFingerInterpreter {
 public:
     struct Output {
         bool active = false;
-        double zoomDelta = 0;  // natural logarithm of the change of scale
-        Vector panDelta{};     // in parts of the pad, y upwards
+        double zoomDelta = 0;  // natural logarithm of the change in zoom
+        Vector panDelta{};     // in parts of the pad's size, y upwards
     };
 
     explicit ThreeFingerInterpreter(int fingers) : fingers_(fingers) {}
 
-    // Back to fingers never seen.
+    // Forgets all frames.
     void reset();
 
-    // How many fingers there are, their mean place and their mean distance from it (in parts of the pad) at
-    // the time `t` in seconds.
+    // One frame: how many fingers there are, their mean place, their mean distance from it (both in parts of
+    // the pad's size), and the time in seconds.
     Output ingest(int count, Point centroid, double spread, double t);
 
 private:
