@@ -145,7 +145,7 @@ bool ContactDecoder::buildFrame() {
 
 bool ContactDecoder::touches(const Slot& slot) const {
     return slot.trackingId >= 0 && slot.tool != MT_TOOL_PALM && slot.distance <= 0 &&
-           !(shape_.hasPressure && slot.pressure <= shape_.noPressure);
+           !(shape_.pressureTellsTouch && slot.pressure <= shape_.noPressure);
 }
 
 void ContactDecoder::addTracked(TrackedSlot& slot) {

@@ -20,7 +20,7 @@ struct TouchpadShape {
     // How many contacts it tracks. 0 for one that lists its contacts anew in every frame.
     int slots = 0;
     // Whether its pressure axis tells touching fingers from hovering ones.
-    bool hasPressure = false;
+    bool pressureTellsTouch = false;
     int noPressure = 0;  // the pressure of a hovering finger
 };
 

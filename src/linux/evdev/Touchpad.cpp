@@ -33,18 +33,23 @@ bool isTouchpad(const libevdev* device) {
            !libevdev_has_property(device, INPUT_PROP_DIRECT);
 }
 
-Result<TouchpadShape> shapeOf(int fd, const std::string& path) {
+// True if a finger presses harder than the pressure axis's minimum exactly while it touches. On a touchpad
+// that measures force, a light touch may report none.
+bool pressureTellsTouch(const libevdev* device) {
+    constexpr unsigned kPressurePad = 0x07;  // INPUT_PROP_PRESSUREPAD, which older kernel headers lack
+    const bool isForce = libevdev_get_abs_resolution(device, ABS_MT_PRESSURE) > 0 ||
+                         libevdev_has_property(device, kPressurePad) != 0;
+    const bool measuresSize = libevdev_has_event_code(device, EV_ABS, ABS_MT_TOUCH_MAJOR) != 0;
+    return libevdev_has_event_code(device, EV_ABS, ABS_MT_PRESSURE) != 0 && !isForce && !measuresSize;
+}
+
+Result<TouchpadShape> readShape(int fd, const std::string& path) {
     libevdev* opened = nullptr;
     if (const int error = libevdev_new_from_fd(fd, &opened); error != 0)
         return std::unexpected(systemError(path, -error));
     const std::unique_ptr<libevdev, FreeEvdev> device(opened);
     if (!isTouchpad(device.get())) return failure(path + " is no multi-touch touchpad");
-    const TouchpadShape shape{
-        .x = rangeOf(device.get(), ABS_MT_POSITION_X),
-        .y = rangeOf(device.get(), ABS_MT_POSITION_Y),
-        .slots = std::clamp(libevdev_get_num_slots(device.get()), 0, ContactDecoder::kMaxContacts),
-        .hasPressure = libevdev_has_event_code(device.get(), EV_ABS, ABS_MT_PRESSURE) != 0,
-        .noPressure = libevdev_get_abs_minimum(device.get(), ABS_MT_PRESSURE)};
+    const auto shape = shapeOf(device.get());
     if (shape.x.minimum >= shape.x.maximum || shape.y.minimum >= shape.y.maximum)
         return failure(path + " has no size");
     return shape;
@@ -79,10 +84,18 @@ double timeOf(const input_event& event) {
 
 }  // namespace
 
+TouchpadShape shapeOf(const libevdev* device) {
+    return {.x = rangeOf(device, ABS_MT_POSITION_X),
+            .y = rangeOf(device, ABS_MT_POSITION_Y),
+            .slots = std::clamp(libevdev_get_num_slots(device), 0, ContactDecoder::kMaxContacts),
+            .pressureTellsTouch = pressureTellsTouch(device),
+            .noPressure = libevdev_get_abs_minimum(device, ABS_MT_PRESSURE)};
+}
+
 Result<std::unique_ptr<Touchpad>> Touchpad::open(const std::string& path) {
     FileDescriptor fd(::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
     if (!fd) return std::unexpected(systemError(path, errno));
-    const auto shape = shapeOf(fd.get(), path);
+    const auto shape = readShape(fd.get(), path);
     if (!shape) return std::unexpected(shape.error());
     int clock = CLOCK_MONOTONIC;
     if (ioctl(fd.get(), EVIOCSCLOCKID, &clock) < 0) return std::unexpected(systemError(path, errno));

@@ -9,7 +9,12 @@
 #include <span>
 #include <string>
 
+struct libevdev;
+
 namespace kasto::evdev {
+
+// The shape of a touchpad that libevdev knows.
+TouchpadShape shapeOf(const libevdev* device);
 
 // An open touchpad of the kernel. It is not grabbed, so other programs go on reading it. One thread.
 class Touchpad {

@@ -2,6 +2,7 @@
 #include "linux/evdev/Touchpad.h"
 
 #include <gtest/gtest.h>
+#include <libevdev/libevdev.h>
 
 #include <climits>
 #include <cmath>
@@ -15,7 +16,7 @@ namespace {
 
 using Outcome = ContactDecoder::Outcome;
 
-constexpr TouchpadShape kPad{.x = {100, 1100}, .y = {-50, 950}, .slots = 5, .hasPressure = true};
+constexpr TouchpadShape kPad{.x = {100, 1100}, .y = {-50, 950}, .slots = 5, .pressureTellsTouch = true};
 
 const std::map<std::string, std::pair<int, int>> kEvents{
     {"slot", {EV_ABS, ABS_MT_SLOT}},       {"id", {EV_ABS, ABS_MT_TRACKING_ID}},
@@ -137,6 +138,31 @@ TEST(ContactDecoderTest, SurvivesAnyEvents) {
         }
     }
     EXPECT_GT(frames, 5000);
+}
+
+TEST(TouchpadTest, UsesPressureOnlyWhereItTellsTouchingFromHovering) {
+    struct Row {
+        const char* what;
+        bool expected;
+        int resolution;  // of the pressure axis; negative without one
+        bool hasSize;
+        bool isPressurePad;
+    };
+    for (const auto& row :
+         {Row{"pressure only", true, 0, false, false}, Row{"no pressure", false, -1, false, false},
+          Row{"force in units", false, 1, false, false}, Row{"sizes too", false, 0, true, false},
+          Row{"pressure pad", false, 0, false, true}}) {
+        const std::unique_ptr<libevdev, decltype(&libevdev_free)> device(libevdev_new(), libevdev_free);
+        input_absinfo axis{.value = 0, .minimum = 2, .maximum = 255, .fuzz = 0, .flat = 0, .resolution = 0};
+        libevdev_enable_event_code(device.get(), EV_ABS, ABS_MT_POSITION_X, &axis);
+        if (row.hasSize) libevdev_enable_event_code(device.get(), EV_ABS, ABS_MT_TOUCH_MAJOR, &axis);
+        axis.resolution = row.resolution;
+        if (row.resolution >= 0) libevdev_enable_event_code(device.get(), EV_ABS, ABS_MT_PRESSURE, &axis);
+        if (row.isPressurePad) libevdev_enable_property(device.get(), 0x07);
+        const auto shape = shapeOf(device.get());
+        EXPECT_EQ(shape.pressureTellsTouch, row.expected) << row.what;
+        EXPECT_EQ(shape.x.maximum, 255);
+    }
 }
 
 TEST(TouchpadTest, RefusesWhatIsNoTouchpad) {
