@@ -67,7 +67,7 @@ OverlayPanel::OverlayPanel(OverlayView& view, QScreen& screen, OwnWindows& ownWi
 }
 
 OverlayPanel::~OverlayPanel() {
-    support_.keepAbove({});
+    above_.reset();
     // The windows stay registered until they are gone, because they may be visible until then.
     lines_.destroy();
     destroy();
@@ -81,7 +81,7 @@ OverlayView::Canvas OverlayPanel::canvas() const {
 
 void OverlayPanel::appear() {
     show();
-    support_.keepAbove({lines_.winId(), winId()});
+    above_ = support_.keepAbove({lines_.winId(), winId()});
 }
 
 void OverlayPanel::followScreen() {

@@ -64,6 +64,7 @@ private:
     OverlayView& view_;
     OverlaySupport& support_;
     QWindow lines_;
+    std::unique_ptr<KeptAbove> above_;  // while the panel is shown
     std::optional<PaintedReport> report_;
     std::optional<PaintedReport> linesReport_;
     std::optional<std::vector<PixelRect>> linesShapePx_;

@@ -97,7 +97,7 @@ void RegionPicker::open(std::vector<Place> places, const std::optional<RegionCho
         panel.raise();
         if (!key || place.screen == keyScreen) key = &panel;
     }
-    support_.keepAbove(std::move(nativeIds));
+    above_ = support_.keepAbove(std::move(nativeIds));
     watchScreens();
     key->makeKey();
 }
@@ -121,7 +121,7 @@ void RegionPicker::close() {
     if (panels_.empty()) return;
     whileOpen_.reset();
     QGuiApplication::restoreOverrideCursor();
-    support_.keepAbove({});
+    above_.reset();
     for (auto& panel : std::exchange(panels_, {})) {
         // Deleted later, because this may be called from an event of one of the views.
         panel->view().onDone = {};

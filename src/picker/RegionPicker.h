@@ -13,6 +13,7 @@ namespace kasto {
 
 class Displays;
 class KeyablePanel;
+class KeptAbove;
 class OverlaySupport;
 class OwnWindows;
 
@@ -55,6 +56,7 @@ private:
     OverlaySupport& support_;
     ScreenStills stills_;
     std::vector<std::unique_ptr<KeyablePanel>> panels_;  // empty while the picker is closed
+    std::unique_ptr<KeptAbove> above_;                   // while it is open
     Completion completion_;
     std::unique_ptr<QObject> whileOpen_;  // owns the connections to the screens' signals
 };

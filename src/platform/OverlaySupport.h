@@ -3,11 +3,19 @@
 #include "base/Geometry.h"
 
 #include <cstdint>
+#include <memory>
 #include <optional>
 #include <span>
 #include <vector>
 
 namespace kasto {
+
+// Keeps windows above those of all other programs while it exists. Main thread. It must be destroyed before
+// the service that made it.
+class KeptAbove {
+public:
+    virtual ~KeptAbove() = default;
+};
 
 // Window properties that the overlay and the region picker need and Qt does not offer. Native ids are those
 // of windows of the program. Colours are 0xAARRGGBB, premultiplied.
@@ -33,8 +41,9 @@ public:
     // Cuts the window to these pixels, counted from its top-left corner. None shows the whole window.
     virtual void setShape(std::uint64_t nativeId, std::optional<std::span<const PixelRect>> shapePx) = 0;
 
-    // Keeps these windows above all others from now on, the last one topmost; an empty list ends that.
-    virtual void keepAbove(std::vector<std::uint64_t> nativeIds) = 0;
+    // Keeps these windows above all others while the result exists; the last one is topmost. Windows that are
+    // kept later lie above those kept before.
+    [[nodiscard]] virtual std::unique_ptr<KeptAbove> keepAbove(std::vector<std::uint64_t> nativeIds) = 0;
 };
 
 }  // namespace kasto

@@ -65,7 +65,7 @@ TEST_F(OverlayControllerTest, isKnownBeforeItIsSeenAndUntilItIsGone) {
     overlay.stop();
     EXPECT_EQ(panel(), nullptr);
     EXPECT_TRUE(desktop.ownWindows.windows().empty());
-    EXPECT_TRUE(desktop.overlaySupport.above.empty());
+    EXPECT_EQ(desktop.overlaySupport.keeping, 0);
     desktop.displays.displays.clear();
     overlay.start(7, now);
     EXPECT_EQ(panel(), nullptr);

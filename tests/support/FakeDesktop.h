@@ -74,7 +74,8 @@ struct FakeRunningInstance : RunningInstance {
 struct FakeOverlaySupport : OverlaySupport {
     bool blends = true;
     std::map<std::uint64_t, std::vector<PixelRect>> shapes;
-    std::vector<std::uint64_t> above;
+    std::vector<std::uint64_t> above;  // what was asked for last
+    int keeping = 0;                   // how many users keep windows above now
 
     bool blendsWindows() const override { return blends; }
     void prepare(std::uint64_t, std::uint32_t, Painting) override {}
@@ -82,7 +83,15 @@ struct FakeOverlaySupport : OverlaySupport {
         shapes.erase(window);
         if (shape) shapes[window] = {shape->begin(), shape->end()};
     }
-    void keepAbove(std::vector<std::uint64_t> windows) override { above = std::move(windows); }
+    std::unique_ptr<KeptAbove> keepAbove(std::vector<std::uint64_t> windows) override {
+        struct Kept : KeptAbove {
+            explicit Kept(FakeOverlaySupport& fake) : support(fake) { ++support.keeping; }
+            ~Kept() override { --support.keeping; }
+            FakeOverlaySupport& support;
+        };
+        above = std::move(windows);
+        return std::make_unique<Kept>(*this);
+    }
 };
 
 // Takes every chord unless they are taken; a test presses it.

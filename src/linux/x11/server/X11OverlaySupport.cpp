@@ -13,6 +13,8 @@
 #include <array>
 #include <atomic>
 #include <cstring>
+#include <utility>
+#include <vector>
 
 namespace kasto::x11 {
 
@@ -41,11 +43,26 @@ public:
         thread_.start("overlay", [this](const PollWaiter& waiter) { run(waiter); });
     }
 
-    void keepAbove(std::vector<xcb_window_t> windows) {
-        const std::uint32_t events = windows.empty() ? 0 : XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY;
-        xcb_change_window_attributes(connection_.raw(), connection_.root(), XCB_CW_EVENT_MASK, &events);
-        above_.set(std::move(windows));
+    // The windows of one user of keepAbove, by a number that is its own.
+    using Group = std::pair<int, std::vector<xcb_window_t>>;
+
+    int add(std::vector<xcb_window_t> windows) {
+        const int number = above_.with([&](std::vector<Group>& groups) {
+            const int next = groups.empty() ? 0 : groups.back().first + 1;
+            groups.emplace_back(next, std::move(windows));
+            return next;
+        });
+        watchStacking(true);
         raise();
+        return number;
+    }
+
+    void remove(int number) {
+        const bool isLast = above_.with([&](std::vector<Group>& groups) {
+            std::erase_if(groups, [&](const Group& group) { return group.first == number; });
+            return groups.empty();
+        });
+        if (isLast) watchStacking(false);
     }
 
     std::atomic<bool> hasManager = false;
@@ -73,9 +90,26 @@ private:
         }
     }
 
+    // Asks for events about every window on the screen, which a busy desktop sends many of, or ends that.
+    void watchStacking(bool watches) {
+        const std::uint32_t events = watches ? XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY : 0;
+        xcb_change_window_attributes(connection_.raw(), connection_.root(), XCB_CW_EVENT_MASK, &events);
+        xcb_flush(connection_.raw());
+    }
+
+    // The windows to be kept above, the topmost one last.
+    std::vector<xcb_window_t> windowsAbove() const {
+        return above_.with([](const std::vector<Group>& groups) {
+            std::vector<xcb_window_t> windows;
+            for (const auto& group : groups)
+                windows.insert(windows.end(), group.second.begin(), group.second.end());
+            return windows;
+        });
+    }
+
     // True if another window may be above ours now.
     bool takeEvents() {
-        const auto ours = above_.copy();
+        const auto ours = windowsAbove();
         bool isCovered = false;
         while (const Reply<xcb_generic_event_t> event{xcb_poll_for_event(connection_.raw())}) {
             const int type = event->response_type & 0x7f;
@@ -101,7 +135,7 @@ private:
 
     void raise() {
         const std::uint32_t above = XCB_STACK_MODE_ABOVE;
-        for (const auto window : above_.copy())
+        for (const auto window : windowsAbove())
             xcb_configure_window(connection_.raw(), window, XCB_CONFIG_WINDOW_STACK_MODE, &above);
         xcb_flush(connection_.raw());
     }
@@ -119,7 +153,7 @@ private:
     std::uint8_t xfixesEvent_;
     xcb_atom_t managerSelection_ = XCB_NONE;
     std::optional<double> managerSinceS_;  // used by the thread only, once it runs
-    Guarded<std::vector<xcb_window_t>> above_;
+    Guarded<std::vector<Group>> above_;
     PollThread thread_;
 };
 
@@ -177,8 +211,19 @@ void X11OverlaySupport::setShape(std::uint64_t nativeId, std::optional<std::span
     xcb_flush(ui_);
 }
 
-void X11OverlaySupport::keepAbove(std::vector<std::uint64_t> nativeIds) {
-    watch_->keepAbove({nativeIds.begin(), nativeIds.end()});
+class X11OverlaySupport::Kept : public KeptAbove {
+public:
+    Kept(Watch& watch, std::vector<xcb_window_t> windows)
+        : watch_(watch), number_(watch.add(std::move(windows))) {}
+    ~Kept() override { watch_.remove(number_); }
+
+private:
+    Watch& watch_;
+    const int number_;
+};
+
+std::unique_ptr<KeptAbove> X11OverlaySupport::keepAbove(std::vector<std::uint64_t> nativeIds) {
+    return std::make_unique<Kept>(*watch_, std::vector<xcb_window_t>(nativeIds.begin(), nativeIds.end()));
 }
 
 }  // namespace kasto::x11

@@ -10,13 +10,13 @@
 
 namespace kasto::x11 {
 
-// Overlay windows on an X server. Compositing managers and the order of the windows are watched on a
-// connection and a thread of their own; what is done to a window goes over the connection it was made on, in
-// order with what the user interface does to it.
+// Overlay windows on an X server. A thread with a connection of its own watches compositing managers and the
+// stacking order of the windows. What is done to a window goes over the connection it was made on, so that it
+// stays in order with what the user interface does to the window.
 class X11OverlaySupport : public OverlaySupport {
 public:
-    // An empty name takes $DISPLAY. `ui` is the connection of the windows and outlives this; none where the
-    // user interface is not on an X server: nothing is done then.
+    // An empty name takes $DISPLAY. `ui` is the connection of the windows and must outlive this. It is null
+    // where the user interface is not on an X server; windows are then left as they are.
     static Result<std::unique_ptr<X11OverlaySupport>> open(const std::string& displayName,
                                                            xcb_connection_t* ui);
     ~X11OverlaySupport() override;
@@ -24,10 +24,11 @@ public:
     bool blendsWindows() const override;
     void prepare(std::uint64_t nativeId, std::uint32_t fillArgb, Painting painting) override;
     void setShape(std::uint64_t nativeId, std::optional<std::span<const PixelRect>> shapePx) override;
-    void keepAbove(std::vector<std::uint64_t> nativeIds) override;
+    std::unique_ptr<KeptAbove> keepAbove(std::vector<std::uint64_t> nativeIds) override;
 
 private:
     class Watch;
+    class Kept;
     X11OverlaySupport(std::unique_ptr<Watch> watch, xcb_connection_t* ui);
     xcb_atom_t atom(const char* name) const;
 

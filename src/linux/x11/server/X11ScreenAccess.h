@@ -4,8 +4,8 @@
 
 namespace kasto::x11 {
 
-// An X server lets every client of its user read the screen; there is nothing to ask for, and no trust for
-// accessibility to be given.
+// An X server lets each of its clients read the screen, so there is no permission to ask for. X11 has no
+// trust for accessibility either.
 class X11ScreenAccess : public ScreenAccess {
 public:
     bool preflight() const override { return true; }
