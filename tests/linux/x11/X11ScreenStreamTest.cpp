@@ -199,9 +199,7 @@ TEST_F(X11ScreenStreamTest, FollowsADisplayThatChangesItsSizeAndEndsWhenTheServe
     ASSERT_TRUE(receiver.waitForEnds(1));
     for (int i = 0; i < 2; ++i) EXPECT_TRUE(stream->stopCapture().has_value());
     EXPECT_EQ(receiver.ends.copy(), (std::vector<std::string>{"lost the connection to the X server"}));
-    const auto content = capture.shareableContent();
-    ASSERT_FALSE(content.has_value());
-    EXPECT_EQ(content.error().description, "the X server has no display, or is gone");
+    EXPECT_TRUE(capture.shareableContent().value().displays.empty());
 }
 
 TEST_F(X11ScreenStreamTest, FollowsADisplayThatMovesOrIsScaledAndEndsWhenItIsGone) {
