@@ -23,9 +23,10 @@ Result<std::unique_ptr<DisplayServer>> X11Server::open() {
 }
 
 X11Server::X11Server(std::unique_ptr<x11::X11Displays> displays, std::unique_ptr<x11::X11Pointer> pointer)
-    : displays_(std::move(displays)), pointer_(std::move(pointer)) {}
+    : displays_(std::move(displays)), pointer_(std::move(pointer)), qtScale_(displays_->scale()) {}
 
 Result<std::unique_ptr<Session>> X11Server::openSession(QGuiApplication& application) {
+    qtScale_.reset();
     auto overlaySupport = x11::X11OverlaySupport::open(kDisplay, uiConnection(application));
     if (!overlaySupport) return std::unexpected(overlaySupport.error());
     return std::make_unique<X11Session>(application, *displays_, *pointer_, std::move(*overlaySupport));

@@ -9,6 +9,9 @@
 #include "session/Session.h"
 #include "session/SessionServices.h"
 #include "session/UiHotKeys.h"
+#include "ui/QtScale.h"
+
+#include <optional>
 
 namespace kasto {
 
@@ -25,6 +28,7 @@ private:
 
     const std::unique_ptr<x11::X11Displays> displays_;
     const std::unique_ptr<x11::X11Pointer> pointer_;
+    std::optional<QtScale> qtScale_;  // until Qt's application object has been made
 };
 
 // A session on an X server.

@@ -1,16 +1,37 @@
 #include "XClient.h"
 #include "linux/x11/input/X11Pointer.h"
+#include "linux/x11/server/DesktopScale.h"
 #include "linux/x11/server/Monitors.h"
 #include "linux/x11/server/X11Displays.h"
 #include "support/PrivateXServer.h"
 #include "support/WaitUntil.h"
+#include "ui/QtScale.h"
 
 #include <gtest/gtest.h>
+
+#include <QGuiApplication>
+#include <QScreen>
+#include <cmath>
+#include <cstdlib>
+#include <optional>
 
 namespace kasto::test {
 
 using namespace x11;
 namespace {
+
+// The scale of Qt's windows on an X server after it was told one.
+double qtScaleAfterTold(const std::string& display, double scale) {
+    qputenv("QT_QPA_PLATFORM", "xcb");
+    qputenv("DISPLAY", display.c_str());
+    std::optional<QtScale> told(scale);
+    int count = 1;
+    std::string name = "test";
+    char* arguments[] = {name.data(), nullptr};
+    const QGuiApplication application(count, arguments);
+    told.reset();
+    return QGuiApplication::primaryScreen()->devicePixelRatio();
+}
 
 TEST(X11DisplaysTest, MonitorsComeAndGoWithTheServer) {
     PrivateXServer server(1920, 1080);
@@ -36,18 +57,36 @@ TEST(X11DisplaysTest, MonitorsComeAndGoWithTheServer) {
     EXPECT_EQ(displays->boundsPx(right), std::nullopt);
 }
 
-TEST(X11DisplaysTest, PointsFollowTheResolutionTheDesktopAsksFor) {
-    const PrivateXServer server(1920, 1080);
-    const auto displays = X11Displays::open(server.display()).value();
-    const auto pointer = X11Pointer::open(server.display(), *displays).value();
-    XClient client(server.display());
-    client.movePointer(300, 150);
-    EXPECT_EQ(pointer->location(), (Point{300, 150}));
-    client.setResources("Xcursor.size:\t24\nXft.dpi:\t144\n");
-    ASSERT_TRUE(waitUntil([&] { return displays->scale() == 1.5; }));
-    EXPECT_EQ(displays->all()[0].boundsPts, (Rect{0, 0, 1280, 720}));
-    EXPECT_EQ(displays->all()[0].scale, 1.5);
-    EXPECT_EQ(pointer->location(), (Point{200, 100}));
+TEST(X11DisplaysTest, OneScaleHoldsForPointsPointerAndWindows) {
+    struct Row {
+        const char* dpi;
+        const char* variable;
+        const char* value;
+        double scale;
+    };
+    for (const auto& row :
+         {Row{"144", "QT_SCREEN_SCALE_FACTORS", "2", 1.5}, Row{"72", "QT_USE_PHYSICAL_DPI", "1", 1},
+          Row{"100", "QT_SCALE_FACTOR_ROUNDING_POLICY", "Round", 100 / 96.0},
+          Row{"144", "QT_ENABLE_HIGHDPI_SCALING", "0", 1.5}, Row{"144", "QT_FONT_DPI", "120", 1.25},
+          Row{"144", "QT_SCALE_FACTOR", "1.25", 1.875}}) {
+        SCOPED_TRACE(row.variable);
+        const PrivateXServer server(1920, 1080);
+        XClient client(server.display());
+        client.setResources(std::string("Xft.dpi:\t") + row.dpi + "\n");
+        qputenv(row.variable, row.value);
+        const auto displays = X11Displays::open(server.display()).value();
+        const auto pointer = X11Pointer::open(server.display(), *displays).value();
+        EXPECT_DOUBLE_EQ(displays->scale(), row.scale);
+        // A process has one application object in its life, so each row has a process of its own for it.
+        EXPECT_EXIT(
+            std::exit(std::abs(qtScaleAfterTold(server.display(), displays->scale()) - row.scale) > 1e-9),
+            testing::ExitedWithCode(0), "");
+        qunsetenv(row.variable);
+        client.setResources("Xft.dpi:\t200\n");  // the text size changes while the program runs
+        client.movePointer(300, 150);
+        EXPECT_EQ(displays->all()[0].boundsPts, (Rect{0, 0, 1920 / row.scale, 1080 / row.scale}));
+        EXPECT_EQ(pointer->location(), (Point{300 / row.scale, 150 / row.scale}));
+    }
 }
 
 TEST(X11DisplaysTest, ReadsTheResolutionFromAnyLine) {

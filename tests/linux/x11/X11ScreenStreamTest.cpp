@@ -202,7 +202,7 @@ TEST_F(X11ScreenStreamTest, FollowsADisplayThatChangesItsSizeAndEndsWhenTheServe
     EXPECT_TRUE(capture.shareableContent().value().displays.empty());
 }
 
-TEST_F(X11ScreenStreamTest, FollowsADisplayThatMovesOrIsScaledAndEndsWhenItIsGone) {
+TEST_F(X11ScreenStreamTest, FollowsADisplayThatMovesAndEndsWhenItIsGone) {
     // A monitor of another geometry needs the old one deleted first: the display is missing for a moment.
     const auto monitor = [&](const char* geometry) {
         server.run({"xrandr", "--delmonitor", "M"});
@@ -221,15 +221,12 @@ TEST_F(X11ScreenStreamTest, FollowsADisplayThatMovesOrIsScaledAndEndsWhenItIsGon
     monitor("320/80x240/60+300+200");
     ASSERT_TRUE(receiver.waitForPicture(client.screen({350, 240, 100, 100})));
     EXPECT_EQ(receiver.last.copy().areaPts, (Rect{350, 240, 100, 100}));
-    client.setResources("Xft.dpi:\t144\n");
-    ASSERT_TRUE(receiver.waitForPicture(client.screen({375, 260, 150, 150})));
-    EXPECT_EQ(receiver.last.copy().areaPts, (Rect{250, 260 / 1.5, 100, 100}));
 
     // A part that the display does not show makes no pictures until it is shown again.
-    monitor("60/20x240/60+0+0");
+    monitor("40/20x240/60+0+0");
     letPass(300);
-    monitor("200/50x240/60+0+0");
-    ASSERT_TRUE(receiver.waitForPicture(client.screen({75, 60, 125, 150})));
+    monitor("120/50x240/60+0+0");
+    ASSERT_TRUE(receiver.waitForPicture(client.screen({50, 40, 70, 100})));
     EXPECT_TRUE(receiver.ends.copy().empty());
     ASSERT_EQ(server.run({"xrandr", "--delmonitor", "M"}), 0);
     ASSERT_TRUE(receiver.waitForEnds(1));

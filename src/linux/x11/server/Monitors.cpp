@@ -2,9 +2,6 @@
 
 #include <xcb/randr.h>
 
-#include <charconv>
-#include <cmath>
-
 namespace kasto::x11 {
 
 namespace {
@@ -14,12 +11,6 @@ std::string nameOfAtom(const Connection& connection, xcb_get_atom_name_cookie_t 
     if (!reply) return {};
     return {xcb_get_atom_name_name(reply.get()),
             static_cast<std::size_t>(xcb_get_atom_name_name_length(reply.get()))};
-}
-
-double scaleFromEnvironment() {
-    const char* text = std::getenv("QT_SCALE_FACTOR");
-    const double factor = text ? std::strtod(text, nullptr) : 0;
-    return std::isfinite(factor) && factor > 0 ? factor : 1;
 }
 
 }  // namespace
@@ -59,36 +50,6 @@ std::vector<Monitor> readMonitors(const Connection& connection) {
         monitors[i].id = displayIdOf(monitors[i].name);
     }
     return monitors;
-}
-
-double readScale(const Connection& connection) {
-    constexpr std::uint32_t kMaxLength = 1 << 20;
-    constexpr double kBaseDpi = 96;
-    auto* c = connection.raw();
-    const Reply<xcb_get_property_reply_t> reply(xcb_get_property_reply(
-        c,
-        xcb_get_property(c, 0, connection.root(), XCB_ATOM_RESOURCE_MANAGER, XCB_ATOM_STRING, 0, kMaxLength),
-        nullptr));
-    int dpi = 0;
-    if (reply)
-        dpi = dpiInResources({static_cast<const char*>(xcb_get_property_value(reply.get())),
-                              static_cast<std::size_t>(xcb_get_property_value_length(reply.get()))});
-    return (dpi > 0 ? dpi / kBaseDpi : 1) * scaleFromEnvironment();
-}
-
-int dpiInResources(std::string_view resources) {
-    constexpr std::string_view kKey = "Xft.dpi:";
-    while (!resources.empty()) {
-        const auto line = resources.substr(0, resources.find('\n'));
-        resources.remove_prefix(std::min(resources.size(), line.size() + 1));
-        if (!line.starts_with(kKey)) continue;
-        const auto start = line.find_first_not_of(" \t", kKey.size());
-        if (start == line.npos) continue;
-        int dpi = 0;
-        const auto* end = line.data() + line.size();
-        if (std::from_chars(line.data() + start, end, dpi).ec == std::errc{} && dpi > 0) return dpi;
-    }
-    return 0;
 }
 
 DisplayId displayIdOf(std::string_view monitorName) {

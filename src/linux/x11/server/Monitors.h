@@ -25,14 +25,6 @@ Result<std::uint8_t> selectMonitorEvents(const Connection& connection);
 // The monitors that are attached now; none over a lost connection. Blocks for two round trips.
 std::vector<Monitor> readMonitors(const Connection& connection);
 
-// Pixels per point, one number for the whole X screen: the desktop's Xft.dpi divided by 96, times
-// QT_SCALE_FACTOR. Qt computes its own scale in the same way, so that both mean the same by a point. Blocks
-// for a round trip.
-double readScale(const Connection& connection);
-
-// The value of Xft.dpi in the text of the root window's resources; 0 if it has none.
-int dpiInResources(std::string_view resources);
-
 // A display's id, made from its monitor's name: 32-bit FNV-1a, never 0.
 DisplayId displayIdOf(std::string_view monitorName);
 

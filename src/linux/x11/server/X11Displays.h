@@ -8,9 +8,9 @@
 
 namespace kasto::x11 {
 
-// The monitors of an X screen. One scale holds for all of them: global points are pixels of the root window
-// divided by it. Watches the server on a connection and a thread of its own; when the server goes, so do the
-// displays.
+// The monitors of an X screen. One scale holds for all of them, and for as long as this exists: global points
+// are pixels of the root window divided by it. Follows the server on a connection and a thread of its own;
+// once the server is gone, there are no displays.
 class X11Displays : public Displays {
 public:
     // An empty name takes $DISPLAY.
@@ -21,10 +21,10 @@ public:
     std::optional<DisplayId> displayAt(Point globalPts) const override;
     DisplayId mainDisplay() const override;
 
-    // Where a display lies in the root window. Any thread.
+    // A display's place in the root window, in pixels; none when it is not attached. Any thread.
     std::optional<PixelRect> boundsPx(DisplayId display) const;
 
-    // Pixels per point. Any thread.
+    // Pixels per point; the same number for the life of this object. Any thread.
     double scale() const;
 
 private:
