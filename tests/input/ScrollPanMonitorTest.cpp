@@ -12,7 +12,7 @@ namespace {
 
 constexpr double kNotch = ScrollEvent::kPtsPerNotch;
 
-// Zoom and centre once a scroll has had its whole effect.
+// The zoom and the centre of the view after a scroll has taken its full effect.
 struct Effect {
     double zoom;
     Point center;

@@ -82,7 +82,7 @@ protected:
     }
     ~TouchPadZoomPanTest() override { touchPad->stop(); }
 
-    // Fingers in a row about (x, y), each `reach` from the next one, and one that only hovers.
+    // A frame of fingers in a row around (x, y), each `reach` from the next, and of one that only hovers.
     void touch(int fingers, double x, double y, double reach) {
         std::vector<Contact> contacts(static_cast<std::size_t>(fingers) + 1);
         for (int i = 0; i < fingers; ++i) {
@@ -93,7 +93,7 @@ protected:
         }
         desktop.multitouch.onFrame(contacts, t += 0.01);
     }
-    // What is seen once everything has settled.
+    // The crop after the view has come to rest.
     Rect crop() {
         for (int i = 0; i < 200; ++i) model.step(now += 0.02);
         return model.snapshot().cropPx;

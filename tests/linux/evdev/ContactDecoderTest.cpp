@@ -27,7 +27,7 @@ const std::map<std::string, std::pair<int, int>> kEvents{
     {"dropped", {EV_SYN, SYN_DROPPED}},    {"distance", {EV_ABS, ABS_MT_DISTANCE}},
     {"five", {EV_KEY, BTN_TOOL_QUINTTAP}}};
 
-// The frames that a stream of events ("x=5 | " and so on) makes, one after the other: each contact as
+// The frames that a stream of events such as "x=5 |" makes, one after the other, with each contact written as
 // "state@x,y" in hundredths of the pad. A "!" is where the state was lost.
 std::string framesOf(ContactDecoder& decoder, const std::string& events) {
     std::string text;
@@ -61,7 +61,7 @@ TEST(ContactDecoderTest, TurnsEventsIntoFrames) {
         // A finger comes, moves and goes; y is upwards.
         {kPad, "slot=0 id=1 x=600 y=-50 force=40 | x=1100 | id=-1 | | |",
          "[3@50,100 ][4@100,100 ][5@100,100 ][]"},
-        // A place that stays is not sent again.
+        // The kernel does not send a position again that has not changed.
         {kPad, "id=1 x=600 y=450 force=40 | id=-1 | id=2 | id=3 |",
          "[3@50,50 ][5@50,50 ][3@50,50 ][3@50,50 ]"},
         // Hovering and palms do not touch (a tool of 2 is a palm).
@@ -82,7 +82,7 @@ TEST(ContactDecoderTest, TurnsEventsIntoFrames) {
          "x=100 y=450 force=40 contact x=600 y=450 force=40 contact | x=600 y=450 force=40 contact | contact "
          "| |",
          "[3@0,50 3@50,50 ][4@50,50 ][]"},
-        // Events were lost: what is known is void until the next frame.
+        // The kernel dropped events: nothing counts until the next frame.
         {kPad, "id=1 force=40 | dropped id=-1 x=5 | x=1100 |", "[3@0,95 ]![4@100,95 ]"},
     };
     for (const auto& [shape, events, frames] : rows) {

@@ -21,7 +21,7 @@ namespace {
 using test::waitUntil;
 using test::XClient;
 
-// An X server with a driver for input that comes from a socket: as near to a device as a test can be.
+// An X server whose input driver takes events from a socket, so that it handles them like those of a device.
 std::vector<std::string> serverWithDevice(const test::TestFolder& folder) {
     const auto device = [&](const std::string& type) {
         return "Section \"InputDevice\"\n Identifier \"" + type +
@@ -133,8 +133,8 @@ TEST(SmoothScrollTest, PartsOfANotchArriveHereAndNotchesAtTheProgram) {
         })) << units;
     }
 
-    // The server turns whole notches into clicks for those who know no better. They are not counted twice
-    // here.
+    // For programs that know no scroll axes the server makes up clicks from whole notches. They are not
+    // counted again here.
     const auto follower = pointer->follow();
     device.move(0, 10);
     device.press(true);

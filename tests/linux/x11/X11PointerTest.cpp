@@ -1,7 +1,5 @@
 #include "XClient.h"
 #include "base/Guarded.h"
-#include "base/MediaClock.h"
-#include "input/InputPoller.h"
 #include "linux/x11/input/X11Pointer.h"
 #include "linux/x11/server/Connection.h"
 #include "linux/x11/server/X11Displays.h"
@@ -10,7 +8,6 @@
 
 #include <gtest/gtest.h>
 
-#include <atomic>
 #include <csignal>
 
 namespace kasto::x11 {
@@ -139,7 +136,7 @@ TEST_F(X11PointerTest, AFollowerKnowsEveryChangeWhoeverGrabs) {
     EXPECT_TRUE(waitUntil([&] { return !follower->state(); }));
 }
 
-// A window manager that decides at each click who gets the focus holds back what follows meanwhile.
+// A window manager may freeze the pointer's events at a press, until it has decided about the focus.
 TEST_F(X11PointerTest, AFollowerKnowsAButtonThatIsHeldBack) {
     const auto follower = pointer->follow();
     const auto isDown = [&] { return follower->state().value_or(PointerState{}).left; };
@@ -160,7 +157,7 @@ TEST_F(X11PointerTest, AFollowerKnowsAButtonThatIsHeldBack) {
 }
 
 TEST_F(X11PointerTest, AFollowerAsksAServerThatReportsNothing) {
-    // Without RECORD; XTEST goes with it.
+    // The server has neither RECORD nor, because that needs it, XTEST.
     const PrivateXServer silent(640, 480, {"-extension", "RECORD"});
     const auto asked = X11Pointer::open(silent.display(), *displays).value();
     const auto follower = asked->follow();
@@ -173,34 +170,10 @@ TEST_F(X11PointerTest, AFollowerAsksAServerThatReportsNothing) {
 TEST_F(X11PointerTest, AFollowerAsksNothingWhileNothingHappens) {
     const auto follower = pointer->follow();
     const auto known = follower->state();
-    // A server that stands still answers nobody.
+    // A stopped server answers no request, so a request would block here.
     ASSERT_EQ(::kill(server.pid(), SIGSTOP), 0);
     for (int i = 0; i < 20; ++i) EXPECT_TRUE(follower->state() == known);
     ASSERT_EQ(::kill(server.pid(), SIGCONT), 0);
-}
-
-TEST_F(X11PointerTest, ThePollerSeesPressesOfTheServer) {
-    CaptureModel model;
-    model.configure({0, 0, 1280, 720}, 1280, 720);
-    InputPoller poller(model, *pointer);
-    std::atomic<int> menus = 0;
-    poller.onQuickMenu = [&] { ++menus; };
-    XClient(server.display()).movePointer(300, 200);
-    const auto shown = [&] { return model.step(mediaClockNow()); };
-    poller.start();
-    ASSERT_EQ(server.run({"xdotool", "mousedown", "1"}), 0);
-    EXPECT_TRUE(waitUntil([&] { return shown().heldDisc && shown().ripples.size() == 1; }));
-    EXPECT_EQ(shown().heldDisc->center, (Point{300, 200}));
-    ASSERT_EQ(server.run({"xdotool", "mouseup", "1"}), 0);
-    EXPECT_TRUE(waitUntil([&] { return !shown().heldDisc && shown().ripples.size() == 0; }));
-    holding({"ISO_Level3_Shift"}, [&] {
-        ASSERT_EQ(server.run({"xdotool", "mousedown", "3", "sleep", "0.1", "mouseup", "3"}), 0);
-        EXPECT_TRUE(waitUntil([&] { return menus == 1; }));
-    });
-    EXPECT_EQ(shown().ripples.size(), 0u);
-    server.kill();
-    EXPECT_TRUE(waitUntil([&] { return !pointer->state(); }));
-    poller.stop();
 }
 
 }  // namespace
