@@ -16,15 +16,15 @@ struct FreeDeleter {
     void operator()(void* memory) const { std::free(memory); }
 };
 
-// What the server answered, or an event; null when it refused.
+// An answer of the server or an event, freed at the end of its life; null when the server refused.
 template <class T>
 using Reply = std::unique_ptr<T, FreeDeleter>;
 
-// A connection to the X server and the screen its name chose. The raw connection may be used by any thread,
-// as xcb allows.
+// A connection to an X server, and the screen that the display's name selects. Any thread may use the raw
+// connection.
 class Connection {
 public:
-    // An empty name takes $DISPLAY.
+    // An empty name takes $DISPLAY. The error names the display.
     static Result<Connection> open(const std::string& displayName);
 
     xcb_connection_t* raw() const { return connection_.get(); }
@@ -32,12 +32,13 @@ public:
     xcb_window_t root() const { return screen_->root; }
     int screenNumber() const { return screenNumber_; }
 
-    // True once the server is gone; nothing more comes over this connection then.
+    // True once the server is gone. Nothing more arrives over this connection then.
     bool isLost() const { return xcb_connection_has_error(raw()) != 0; }
 
-    // The first event number of an extension; an error that names the extension if the server lacks it.
+    // The first event number of an extension. The error names the extension that the server lacks.
     Result<std::uint8_t> firstEventOf(xcb_extension_t& extension, const char* name) const;
 
+    // The number the server has for a name; none over a lost connection. Blocks for a round trip.
     xcb_atom_t atom(const std::string& name) const;
 
     // True if pictures of the root window are 32 bits a pixel in the byte order blue, green, red.
@@ -53,8 +54,8 @@ private:
     int screenNumber_ = 0;
 };
 
-// An object in the server, freed with its owner. The connection must outlive it; freeing over a lost one does
-// nothing.
+// An object in the server, freed at the end of its life. The connection must outlive it. Freeing over a lost
+// connection does nothing.
 template <auto Free>
 class ServerObject {
 public:
@@ -74,7 +75,7 @@ public:
     std::uint32_t id() const { return id_; }
     explicit operator bool() const { return id_ != 0; }
 
-    // Gives up an object the server freed itself.
+    // To be called when the server has freed the object by itself.
     void forget() { id_ = 0; }
 
 private:
