@@ -76,7 +76,7 @@ Result<void> replaceFile(const fs::path& file, std::string_view content) {
 }
 
 bool isRegularFile(const FileDescriptor& fd) {
-    struct stat found {};
+    struct stat found = {};
     return fstat(fd.get(), &found) == 0 && S_ISREG(found.st_mode);
 }
 

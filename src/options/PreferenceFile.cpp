@@ -52,7 +52,7 @@ bool PreferenceFile::Look::operator==(const Look& other) const {
 }
 
 PreferenceFile::Look PreferenceFile::look() const {
-    struct stat found {};
+    struct stat found = {};
     if (stat(target_.c_str(), &found) != 0) return {};
     return {found.st_dev, found.st_ino, found.st_size, found.st_mtim};
 }
