@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <ctime>
 #include <functional>
+#include <limits>
 #include <string_view>
 
 namespace kasto {
@@ -196,6 +197,21 @@ void writeSampleTable(BoxWriter& out, const MovieTrack& track) {
     writeChunks(out, track.samples);
 }
 
+// After a day at 48 kHz a duration no longer fits 32 bits; version 1 of the box has 64.
+void writeMediaTimes(BoxWriter& out, const MovieTrack& track) {
+    const std::uint64_t duration = track.samples.durationUnits();
+    const bool isLong = duration > std::numeric_limits<std::uint32_t>::max();
+    const auto put = [&](std::uint64_t value) {
+        if (isLong) return out.u64(value);
+        out.u32(static_cast<std::uint32_t>(value));
+    };
+    out.versionAndFlags(isLong ? 1 : 0, 0);
+    put(nowSince1904());
+    put(nowSince1904());
+    out.u32(static_cast<std::uint32_t>(track.format.timescale));
+    put(duration);
+}
+
 void writeTrack(BoxWriter& out, std::size_t index, const MovieTrack& track) {
     const bool isVideo = track.format.kind == TrackKind::video;
     const auto trak = out.box("trak");
@@ -204,11 +220,7 @@ void writeTrack(BoxWriter& out, std::size_t index, const MovieTrack& track) {
     const auto mdia = out.box("mdia");
     {
         const auto mdhd = out.box("mdhd");
-        out.versionAndFlags(0, 0);
-        out.u32(nowSince1904());
-        out.u32(nowSince1904());
-        out.u32(static_cast<std::uint32_t>(track.format.timescale));
-        out.u32(static_cast<std::uint32_t>(track.samples.durationUnits()));
+        writeMediaTimes(out, track);
         out.u16(kUnspecifiedLanguage);
         out.u16(0);
     }

@@ -26,6 +26,10 @@ struct MovieSample {
 // A movie file while it is written. At any time it plays up to the last fragment that is complete on the
 // disk, and `finish` turns it into an ordinary movie without moving a sample.
 //
+// A fragment is written only where the tables of the movie up to its end have room on the disk as well, which
+// is reserved for them. On a full disk writing therefore ends one fragment earlier, and the movie can still
+// be finished.
+//
 // One thread at a time, except for isKeepingUp() and error(). A thread of its own, the writing thread, writes
 // the fragments and waits for the disk.
 class MovieFile {
@@ -42,7 +46,7 @@ public:
     Result<void> begin();
 
     // Copies the sample. A video sync sample begins a new fragment when the open one has lasted for the
-    // interval.
+    // interval. If none comes for twice the interval, a sound sample does.
     void append(std::size_t track, const MovieSample& sample);
 
     // Completes the movie with what was appended, or with as much of it as the disk took; `error` tells if
@@ -66,7 +70,10 @@ private:
 
     MovieFile(OutputFile file, MediaTime fragmentInterval);
     bool endsFragment(const Track& track, const MovieSample& sample) const;
-    void closeFragment();
+    enum class Close { atSample, atEnd };
+    void closeFragment(Close how);
+    static std::size_t closableSamples(Track& track, Close how);
+    static void moveToFragment(Track& track, std::size_t samples, Fragment& fragment);
     void write(const Fragment& fragment);
     Result<void> complete();
     enum class Tracks { all, withSamples };

@@ -1,6 +1,8 @@
 #include "movie/container/OutputFile.h"
 
 #include <fcntl.h>
+#include <sys/resource.h>
+#include <sys/statvfs.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -12,6 +14,13 @@ namespace {
 
 std::unexpected<Error> fileFailure(const std::filesystem::path& file, int errorNumber) {
     return std::unexpected(systemError("write the movie " + file.string(), errorNumber));
+}
+
+// Whether a limit on the size of this process's files allows this one to grow to so many bytes.
+bool isWithinLimit(std::uint64_t sizeBytes) {
+    rlimit limit{};
+    return getrlimit(RLIMIT_FSIZE, &limit) != 0 || limit.rlim_cur == RLIM_INFINITY ||
+           sizeBytes <= limit.rlim_cur;
 }
 
 }  // namespace
@@ -46,6 +55,26 @@ Result<void> OutputFile::append(std::span<const std::span<const std::uint8_t>> p
     }
     sizeBytes_ = end;
     return {};
+}
+
+Result<void> OutputFile::reserve(std::uint64_t bytes) {
+    if (!isWithinLimit(sizeBytes_ + bytes)) return fileFailure(file_, EFBIG);
+    int result = 0;
+    do {
+        result = fallocate(descriptor_, FALLOC_FL_KEEP_SIZE, static_cast<off_t>(sizeBytes_),
+                           static_cast<off_t>(bytes));
+    } while (result != 0 && errno == EINTR);
+    if (result == 0) return {};
+    if (errno != EOPNOTSUPP && errno != ENOSYS) return fileFailure(file_, errno);
+    // Without reservations the free space is compared, though other programs may use it meanwhile.
+    struct statvfs disk {};
+    const bool isFull = fstatvfs(descriptor_, &disk) == 0 && disk.f_bavail * disk.f_frsize < bytes;
+    return isFull ? fileFailure(file_, ENOSPC) : Result<void>();
+}
+
+void OutputFile::release() {
+    // Space that stays reserved does no harm to the movie.
+    [[maybe_unused]] const int cut = ftruncate(descriptor_, static_cast<off_t>(sizeBytes_));
 }
 
 Result<void> OutputFile::overwrite(std::uint64_t offset, std::span<const std::uint8_t> data) {

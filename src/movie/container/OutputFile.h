@@ -24,6 +24,14 @@ public:
     // Appends all pieces or none: after a failure the file ends where it ended before.
     Result<void> append(std::span<const std::span<const std::uint8_t>> pieces);
 
+    // Makes sure that so many bytes can be appended, by allocating them on the disk where the file system
+    // supports that. Fails if there is no room for them; the file and earlier reservations then stay as they
+    // are.
+    Result<void> reserve(std::uint64_t bytes);
+
+    // Gives back what is reserved behind the file's end.
+    void release();
+
     // Replaces bytes within the file.
     Result<void> overwrite(std::uint64_t offset, std::span<const std::uint8_t> data);
 

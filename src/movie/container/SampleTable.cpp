@@ -26,6 +26,13 @@ void SampleTable::dropFrom(std::uint64_t fileOffset) {
     while (!syncSamples.empty() && syncSamples.back() > sizes.size()) syncSamples.pop_back();
 }
 
+std::uint64_t SampleTable::maxTableBytes() const {
+    constexpr std::uint64_t kSample = 4 + 8;  // stsz and stts
+    constexpr std::uint64_t kSyncSample = 4;  // stss
+    constexpr std::uint64_t kChunk = 12 + 8;  // stsc and co64
+    return sizes.size() * kSample + syncSamples.size() * kSyncSample + chunks.size() * kChunk;
+}
+
 std::uint64_t SampleTable::durationUnits() const {
     return std::accumulate(durations.begin(), durations.end(), std::uint64_t{0});
 }

@@ -24,6 +24,9 @@ public:
     // Removes the chunks at or behind this offset of the file.
     void dropFrom(std::uint64_t fileOffset);
 
+    // The most that the track's tables in the final moov box take.
+    std::uint64_t maxTableBytes() const;
+
     bool isEmpty() const { return sizes.empty(); }
     std::uint64_t durationUnits() const;
 

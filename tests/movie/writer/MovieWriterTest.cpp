@@ -130,7 +130,7 @@ TEST(MovieWriterTest, fullQueueRefusesRecoversAndGivesEverythingBack) {
     EXPECT_EQ(countAll(), limit);
 }
 
-TEST(MovieWriterTest, samplesMayLieBeyondFourGigabytes) {
+TEST(MovieWriterTest, filesAndSoundsMayBeLarge) {
     constexpr std::uint64_t kFar = 5'000'000'000;
     const std::string far("\0\0\0\1\x2a\5\xf2\0", 8);
     const auto header = mediaBoxHeader(kFar);
@@ -139,6 +139,16 @@ TEST(MovieWriterTest, samplesMayLieBeyondFourGigabytes) {
     SampleTable samples;
     samples.addChunk(kFar, 0, std::array{SampleRecord{100, 10, true}});
     const auto tables = completeMovie(std::array{MovieTrack{format, samples}});
+    // More than a day of sound.
+    const TrackFormat sound = aacTrackFormat({2, 192'000}, {}, 0);
+    // QuickTime's sound description ends with a box of eight bytes without a type.
+    const std::vector<std::uint8_t> terminator{0, 0, 0, 8, 0, 0, 0, 0};
+    EXPECT_TRUE(std::ranges::equal(std::span(sound.sampleEntry).last(8), terminator));
+    SampleTable day;
+    day.addChunk(0, 0, std::array{SampleRecord{9, 4'000'000'000, true}, SampleRecord{9, 800'000'000, true}});
+    const auto long64 = completeMovie(std::array{MovieTrack{sound, day}});
+    EXPECT_TRUE(std::string(long64.begin(), long64.end())
+                    .contains(std::string("\0\0\xbb\x80\0\0\0\1\x1e\x1a\x30\0", 12)));
     EXPECT_TRUE(
         std::string(tables.begin(), tables.end()).contains(std::string("co64\0\0\0\0\0\0\0\1", 12) + far));
 }
