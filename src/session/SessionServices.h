@@ -29,8 +29,9 @@ struct SessionServices {
     pipewire::PipeWireSound sound{mediaServer};
     freedesktop::DBusCameraPortal cameraPortal;
     pipewire::PortalCameras cameraSession{mediaServer, cameraPortal};
-    MovieFileWriters movieWriters{preferHardware(ffmpeg::hardwareEncoders(), openSoftwareEncoder),
-                                  ffmpeg::openAacEncoder};
+    MovieFileWriters movieWriters{
+        preferHardware(ffmpeg::hardwareEncoders(), openSoftwareEncoder, openReplacementEncoder),
+        ffmpeg::openAacEncoder};
     ffmpeg::FfmpegExports movieExports;
     freedesktop::DBusRunningInstance runningInstance;
     freedesktop::DBusAutomation automation{runningInstance};

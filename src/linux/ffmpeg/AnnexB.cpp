@@ -1,6 +1,6 @@
 #include "linux/ffmpeg/AnnexB.h"
 
-#include "movie/h264/AvcConfiguration.h"
+#include "movie/encoder/AvcConfiguration.h"
 
 #include <cstring>
 

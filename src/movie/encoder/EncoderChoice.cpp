@@ -1,5 +1,7 @@
 #include "movie/encoder/EncoderChoice.h"
 
+#include "movie/encoder/ReplaceableEncoder.h"
+
 #include <algorithm>
 #include <cstring>
 #include <utility>
@@ -44,15 +46,18 @@ bool passesTrial(VideoEncoder& encoder, const VideoInputSettings& settings) {
 
 }  // namespace
 
-VideoEncoderMaker preferHardware(std::vector<VideoEncoderMaker> hardware, VideoEncoderMaker software) {
-    return [hardware = std::move(hardware), software = std::move(software)](
+VideoEncoderMaker preferHardware(std::vector<VideoEncoderMaker> hardware, VideoEncoderMaker software,
+                                 VideoEncoderMaker replacement) {
+    return [hardware = std::move(hardware), software = std::move(software),
+            replacement = std::move(replacement)](
                const VideoInputSettings& settings) -> Result<std::unique_ptr<VideoEncoder>> {
         for (const auto& make : hardware) {
             // The trial ends the encoder's stream, so the movie gets another encoder of the same kind.
             auto trial = make(settings);
             if (!trial || !passesTrial(**trial, settings)) continue;
             trial->reset();
-            if (auto encoder = make(settings)) return encoder;
+            if (auto encoder = make(settings))
+                return makeReplaceable(std::move(*encoder), replacement, settings);
         }
         return software(settings);
     };

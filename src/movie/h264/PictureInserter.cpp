@@ -16,7 +16,8 @@ enum NalType { nonIdrSlice = 1, idrSlice = 5 };
 constexpr int kPicOrderCntLsbBits = 16;
 constexpr std::uint32_t kMaxFrameNumBits = 16;
 constexpr std::uint32_t kMaxSideMbs = 4096;
-constexpr std::uint32_t kInsertedPpsId = 1;
+constexpr std::uint32_t kMaxPpsId = 255;
+constexpr std::uint32_t kMaxSpsId = 31;
 
 int nalType(Bytes nal) { return nal[0] & 0x1f; }
 
@@ -32,11 +33,11 @@ std::size_t stopBit(Bytes unit) {
 }
 
 // The PPS of inserted pictures, chosen so that a skip picture is as small as can be.
-std::vector<std::uint8_t> insertedPps() {
+std::vector<std::uint8_t> insertedPps(std::uint32_t ppsId, std::uint32_t spsId) {
     BitWriter out;
     out.bits(0x68, 8);  // nal_unit_type 8
-    out.ue(kInsertedPpsId);
-    out.ue(0);        // seq_parameter_set_id
+    out.ue(ppsId);
+    out.ue(spsId);
     out.flag(false);  // CAVLC
     out.flag(false);  // bottom_field_pic_order_in_frame_present
     out.ue(0);        // one slice group
@@ -83,14 +84,20 @@ Result<PictureInserter> PictureInserter::open(Bytes configuration) {
     PictureInserter inserter;
     const auto sps = inserter.rewrittenSps(configuration.subspan(kBytesBeforeSps + 2, spsLength));
     if (!sps) return unknown();
-    const auto pps = insertedPps();
+    const auto encodersPps = configuration.subspan(ppsAt + 2, ppsLength);
+    BitReader in(encodersPps);
+    in.bits(8);  // NAL unit header
+    inserter.ppsId_ = in.ue() + 1;
+    const auto spsId = in.ue();
+    if (inserter.ppsId_ > kMaxPpsId || spsId > kMaxSpsId) return unknown();
+    const auto pps = insertedPps(inserter.ppsId_, spsId);
     BoxWriter out(inserter.configuration_);
     out.bytes(configuration.first(kBytesBeforeSps));
     out.u16(static_cast<std::uint16_t>(sps->size()));
     out.bytes(*sps);
     out.u8(2);
     out.u16(static_cast<std::uint16_t>(ppsLength));
-    out.bytes(configuration.subspan(ppsAt + 2, ppsLength));
+    out.bytes(encodersPps);
     out.u16(static_cast<std::uint16_t>(pps.size()));
     out.bytes(pps);
     out.bytes(configuration.subspan(end));
@@ -192,7 +199,7 @@ BitWriter PictureInserter::beginInsertedSlice() {
     out.bits(nonIdrSlice, 8);  // nal_ref_idc 0
     out.ue(0);                 // first_mb_in_slice
     out.ue(kAllSlicesAreP);
-    out.ue(kInsertedPpsId);
+    out.ue(ppsId_);
     out.bits(frameNum_ + 1, frameNumBits_);
     out.bits(picOrderCntLsb(), kPicOrderCntLsbBits);
     out.flag(false);  // num_ref_idx_active_override

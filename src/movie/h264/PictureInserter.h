@@ -82,6 +82,7 @@ private:
 
     std::vector<std::uint8_t> configuration_;
     std::vector<std::uint8_t> sample_;
+    std::uint32_t ppsId_ = 0;  // of the inserted pictures
     std::uint32_t widthMbs_ = 0;
     std::uint32_t macroblocks_ = 0;
     int frameNumBits_ = 0;

@@ -114,20 +114,32 @@ private:
     int sinceIdr_ = 0;            // pictures
 };
 
-}  // namespace
-
-Result<std::unique_ptr<VideoEncoder>> openSoftwareEncoder(const VideoInputSettings& settings) {
-    return openSoftwareEncoderWithPreset(
-        settings, x264Preset(settings, std::max(1u, std::thread::hardware_concurrency())));
-}
-
-Result<std::unique_ptr<VideoEncoder>> openSoftwareEncoderWithPreset(const VideoInputSettings& settings,
-                                                                    std::size_t preset) {
-    auto encoder = X264Encoder::open(settings, kX264Presets[preset]);
+Result<std::unique_ptr<VideoEncoder>> openEncoder(const VideoInputSettings& settings, std::size_t preset,
+                                                  int parameterSetId) {
+    auto encoder = X264Encoder::open(settings, kX264Presets[preset], parameterSetId);
     if (!encoder) return std::unexpected(encoder.error());
     auto inserter = PictureInserter::open(encoder->decoderConfiguration());
     if (!inserter) return std::unexpected(inserter.error());
     return std::make_unique<SoftwareEncoder>(std::move(*encoder), std::move(*inserter), settings, preset);
+}
+
+std::size_t presetOfThisMachine(const VideoInputSettings& settings) {
+    return x264Preset(settings, std::max(1u, std::thread::hardware_concurrency()));
+}
+
+}  // namespace
+
+Result<std::unique_ptr<VideoEncoder>> openSoftwareEncoder(const VideoInputSettings& settings) {
+    return openEncoder(settings, presetOfThisMachine(settings), 0);
+}
+
+Result<std::unique_ptr<VideoEncoder>> openReplacementEncoder(const VideoInputSettings& settings) {
+    return openEncoder(settings, presetOfThisMachine(settings), 2);
+}
+
+Result<std::unique_ptr<VideoEncoder>> openSoftwareEncoderWithPreset(const VideoInputSettings& settings,
+                                                                    std::size_t preset) {
+    return openEncoder(settings, preset, 0);
 }
 
 }  // namespace kasto

@@ -12,6 +12,9 @@ namespace kasto {
 // machine; when pictures pile up the encoder goes on with a faster one.
 Result<std::unique_ptr<VideoEncoder>> openSoftwareEncoder(const VideoInputSettings& settings);
 
+// The same as the replacement of another encoder in one track: its parameter sets have ids from 2 on.
+Result<std::unique_ptr<VideoEncoder>> openReplacementEncoder(const VideoInputSettings& settings);
+
 // The same with a given best preset: an index of kX264Presets.
 Result<std::unique_ptr<VideoEncoder>> openSoftwareEncoderWithPreset(const VideoInputSettings& settings,
                                                                     std::size_t preset);

@@ -1,6 +1,6 @@
 #include "movie/h264/X264Encoder.h"
 
-#include "movie/h264/AvcConfiguration.h"
+#include "movie/encoder/AvcConfiguration.h"
 
 #include <x264.h>
 
@@ -89,9 +89,11 @@ std::span<const std::uint8_t> nalOfType(std::span<const x264_nal_t> nals, int ty
 
 void X264Encoder::Close::operator()(x264_t* encoder) const { x264_encoder_close(encoder); }
 
-Result<X264Encoder> X264Encoder::open(const VideoInputSettings& settings, const char* preset) {
+Result<X264Encoder> X264Encoder::open(const VideoInputSettings& settings, const char* preset,
+                                      int parameterSetId) {
     x264_param_t wanted;
     if (!isPrepared(wanted, settings, preset)) return failure("libx264 does not accept these settings");
+    wanted.i_sps_id = parameterSetId;
     X264Encoder made;
     made.encoder_.reset(x264_encoder_open(&wanted));
     if (!made.encoder_ || x264_encoder_maximum_delayed_frames(made.encoder_.get()) != 0)

@@ -18,8 +18,9 @@ inline constexpr int kMaxQp = 46;
 // thread at a time.
 class X264Encoder {
 public:
-    // The preset is one of libx264's names.
-    static Result<X264Encoder> open(const VideoInputSettings& settings, const char* preset);
+    // The preset is one of libx264's names. The SPS and the PPS get the given id.
+    static Result<X264Encoder> open(const VideoInputSettings& settings, const char* preset,
+                                    int parameterSetId = 0);
 
     // The contents of an avcC box.
     std::span<const std::uint8_t> decoderConfiguration() const { return configuration_; }

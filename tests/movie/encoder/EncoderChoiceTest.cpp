@@ -46,8 +46,8 @@ VideoEncoderMaker making(Fault fault) {
 TEST(EncoderChoiceTest, takesTheFirstThatPassesItsTrialElseTheFallback) {
     for (const Fault fault : {Fault::none, Fault::doesNotOpen, Fault::failsToEncode, Fault::losesAPicture,
                               Fault::reorders, Fault::noKeys, Fault::failsToEnd}) {
-        const auto open =
-            preferHardware({making(Fault::failsToEncode), making(fault)}, making(Fault::fallback));
+        const auto open = preferHardware({making(Fault::failsToEncode), making(fault)},
+                                         making(Fault::fallback), making(Fault::doesNotOpen));
         const auto chosen = open(test::kSmallVideo);
         const auto& encoder = static_cast<const FakeEncoder&>(*chosen.value());
         EXPECT_EQ(encoder.fault, fault == Fault::none ? fault : Fault::fallback) << static_cast<int>(fault);

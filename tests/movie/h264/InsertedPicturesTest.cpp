@@ -1,8 +1,10 @@
 #include "linux/ffmpeg/FfmpegHandles.h"
+#include "movie/encoder/ReplaceableEncoder.h"
 #include "movie/h264/EncoderPreset.h"
 #include "movie/h264/PictureInserter.h"
 #include "movie/h264/SoftwareEncoder.h"
 #include "movie/h264/X264Encoder.h"
+#include "movie/writer/FailingEncoder.h"
 
 #include <gtest/gtest.h>
 #include <wels/codec_api.h>
@@ -65,7 +67,7 @@ double difference(const Luma& a, const Luma& b) {
     return sum / static_cast<double>(a.size());
 }
 
-// A decoder of the stream, from its beginning or any key picture.
+// A decoder of the stream, from its beginning or any IDR picture.
 class Decoder {
 public:
     explicit Decoder(std::span<const std::uint8_t> configuration)
@@ -80,8 +82,8 @@ public:
     }
 
     // Exactly one picture must come out for each that goes in, at once.
-    Luma decode(const std::vector<std::uint8_t>& sample) {
-        auto bytes = sample;
+    Luma decode(std::span<const std::uint8_t> sample) {
+        std::vector<std::uint8_t> bytes(sample.begin(), sample.end());
         bytes.resize(sample.size() + AV_INPUT_BUFFER_PADDING_SIZE);
         packet_->data = bytes.data();
         packet_->size = static_cast<int>(sample.size());
@@ -107,14 +109,14 @@ public:
         SDecodingParam wanted{};
         wanted.sVideoProperty.eVideoBsType = VIDEO_BITSTREAM_AVC;
         EXPECT_EQ(decoder_->Initialize(&wanted), 0);
-        // After six bytes: one sequence set, and picture sets behind their count, each after its length.
-        std::size_t at = 6;
-        for (int sets = 1; sets > 0 && at + 2 < configuration.size(); --sets) {
-            const auto length = static_cast<std::size_t>(configuration[at] << 8 | configuration[at + 1]);
-            append(configuration.subspan(at + 2, length));
-            at += 2 + length;
-            if (at == 8u + length) sets += configuration[at++];
-        }
+        // The SPS and then the PPS behind their number, each after its length.
+        std::size_t at = 5;
+        for (const int mask : {0x1f, 0xff})
+            for (int sets = configuration[at++] & mask; sets > 0; --sets) {
+                const auto length = static_cast<std::size_t>(configuration[at] << 8 | configuration[at + 1]);
+                append(configuration.subspan(at + 2, length));
+                at += 2 + length;
+            }
     }
     ~SecondDecoder() { WelsDestroyDecoder(decoder_); }
     SecondDecoder(const SecondDecoder&) = delete;
@@ -165,96 +167,100 @@ private:
     std::vector<std::uint8_t> stream_;
 };
 
-struct Sample {
-    std::vector<std::uint8_t> data;
-    bool isIdr;
+constexpr int kIdrInterval = 100;
+
+VideoInputSettings settingsFor(std::int64_t bitRate) {
+    return {.width = kWidth,
+            .height = kHeight,
+            .averageBitRate = bitRate,
+            .maxKeyFrameInterval = kIdrInterval,
+            .expectedFrameRate = 60};
+}
+
+// Encodes pictures and decodes them with both decoders.
+class BothDecoders {
+public:
+    explicit BothDecoders(VideoEncoder& encoder)
+        : encoder_(encoder),
+          first_(encoder.decoderConfiguration()),
+          second_(encoder.decoderConfiguration()) {}
+
+    // One more picture. Exactly one must come out, at once.
+    void show(const PixelBufferRef& picture, double backlog = 0) {
+        int count = 0;
+        const auto changed = changesBetween(before_.get(), *picture);
+        EXPECT_TRUE(
+            encoder_.encode({picture, 10 * static_cast<std::int64_t>(seen_.size()), false, changed, backlog},
+                            [&](const EncodedPicture& made) {
+                                sample.assign(made.data.begin(), made.data.end());
+                                isIdr = made.isIdr;
+                                ++count;
+                            }));
+        EXPECT_EQ(count, 1) << "picture " << seen_.size();
+        before_ = picture;
+        shown = lumaOf(picture->plane(0).data, picture->plane(0).strideBytes);
+        decoded = first_.decode(sample);
+        second_.decode(sample);
+        seen_.push_back(decoded);
+    }
+
+    bool agree() { return second_.finish() == seen_; }
+
+    // Of the last picture.
+    std::vector<std::uint8_t> sample;
+    bool isIdr = false;
+    Luma shown, decoded;
+
+private:
+    VideoEncoder& encoder_;
+    Decoder first_;
+    SecondDecoder second_;
+    PixelBufferRef before_;
+    std::vector<Luma> seen_;
 };
 
 class InsertedPicturesTest : public testing::TestWithParam<std::size_t> {};
 
 TEST_P(InsertedPicturesTest, DecodeAsThePictureBeforeThem) {
-    constexpr int kKeyInterval = 100;
-    auto encoder = openSoftwareEncoderWithPreset({.width = kWidth,
-                                                  .height = kHeight,
-                                                  .averageBitRate = 2'000'000,
-                                                  .maxKeyFrameInterval = kKeyInterval,
-                                                  .expectedFrameRate = 60},
-                                                 GetParam());
-    ASSERT_TRUE(encoder) << encoder.error().description;
-    std::vector<Sample> samples;
-    std::vector<Luma> shown;
-    std::int64_t units = 0;
-    const PictureSink sink = [&](const EncodedPicture& picture) {
-        samples.push_back({{picture.data.begin(), picture.data.end()}, picture.isIdr});
-    };
+    constexpr std::size_t kMaxSkipBytes = 24;
+    const auto encoder = openSoftwareEncoderWithPreset(settingsFor(2'000'000), GetParam()).value();
+    BothDecoders both(*encoder);
     std::minstd_rand random(3);
-    PixelBufferRef before;
+    std::optional<Decoder> fromIdr;
+    Luma previous;
+    unsigned pictures = 0, skips = 0, sinceIdr = 0;
     for (unsigned change = 0; change < 12; ++change) {
         const auto picture = blocks(change);
-        const auto stays = change == 11 ? 250 : random() % 90;
-        for (unsigned i = 0; i <= stays; ++i, units += 10) {
-            const auto changed = changesBetween(before.get(), *picture);
-            // Late ones are encoded by other means, and are no less what the stream promises.
-            const double backlog = change % 4 == 1 ? 1 : 0;
-            ASSERT_TRUE((*encoder)->encode({picture, units, false, changed, backlog}, sink));
-            before = picture;
-            shown.push_back(lumaOf(picture->plane(0).data, picture->plane(0).strideBytes));
-            ASSERT_EQ(samples.size(), shown.size()) << "held back";
+        for (auto ticks = change == 11 ? 250 : 1 + random() % 90; ticks > 0; --ticks, ++pictures) {
+            SCOPED_TRACE(pictures);
+            // A high backlog changes the preset, but not what the stream promises.
+            both.show(picture, change % 4 == 1 ? 1 : 0);
+            if (both.sample.size() <= kMaxSkipBytes) {
+                ++skips;
+                EXPECT_TRUE(both.decoded == previous);
+            }
+            EXPECT_LT(difference(both.decoded, both.shown), 6);
+            sinceIdr = both.isIdr ? 0 : sinceIdr + 1;
+            EXPECT_LT(sinceIdr, static_cast<unsigned>(kIdrInterval));
+            // Decoding that begins at an IDR picture shows the same.
+            if (both.isIdr) fromIdr.emplace(encoder->decoderConfiguration());
+            EXPECT_TRUE(fromIdr->decode(both.sample) == both.decoded);
+            previous = both.decoded;
         }
     }
-    ASSERT_TRUE((*encoder)->finish(sink));
-
-    constexpr std::size_t kMostBytesOfARepeat = 24;
-    Decoder whole((*encoder)->decoderConfiguration());
-    SecondDecoder second((*encoder)->decoderConfiguration());
-    std::vector<Luma> seen;
-    std::optional<Decoder> fromKey;
-    Luma previous;
-    std::size_t repeats = 0;
-    std::size_t sinceIdr = 0;
-    for (std::size_t i = 0; i < samples.size(); ++i) {
-        const auto decoded = whole.decode(samples[i].data);
-        second.decode(samples[i].data);
-        seen.push_back(decoded);
-        if (samples[i].data.size() <= kMostBytesOfARepeat) {
-            ++repeats;
-            EXPECT_TRUE(decoded == previous) << "picture " << i << " repeats another than the one before";
-        }
-        EXPECT_LT(difference(decoded, shown[i]), 6) << "picture " << i;
-        sinceIdr = samples[i].isIdr ? 0 : sinceIdr + 1;
-        EXPECT_LT(sinceIdr, kKeyInterval);
-        // Seeking: who begins at a key picture sees the same.
-        if (samples[i].isIdr) fromKey.emplace((*encoder)->decoderConfiguration());
-        EXPECT_TRUE(fromKey->decode(samples[i].data) == decoded) << "picture " << i;
-        previous = decoded;
-    }
-    EXPECT_GT(repeats, samples.size() / 3);
-    EXPECT_TRUE(second.finish() == seen);
+    EXPECT_GT(skips, pictures / 3);
+    EXPECT_TRUE(both.agree());
 }
 
-// A small square that moves, stays, and goes: where it is, and where it was, the movie shows just that.
+// A small square moves, stays and goes: the movie shows exactly that where it is and where it was.
 TEST_P(InsertedPicturesTest, ShowSmallChangesAsTheyAre) {
-    auto encoder = openSoftwareEncoderWithPreset({.width = kWidth,
-                                                  .height = kHeight,
-                                                  .averageBitRate = 40'000'000,
-                                                  .maxKeyFrameInterval = 100,
-                                                  .expectedFrameRate = 60},
-                                                 GetParam());
-    ASSERT_TRUE(encoder) << encoder.error().description;
-    Decoder decoder((*encoder)->decoderConfiguration());
-    SecondDecoder second((*encoder)->decoderConfiguration());
-    std::vector<Luma> seen;
-    std::vector<std::uint8_t> sample;
-    const PictureSink sink = [&](const EncodedPicture& picture) {
-        sample.assign(picture.data.begin(), picture.data.end());
-    };
+    const auto encoder = openSoftwareEncoderWithPreset(settingsFor(40'000'000), GetParam()).value();
+    BothDecoders both(*encoder);
     std::minstd_rand random(5);
-    std::size_t patches = 0;
+    unsigned patches = 0;
     PixelBufferRef picture;
-    PixelBufferRef before;
-    int x = 0;
-    int y = 0;
-    for (std::int64_t tick = 0; tick < 300; ++tick) {
+    int x = 0, y = 0;
+    for (int tick = 0; tick < 300; ++tick) {
         // Steps of an odd size, up to the last columns and rows; now and then it rests for a while.
         if (tick % 40 < 20 || tick % 40 == 25) {
             picture = blocks(0);
@@ -264,48 +270,57 @@ TEST_P(InsertedPicturesTest, ShowSmallChangesAsTheyAre) {
             for (int row = y; row < y + 10; ++row)
                 std::memset(luma.data + row * luma.strideBytes + x, 235 - row % 4, 10);
         }
-        ASSERT_TRUE(
-            (*encoder)->encode({picture, tick * 10, false, changesBetween(before.get(), *picture), 0}, sink));
-        before = picture;
-        const auto decoded = decoder.decode(sample);
-        second.decode(sample);
-        seen.push_back(decoded);
-        const auto shown = lumaOf(picture->plane(0).data, picture->plane(0).strideBytes);
-        EXPECT_LT(difference(decoded, shown), 4) << "tick " << tick;
-        // Nothing refers to what the encoder did not make, and a repeat is smaller.
-        if (sample[4] != 1 || sample.size() < 300) continue;
+        both.show(picture);
+        EXPECT_LT(difference(both.decoded, both.shown), 4) << "tick " << tick;
+        // Inserted pictures have nal_ref_idc 0, and skip pictures are smaller.
+        if (both.sample[4] != 1 || both.sample.size() < 300) continue;
         ++patches;
-        for (int row = y; row < y + 10; ++row)
-            for (int column = x; column < x + 10; ++column)
-                ASSERT_EQ(decoded[static_cast<std::size_t>(row * kWidth + column)],
-                          shown[static_cast<std::size_t>(row * kWidth + column)])
-                    << "tick " << tick << " at " << column << ", " << row;
+        for (int row = y; row < y + 10; ++row) {
+            const auto at = row * kWidth + x;
+            ASSERT_TRUE(std::equal(&both.decoded[at], &both.decoded[at] + 10, &both.shown[at])) << tick;
+        }
     }
     EXPECT_GT(patches, 100u);
-    EXPECT_TRUE(second.finish() == seen);
+    EXPECT_TRUE(both.agree());
+}
+
+// An encoder that fails is replaced within the stream.
+TEST_P(InsertedPicturesTest, GoOnAfterTheEncoderWasReplaced) {
+    const auto settings = settingsFor(2'000'000);
+    int usesAfterwards = 0;
+    const auto open = [&](const VideoInputSettings& wanted) {
+        return openSoftwareEncoderWithPreset(wanted, GetParam());
+    };
+    const auto failing = test::FailingEncoder::maker(open, 70, usesAfterwards);
+    const auto encoder = makeReplaceable(failing(settings).value(), openReplacementEncoder, settings);
+    BothDecoders both(*encoder);
+    for (unsigned tick = 0; tick < 150; ++tick) {
+        both.show(blocks(tick / 15));
+        EXPECT_TRUE(tick != 70 || both.isIdr);
+        EXPECT_LT(difference(both.decoded, both.shown), 6) << "tick " << tick;
+    }
+    EXPECT_TRUE(both.agree());
+    EXPECT_EQ(usesAfterwards, 0);
 }
 
 // The encoder's stream as it is, and with others between its pictures: one decoder sees the same as the
 // other.
 TEST_P(InsertedPicturesTest, LeaveTheEncodersPicturesAsTheyAre) {
     auto encoder = X264Encoder::open({kWidth, kHeight, 2'000'000, 60, 60}, kX264Presets[GetParam()]).value();
-    auto stream = PictureInserter::open(encoder.decoderConfiguration()).value();
+    auto inserter = PictureInserter::open(encoder.decoderConfiguration()).value();
     Decoder plain(encoder.decoderConfiguration());
-    Decoder mixed(stream.decoderConfiguration());
+    Decoder mixed(inserter.decoderConfiguration());
     const auto all = BlockSet::all(kWidth, kHeight);
     std::minstd_rand random(23);
     const auto upTo = [&](unsigned limit) { return static_cast<unsigned>(random()) % limit; };
-    const auto decoded = [](Decoder& decoder, std::span<const std::uint8_t> sample) {
-        return decoder.decode({sample.begin(), sample.end()});
-    };
     for (int i = 0; i < 150; ++i) {
         const auto made =
             encoder.encode(*blocks(upTo(7)), i * 10, 8 + static_cast<int>(upTo(36)), i % 40 == 0, all);
         ASSERT_TRUE(made);
-        const auto shown = decoded(plain, made->data);
-        ASSERT_TRUE(decoded(mixed, stream.rewritten(made->data)) == shown) << "picture " << i;
+        const auto shown = plain.decode(made->data);
+        ASSERT_TRUE(mixed.decode(inserter.rewritten(made->data)) == shown) << "picture " << i;
         for (unsigned more = upTo(4); more > 0; --more) {
-            ASSERT_TRUE(decoded(mixed, stream.skipPicture()) == shown) << "after picture " << i;
+            ASSERT_TRUE(mixed.decode(inserter.skipPicture()) == shown) << "after picture " << i;
             const auto other = blocks(7 + upTo(7));
             constexpr unsigned kAcross = kWidth / 16;
             const unsigned patch = upTo(kAcross * ((kHeight + 15) / 16));
@@ -314,7 +329,7 @@ TEST_P(InsertedPicturesTest, LeaveTheEncodersPicturesAsTheyAre) {
                  ++y)
                 std::copy_n(other->plane(0).data + y * other->plane(0).strideBytes + patch % kAcross * 16, 16,
                             expected.begin() + y * kWidth + patch % kAcross * 16);
-            ASSERT_TRUE(decoded(mixed, stream.patchPicture(*other, std::array{patch})) == expected)
+            ASSERT_TRUE(mixed.decode(inserter.patchPicture(*other, std::array{patch})) == expected)
                 << "after picture " << i << ", macroblock " << patch;
         }
     }

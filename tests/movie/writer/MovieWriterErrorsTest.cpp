@@ -1,3 +1,8 @@
+#include "linux/ffmpeg/AacEncoder.h"
+#include "movie/container/MovieFile.h"
+#include "movie/encoder/EncoderChoice.h"
+#include "movie/h264/SoftwareEncoder.h"
+#include "movie/writer/FailingEncoder.h"
 #include "movie/writer/TakeOnPaper.h"
 #include "support/MovieProbe.h"
 #include "support/TestFolder.h"
@@ -5,10 +10,12 @@
 
 #include <gtest/gtest.h>
 #include <sys/resource.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
+#include <array>
 #include <atomic>
 #include <cerrno>
 #include <csignal>
@@ -118,6 +125,44 @@ TEST(MovieWriterErrorsTest, killedTakePlaysUpToItsLastFragment) {
     }
 }
 
+TEST(MovieWriterErrorsTest, failedEncoderEndsTheTakeAndLeavesTheMovie) {
+    const TestFolder folder;
+    const auto file = folder / "a.mov";
+    int usesAfterwards = 0;
+    TakeOnPaper take(
+        file, kSmallVideo,
+        {FailingEncoder::maker(openSoftwareEncoder, 40, usesAfterwards), ffmpeg::openAacEncoder});
+    std::atomic<int> reports = 0;
+    take.writer->setOnFailure([&](const Error& error) { reports += error == Error{"the device is gone"}; });
+    ASSERT_TRUE(take.start());
+    take.appendMoving(100);
+    EXPECT_EQ(reports, 1);
+    take.writer->finishWriting();
+    EXPECT_EQ(reports, 1);
+    EXPECT_EQ(take.writer->status(), WriterStatus::completed);
+    EXPECT_EQ(take.writer->error(), Error{"the device is gone"});
+    EXPECT_EQ(usesAfterwards, 0) << "a broken encoder may crash";
+    EXPECT_EQ(MovieProbe(file).times().size(), 40u);
+    EXPECT_EQ(MovieProbe(file).complaints(), "");
+}
+
+// The pictures before and after the failure are described by one sample entry.
+TEST(MovieWriterErrorsTest, failedHardwareEncoderIsReplaced) {
+    const TestFolder folder;
+    const auto file = folder / "a.mov";
+    int usesAfterwards = 0;
+    const auto hardware = FailingEncoder::maker(openSoftwareEncoder, 40, usesAfterwards);
+    TakeOnPaper take(
+        file, kSmallVideo,
+        {preferHardware({hardware}, openSoftwareEncoder, openReplacementEncoder), ffmpeg::openAacEncoder});
+    ASSERT_TRUE(take.start());
+    take.appendMoving(90);
+    take.writer->finishWriting();
+    EXPECT_EQ(take.writer->error(), std::nullopt);
+    EXPECT_EQ(MovieProbe(file).times().size(), 90u);
+    EXPECT_EQ(MovieProbe(file).complaints(), "");
+}
+
 // The files this process writes cannot grow beyond this.
 void limitFiles(rlim_t bytes) {
     std::signal(SIGXFSZ, SIG_IGN);
@@ -152,6 +197,49 @@ TEST(MovieWriterErrorsTest, takeOnAFullDiskEndsPlayable) {
         EXPECT_EQ(MovieProbe(file).times().size(), 3 * kPicturesPerFragment);
         EXPECT_EQ(MovieProbe(file).complaints(), "");
     }
+}
+
+// Whatever the disk has left when it fills up, the tables fit.
+TEST(MovieWriterErrorsTest, fragmentsLeaveRoomForTheTables) {
+    const TestFolder folder;
+    for (const rlim_t room : {30'000, 30'600, 31'000, 32'500}) {
+        const auto path = folder / std::to_string(room);
+        auto file = MovieFile::create(path, {600, 600}).value();
+        file->addTrack(avcTrackFormat(kSmallVideo, {}));
+        ASSERT_TRUE(file->begin());
+        limitFiles(room);
+        const std::vector<std::uint8_t> data(100);
+        for (int i = 0; i < 900; ++i)
+            file->append(0, {.data = data, .timeUnits = 10 * i, .isSync = i % 60 == 0});
+        const auto finished = file->finish();
+        limitFiles(RLIM_INFINITY);
+        EXPECT_TRUE(finished && file->error());
+        EXPECT_EQ(outermostBoxes(path), "ftyp mdat moov ") << room;
+        struct stat status {};
+        EXPECT_EQ(stat(path.c_str(), &status), 0);
+        EXPECT_LE(status.st_blocks * 512, status.st_size + 8192) << "what was reserved is given back";
+    }
+}
+
+// Sound does not pile up in memory until the next picture comes.
+TEST(MovieWriterErrorsTest, fragmentsCloseWithoutPictures) {
+    const TestFolder folder;
+    auto file = MovieFile::create(folder / "a.mov", {600, 600}).value();
+    const auto encoder = openSoftwareEncoder(kSmallVideo).value();
+    file->addTrack(avcTrackFormat(kSmallVideo, encoder->decoderConfiguration()));
+    file->addTrack(aacTrackFormat({1, 96'000}, std::array<std::uint8_t, 2>{0x11, 0x88}, 1024));
+    ASSERT_TRUE(file->begin());
+    const std::vector<std::uint8_t> data(100);
+    file->append(0, {.data = data, .timeUnits = 0, .isSync = true});
+    file->append(0, {.data = data, .timeUnits = 10, .isSync = false});
+    for (std::int64_t i = 0; i < 470; ++i)
+        file->append(1, {.data = data, .timeUnits = 1024 * i, .durationUnits = 1024, .isSync = true});
+    EXPECT_TRUE(waitForFragments(folder / "a.mov", 4));
+    file->append(0, {.data = data, .timeUnits = 6000, .isSync = false});
+    ASSERT_TRUE(file->finish());
+    EXPECT_EQ(outputOf("ffprobe -v error -select_streams v -show_entries packet=pts,duration -of csv=p=0 '" +
+                       (folder / "a.mov").string() + "'"),
+              "0,10\n10,5990\n6000,10\n");
 }
 
 }  // namespace

@@ -30,9 +30,9 @@ PixelBufferRef paintedPicture(const VideoInputSettings& settings, int luma, int 
 }
 
 TakeOnPaper::TakeOnPaper(const std::filesystem::path& file, VideoInputSettings wanted,
-                         MediaTime fragmentInterval)
+                         MovieFileWriters writers)
     : settings(wanted),
-      writer(softwareWriters().makeWriter(file, fragmentInterval).value()),
+      writer(writers.makeWriter(file, {300, 600}).value()),
       input(writer->addVideoInput(settings)),
       adaptor(writer->adaptor(*input)) {}
 

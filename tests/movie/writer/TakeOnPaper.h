@@ -20,7 +20,7 @@ PixelBufferRef paintedPicture(const VideoInputSettings& settings, int luma, int 
 // A movie writer, and a picture source that waits for the writer where a recorder would drop.
 struct TakeOnPaper {
     explicit TakeOnPaper(const std::filesystem::path& file, VideoInputSettings settings = kSmallVideo,
-                         MediaTime fragmentInterval = {300, 600});
+                         MovieFileWriters writers = softwareWriters());
 
     // Starts the writer, and the session at this time.
     bool start(MediaTime sessionStart = {0, 600});
