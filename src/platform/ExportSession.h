@@ -13,8 +13,9 @@ public:
     virtual ~ExportSession() = default;
 
     // Writes an MPEG-4 file: every sample of every track as it is, tracks in their order with their languages
-    // and colour tags, the index before the data. Blocks until the file is complete and on disk; what a
-    // failed export leaves at the destination is incomplete. Once.
+    // and colour tags, the index before the data. Blocks until the file is complete and on the disk;
+    // before that nothing has the destination's name, and a failed export leaves nothing. The destination
+    // must not exist. Once.
     virtual Result<void> exportMpeg4(const std::filesystem::path& destination) = 0;
 };
 

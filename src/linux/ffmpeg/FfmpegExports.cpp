@@ -1,11 +1,10 @@
 #include "linux/ffmpeg/FfmpegExports.h"
 
-#include "base/FileDescriptor.h"
+#include "linux/ffmpeg/ExportFile.h"
 #include "linux/ffmpeg/FfmpegHandles.h"
 
-#include <fcntl.h>
-
 #include <cerrno>
+#include <optional>
 
 extern "C" {
 #include <libavcodec/avcodec.h>
@@ -30,15 +29,40 @@ struct FreeOutput {
 using Input = std::unique_ptr<AVFormatContext, CloseInput>;
 using Output = std::unique_ptr<AVFormatContext, FreeOutput>;
 
-// Room for the index ahead of the data, so that it need not be moved behind it afterwards: the tables'
-// largest possible entries for each sample, and a little for the rest.
-std::int64_t indexRoom(const AVFormatContext& movie) {
-    constexpr std::int64_t kMaxBytesPerSample =
-        4 + 8 + 8 + 8 + 12 + 4 + 1;  // stsz stts ctts co64 stsc stss sdtp
-    constexpr std::int64_t kRest = 1 << 16;
-    std::int64_t samples = 0;
-    for (unsigned i = 0; i < movie.nb_streams; ++i) samples += movie.streams[i]->nb_frames;
-    return samples * kMaxBytesPerSample + kRest;
+// Samples of one track that lie together, in microseconds. Shorter chunks make a larger index.
+constexpr int kChunkUs = 1'000'000;
+
+// The most that a track's tables take: stsz, stts, stss and sdtp, and co64 and stsc for its chunks. None if
+// the samples are not known before they are read, as in a movie in fragments.
+std::optional<std::int64_t> maxTableBytes(AVStream& track, std::int64_t durationUs) {
+    const int samples = avformat_index_get_entries_count(&track);
+    if (samples == 0 || samples < track.nb_frames) return std::nullopt;
+    std::int64_t durations = 0, syncSamples = 0, lastDuration = -1;
+    for (int i = 0; i < samples; ++i) {
+        const auto* entry = avformat_index_get_entry(&track, i);
+        const auto* next = avformat_index_get_entry(&track, i + 1);
+        syncSamples += (entry->flags & AVINDEX_KEYFRAME) != 0;
+        const auto duration = next ? next->timestamp - entry->timestamp : -1;
+        durations += duration != lastDuration;
+        lastDuration = duration;
+    }
+    const auto chunks = std::min<std::int64_t>(samples, 2 * (durationUs / kChunkUs + 2));
+    return 5 * samples + 8 * durations + 4 * syncSamples + 20 * chunks;
+}
+
+// Has the index written before the data: into room that is left for it, or, where its size cannot be
+// foretold, by moving the data afterwards.
+void putIndexFirst(const AVFormatContext& movie, AVDictionary** options) {
+    std::int64_t bytes = 1 << 15;  // the boxes around the tables
+    for (unsigned i = 0; i < movie.nb_streams; ++i) {
+        const auto tables = maxTableBytes(*movie.streams[i], movie.duration);
+        if (!tables) {
+            av_dict_set(options, "movflags", "faststart", 0);
+            return;
+        }
+        bytes += *tables;
+    }
+    av_dict_set_int(options, "moov_size", bytes, 0);
 }
 
 class PassthroughSession : public ExportSession {
@@ -46,17 +70,25 @@ public:
     explicit PassthroughSession(Input movie) : movie_(std::move(movie)) {}
 
     Result<void> exportMpeg4(const fs::path& destination) override {
+        auto file = ExportFile::create(destination);
+        if (!file) return std::unexpected(file.error());
+        if (const auto written = write(file->openPath(), destination.string()); !written) return written;
+        return file->publish();
+    }
+
+private:
+    Result<void> write(const std::string& path, const std::string& name) {
         AVFormatContext* made = nullptr;
-        const auto name = destination.string();
-        int code = avformat_alloc_output_context2(&made, nullptr, "mp4", name.c_str());
+        int code = avformat_alloc_output_context2(&made, nullptr, "mp4", path.c_str());
         if (code < 0) return std::unexpected(libavError(name, code));
         Output output(made);
+        output->max_chunk_duration = kChunkUs;
         if (auto copied = copyTracks(*output); !copied) return copied;
 
-        code = avio_open(&output->pb, name.c_str(), AVIO_FLAG_WRITE);
+        code = avio_open(&output->pb, path.c_str(), AVIO_FLAG_WRITE);
         if (code < 0) return std::unexpected(libavError(name, code));
         AVDictionary* options = nullptr;
-        av_dict_set_int(&options, "moov_size", indexRoom(*movie_), 0);
+        putIndexFirst(*movie_, &options);
         code = avformat_write_header(output.get(), &options);
         av_dict_free(&options);
         if (code < 0) return std::unexpected(libavError(name, code));
@@ -65,10 +97,9 @@ public:
         code = av_write_trailer(output.get());
         if (code >= 0) code = avio_closep(&output->pb);
         if (code < 0) return std::unexpected(libavError(name, code));
-        return sync(name);
+        return {};
     }
 
-private:
     Result<void> copyTracks(AVFormatContext& output) {
         av_dict_copy(&output.metadata, movie_->metadata, 0);
         for (unsigned i = 0; i < movie_->nb_streams; ++i) {
@@ -76,7 +107,7 @@ private:
             AVStream* to = avformat_new_stream(&output, nullptr);
             if (!to || avcodec_parameters_copy(to->codecpar, from.codecpar) < 0)
                 return failure("out of memory", ENOMEM);
-            to->codecpar->codec_tag = 0;  // the same codec has another name in the other container
+            to->codecpar->codec_tag = 0;  // MP4 has tags of its own
             to->time_base = from.time_base;
             to->avg_frame_rate = from.avg_frame_rate;
             to->disposition = from.disposition;
@@ -100,12 +131,6 @@ private:
             if (code >= 0 && output.pb->error < 0) code = output.pb->error;
             if (code < 0) return std::unexpected(libavError(name, code));
         }
-    }
-
-    static Result<void> sync(const std::string& name) {
-        const FileDescriptor file(open(name.c_str(), O_RDONLY | O_CLOEXEC));
-        if (!file || fsync(file.get()) != 0) return std::unexpected(systemError(name, errno));
-        return {};
     }
 
     Input movie_;

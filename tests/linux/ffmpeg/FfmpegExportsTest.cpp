@@ -91,9 +91,12 @@ TEST_F(FfmpegExportsTest, failuresSayWhy) {
 
     const SmallFileSystem small("64k");
     if (!small) GTEST_SKIP() << "no right to mount a file system";
+    // An export that was killed where files without a name are not to be had.
+    writeFile(small.path() / ".kasto-old.mp4.part", "half a movie");
     const auto exported = exportTo(small.path() / "a.mp4");
     ASSERT_FALSE(exported);
     EXPECT_TRUE(exported.error().description.ends_with("No space left on device"));
+    EXPECT_TRUE(std::filesystem::is_empty(small.path())) << "neither half a movie nor the leftover";
 }
 
 }  // namespace
