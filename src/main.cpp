@@ -13,6 +13,7 @@
 #include <QApplication>
 #include <QTimer>
 #include <algorithm>
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
@@ -119,6 +120,8 @@ int start(int& argc, char** argv, const CommandLine& line) {
 }  // namespace
 
 int main(int argc, char** argv) {
+    // A write beyond a limit on file sizes is then an error like any other.
+    std::signal(SIGXFSZ, SIG_IGN);
     const auto line = parseCommandLine({argv + 1, argv + argc});
     if (!line) return complain(line.error(), kMisused);
     if (line->task == CommandLine::Task::showHelp) {
