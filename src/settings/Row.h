@@ -49,4 +49,6 @@ struct ActionRow {
 
 using Row = std::variant<SectionRow, ToggleRow, ChoiceRow, ActionRow>;
 
+inline bool isSection(const Row& row) { return std::holds_alternative<SectionRow>(row); }
+
 }  // namespace kasto

@@ -18,8 +18,6 @@ constexpr double kButtonHeight = 26;
 constexpr double kButtonGap = 6;
 constexpr double kLabelMargins = 24;  // left and right of a label together
 
-bool isSection(const Row& row) { return std::holds_alternative<SectionRow>(row); }
-
 double heightOf(const Row& row) { return isSection(row) ? kSectionHeight : kRowHeight + kGap; }
 
 // In the middle of the row's height, ending at `right`.

@@ -24,8 +24,6 @@ constexpr double kControlSize = 35;
 constexpr std::size_t kHeaderControls = 2;
 constexpr double kLinePts = 8;  // what a wheel scrolls for each line
 
-bool isSection(const Row& row) { return std::holds_alternative<SectionRow>(row); }
-
 // Half-open, unlike QRectF's own `contains`.
 bool contains(const QRectF& rect, QPointF p) {
     return p.x() >= rect.left() && p.x() < rect.right() && p.y() >= rect.top() && p.y() < rect.bottom();
