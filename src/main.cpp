@@ -1,6 +1,6 @@
 // Opens the desktop session, builds the controller and runs the event loop.
 
-#include "base/DebugLog.h"
+#include "base/log/DebugLog.h"
 #include "linux/freedesktop/QuitSignals.h"
 #include "options/Prefs.h"
 #include "platform/RunningInstance.h"

@@ -1,6 +1,6 @@
 #include "camera/CameraSource.h"
 
-#include "base/SystemLog.h"
+#include "base/log/SystemLog.h"
 
 #include <algorithm>
 #include <utility>

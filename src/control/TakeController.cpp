@@ -1,6 +1,6 @@
 #include "control/TakeController.h"
 
-#include "base/SystemLog.h"
+#include "base/log/SystemLog.h"
 #include "control/TakeFiling.h"
 #include "options/Prefs.h"
 #include "recording/Mp4Conversion.h"

@@ -1,7 +1,7 @@
 #include "control/TakeFiling.h"
 
-#include "base/DebugLog.h"
-#include "base/FileMove.h"
+#include "base/files/FileMove.h"
+#include "base/log/DebugLog.h"
 #include "options/Prefs.h"
 
 #include <string>

@@ -1,6 +1,6 @@
 #include "input/ScrollPanMonitor.h"
 
-#include "base/DebugLog.h"
+#include "base/log/DebugLog.h"
 #include "options/Prefs.h"
 
 #include <utility>

@@ -1,7 +1,7 @@
 #include "input/TouchPadZoomPan.h"
 
-#include "base/DebugLog.h"
 #include "base/NumberText.h"
+#include "base/log/DebugLog.h"
 #include "input/ContactRecords.h"
 #include "options/Prefs.h"
 

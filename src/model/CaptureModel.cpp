@@ -1,7 +1,7 @@
 #include "model/CaptureModel.h"
 
-#include "base/DebugLog.h"
 #include "base/NumberText.h"
+#include "base/log/DebugLog.h"
 
 #include <algorithm>
 #include <cmath>

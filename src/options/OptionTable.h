@@ -12,7 +12,7 @@ namespace kasto {
 //
 // To add an option that is on or off: add its name to `OptionId` and its row to `kOptions`. If a running take
 // has to follow it, name the effect in the row and say what it does in `LiveTake::follow`. An option of
-// another kind needs a `Control` of its own, which the menus (`shell/OptionEntries`) and the settings
+// another kind needs a `Control` of its own, which the menus (`shell/menus/OptionEntries`) and the settings
 // (`settings/SettingsRows`) know how to show.
 
 enum class OptionId : std::uint8_t {

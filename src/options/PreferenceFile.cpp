@@ -1,8 +1,8 @@
 #include "options/PreferenceFile.h"
 
-#include "base/DebugLog.h"
-#include "base/Files.h"
-#include "base/Timestamp.h"
+#include "base/files/Files.h"
+#include "base/log/DebugLog.h"
+#include "base/log/Timestamp.h"
 
 #include <ctime>
 #include <string>

@@ -1,8 +1,8 @@
 #include "options/PreferenceStore.h"
 
-#include "base/DebugLog.h"
 #include "base/Guarded.h"
 #include "base/SerialQueue.h"
+#include "base/log/DebugLog.h"
 #include "options/PreferenceFile.h"
 
 #include <cmath>
@@ -63,7 +63,7 @@ std::set<std::string> differences(const Json& a, const Json& b) {
     return keys;
 }
 
-std::optional<std::int64_t> wholeNumber(const Json& value) {
+std::optional<std::int64_t> integerOf(const Json& value) {
     using Limits = std::numeric_limits<std::int64_t>;
     if (value.is_number_unsigned() && !std::in_range<std::int64_t>(value.get<std::uint64_t>()))
         return std::nullopt;
@@ -259,7 +259,7 @@ std::optional<bool> PreferenceStore::boolean(std::string_view key) const {
 }
 
 std::optional<std::int64_t> PreferenceStore::integer(std::string_view key) const {
-    return data_->value(key, wholeNumber);
+    return data_->value(key, integerOf);
 }
 
 std::optional<double> PreferenceStore::number(std::string_view key) const {

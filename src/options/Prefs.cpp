@@ -1,6 +1,6 @@
 #include "options/Prefs.h"
 
-#include "base/HomeFolders.h"
+#include "base/files/HomeFolders.h"
 #include "options/PreferenceStore.h"
 
 #include <algorithm>

@@ -1,6 +1,6 @@
 #include "platform/ScreenCaptureWithSound.h"
 
-#include "base/DebugLog.h"
+#include "base/log/DebugLog.h"
 
 #include <utility>
 #include <vector>

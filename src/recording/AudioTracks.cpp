@@ -1,6 +1,6 @@
 #include "recording/AudioTracks.h"
 
-#include "base/DebugLog.h"
+#include "base/log/DebugLog.h"
 
 #include <cmath>
 #include <string>

@@ -1,6 +1,6 @@
 #include "recording/Mp4Conversion.h"
 
-#include "base/DebugLog.h"
+#include "base/log/DebugLog.h"
 
 #include <system_error>
 

@@ -1,9 +1,9 @@
 #include "recording/Recorder.h"
 
-#include "base/DebugLog.h"
 #include "base/MediaClock.h"
 #include "base/MediaRates.h"
 #include "base/NumberText.h"
+#include "base/log/DebugLog.h"
 #include "camera/WebcamTile.h"
 #include "model/CaptureModel.h"
 #include "options/Prefs.h"

@@ -1,7 +1,7 @@
 #include "recording/TakeMovie.h"
 
-#include "base/DebugLog.h"
 #include "base/MediaRates.h"
+#include "base/log/DebugLog.h"
 #include "recording/KastoError.h"
 
 #include <unistd.h>

@@ -1,7 +1,7 @@
 #include "recording/TakePlan.h"
 
 #include "base/AppIdentity.h"
-#include "base/DebugLog.h"
+#include "base/log/DebugLog.h"
 #include "options/Prefs.h"
 #include "platform/Displays.h"
 #include "platform/PointerInput.h"

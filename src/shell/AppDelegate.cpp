@@ -1,14 +1,14 @@
 #include "shell/AppDelegate.h"
 
-#include "base/DebugLog.h"
+#include "base/log/DebugLog.h"
 #include "input/KeyCodes.h"
 #include "options/Prefs.h"
 #include "platform/ScreenAccess.h"
 #include "platform/Workspace.h"
 #include "settings/SettingsController.h"
-#include "shell/MainMenu.h"
-#include "shell/StatusMenus.h"
 #include "shell/UrlCommands.h"
+#include "shell/menus/MainMenu.h"
+#include "shell/menus/StatusMenus.h"
 #include "ui/Brand.h"
 
 #include <QCoreApplication>

@@ -9,10 +9,10 @@
 #include "shell/Alerts.h"
 #include "shell/LiveTake.h"
 #include "shell/MainQueue.h"
-#include "shell/MenuHost.h"
 #include "shell/OptionCommands.h"
 #include "shell/ScreenAccessWatch.h"
 #include "shell/StatusController.h"
+#include "shell/menus/MenuHost.h"
 
 #include <QObject>
 #include <memory>

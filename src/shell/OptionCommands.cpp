@@ -1,6 +1,6 @@
 #include "shell/OptionCommands.h"
 
-#include "base/DebugLog.h"
+#include "base/log/DebugLog.h"
 #include "options/OptionTexts.h"
 #include "options/Prefs.h"
 #include "platform/Desktop.h"

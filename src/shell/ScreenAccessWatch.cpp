@@ -1,6 +1,6 @@
 #include "shell/ScreenAccessWatch.h"
 
-#include "base/DebugLog.h"
+#include "base/log/DebugLog.h"
 #include "platform/ScreenAccess.h"
 #include "platform/Workspace.h"
 #include "shell/Alerts.h"

@@ -1,5 +1,5 @@
-#include "base/DebugLog.h"
-#include "base/Timestamp.h"
+#include "base/log/DebugLog.h"
+#include "base/log/Timestamp.h"
 #include "support/LogLines.h"
 #include "support/TestFolder.h"
 

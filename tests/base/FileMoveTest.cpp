@@ -1,5 +1,5 @@
-#include "base/FileMove.h"
-#include "base/Files.h"
+#include "base/files/FileMove.h"
+#include "base/files/Files.h"
 #include "support/SmallFileSystem.h"
 #include "support/TestFolder.h"
 

@@ -1,4 +1,4 @@
-#include "base/HomeFolders.h"
+#include "base/files/HomeFolders.h"
 #include "support/TestFolder.h"
 
 #include <gtest/gtest.h>

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "base/Guarded.h"
-#include "base/SystemLog.h"
+#include "base/log/SystemLog.h"
 
 #include <algorithm>
 #include <string>

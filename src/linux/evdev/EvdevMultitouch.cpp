@@ -1,9 +1,9 @@
 #include "linux/evdev/EvdevMultitouch.h"
 
-#include "base/DebugLog.h"
 #include "base/MediaClock.h"
 #include "base/PollThread.h"
 #include "base/Thread.h"
+#include "base/log/DebugLog.h"
 #include "linux/evdev/Touchpad.h"
 #include "linux/evdev/TouchpadWatch.h"
 

@@ -1,6 +1,6 @@
 #include "linux/freedesktop/DesktopWorkspace.h"
 
-#include "base/DebugLog.h"
+#include "base/log/DebugLog.h"
 
 #include <QCoreApplication>
 #include <QDBusConnection>

@@ -1,7 +1,7 @@
 #include "linux/pipewire/PipeWireConnection.h"
 
-#include "base/DebugLog.h"
 #include "base/Result.h"
+#include "base/log/DebugLog.h"
 #include "linux/pipewire/LoopSource.h"
 #include "linux/pipewire/MediaRegistry.h"
 

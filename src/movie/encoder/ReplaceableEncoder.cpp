@@ -1,6 +1,6 @@
 #include "movie/encoder/ReplaceableEncoder.h"
 
-#include "base/DebugLog.h"
+#include "base/log/DebugLog.h"
 #include "movie/encoder/AvcConfiguration.h"
 
 #include <algorithm>
@@ -12,12 +12,12 @@ namespace kasto {
 
 namespace {
 
-using Bytes = std::vector<std::uint8_t>;
+using ByteVector = std::vector<std::uint8_t>;
 
 class ReplaceableEncoder final : public VideoEncoder {
 public:
     ReplaceableEncoder(std::unique_ptr<VideoEncoder> encoder, VideoEncoderMaker openReplacement,
-                       const VideoInputSettings& settings, Bytes merged, Bytes replacements)
+                       const VideoInputSettings& settings, ByteVector merged, ByteVector replacements)
         : encoder_(std::move(encoder)),
           openReplacement_(std::move(openReplacement)),
           settings_(settings),
@@ -53,8 +53,8 @@ private:
     std::unique_ptr<VideoEncoder> encoder_;
     const VideoEncoderMaker openReplacement_;
     const VideoInputSettings settings_;
-    const Bytes merged_;        // decoder configuration of both encoders
-    const Bytes replacements_;  // and of the replacement
+    const ByteVector merged_;        // decoder configuration of both encoders
+    const ByteVector replacements_;  // and of the replacement
     bool isReplaced_ = false;
 };
 
@@ -70,7 +70,7 @@ std::unique_ptr<VideoEncoder> makeReplaceable(std::unique_ptr<VideoEncoder> enco
     if (!merged) return encoder;
     return std::make_unique<ReplaceableEncoder>(std::move(encoder), openReplacement, settings,
                                                 std::move(*merged),
-                                                Bytes(replacements.begin(), replacements.end()));
+                                                ByteVector(replacements.begin(), replacements.end()));
 }
 
 }  // namespace kasto

@@ -1,7 +1,7 @@
 #include "movie/writer/SoundTrack.h"
 
-#include "base/DebugLog.h"
 #include "base/MediaRates.h"
+#include "base/log/DebugLog.h"
 
 #include <cmath>
 #include <utility>

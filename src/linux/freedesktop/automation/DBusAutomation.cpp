@@ -1,7 +1,7 @@
 #include "linux/freedesktop/automation/DBusAutomation.h"
 
 #include "base/AppIdentity.h"
-#include "base/DebugLog.h"
+#include "base/log/DebugLog.h"
 #include "linux/freedesktop/automation/DBusRunningInstance.h"
 #include "linux/freedesktop/automation/SearchAdaptors.h"
 

@@ -1,6 +1,6 @@
 #include "linux/freedesktop/portal/CameraRequest.h"
 
-#include "base/DebugLog.h"
+#include "base/log/DebugLog.h"
 #include "linux/freedesktop/portal/PortalNames.h"
 
 #include <QDBusMessage>

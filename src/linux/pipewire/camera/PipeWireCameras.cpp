@@ -1,6 +1,6 @@
 #include "linux/pipewire/camera/PipeWireCameras.h"
 
-#include "base/DebugLog.h"
+#include "base/log/DebugLog.h"
 #include "linux/pipewire/PipeWireConnection.h"
 #include "linux/pipewire/camera/CameraStream.h"
 

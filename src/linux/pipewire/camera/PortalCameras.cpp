@@ -1,7 +1,7 @@
 #include "linux/pipewire/camera/PortalCameras.h"
 
-#include "base/DebugLog.h"
 #include "base/Guarded.h"
+#include "base/log/DebugLog.h"
 
 #include <utility>
 #include <vector>

@@ -1,7 +1,7 @@
 #include "linux/pipewire/sound/PipeWireSound.h"
 
 #include "base/AppIdentity.h"
-#include "base/DebugLog.h"
+#include "base/log/DebugLog.h"
 #include "linux/pipewire/LoopSource.h"
 #include "linux/pipewire/PipeWireConnection.h"
 #include "linux/pipewire/sound/SinkLatency.h"

@@ -1,7 +1,7 @@
 #include "linux/x11/capture/FollowingReader.h"
 
-#include "base/DebugLog.h"
 #include "base/MediaClock.h"
+#include "base/log/DebugLog.h"
 
 #include <utility>
 

@@ -1,4 +1,4 @@
-#include "base/HomeFolders.h"
+#include "base/files/HomeFolders.h"
 
 #include <pwd.h>
 #include <unistd.h>

@@ -1,4 +1,4 @@
-#include "base/Files.h"
+#include "base/files/Files.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>

@@ -1,9 +1,9 @@
-#include "shell/OptionEntries.h"
+#include "shell/menus/OptionEntries.h"
 
 #include "options/OptionTexts.h"
 #include "options/Prefs.h"
 #include "settings/SettingsHost.h"
-#include "shell/MenuText.h"
+#include "shell/menus/MenuText.h"
 
 #include <optional>
 #include <string>

@@ -1,4 +1,4 @@
-#include "shell/MenuText.h"
+#include "shell/menus/MenuText.h"
 
 #include <QStringList>
 #include <algorithm>

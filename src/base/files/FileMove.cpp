@@ -1,7 +1,7 @@
-#include "base/FileMove.h"
+#include "base/files/FileMove.h"
 
 #include "base/FileDescriptor.h"
-#include "base/Files.h"
+#include "base/files/Files.h"
 
 #include <fcntl.h>
 #include <linux/fs.h>

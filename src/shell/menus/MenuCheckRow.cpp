@@ -1,4 +1,4 @@
-#include "shell/MenuCheckRow.h"
+#include "shell/menus/MenuCheckRow.h"
 
 #include <QApplication>
 #include <QMouseEvent>

@@ -1,9 +1,9 @@
-#include "shell/StatusMenus.h"
+#include "shell/menus/StatusMenus.h"
 
 #include "input/KeyCodes.h"
 #include "options/Prefs.h"
-#include "shell/MenuHost.h"
-#include "shell/OptionEntries.h"
+#include "shell/menus/MenuHost.h"
+#include "shell/menus/OptionEntries.h"
 
 #include <algorithm>
 #include <array>

@@ -1,4 +1,4 @@
-#include "base/Timestamp.h"
+#include "base/log/Timestamp.h"
 
 #include <array>
 

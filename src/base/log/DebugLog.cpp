@@ -1,10 +1,10 @@
-#include "base/DebugLog.h"
+#include "base/log/DebugLog.h"
 
-#include "base/HomeFolders.h"
-#include "base/LogFile.h"
 #include "base/SerialQueue.h"
-#include "base/SystemLog.h"
-#include "base/Timestamp.h"
+#include "base/files/HomeFolders.h"
+#include "base/log/LogFile.h"
+#include "base/log/SystemLog.h"
+#include "base/log/Timestamp.h"
 
 #include <ctime>
 #include <string>

@@ -1,4 +1,4 @@
-#include "base/SystemLog.h"
+#include "base/log/SystemLog.h"
 
 #include "base/Guarded.h"
 

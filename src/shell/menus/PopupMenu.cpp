@@ -1,7 +1,7 @@
-#include "shell/PopupMenu.h"
+#include "shell/menus/PopupMenu.h"
 
-#include "shell/MenuCheckRow.h"
-#include "shell/MenuText.h"
+#include "shell/menus/MenuCheckRow.h"
+#include "shell/menus/MenuText.h"
 #include "ui/OwnWindowWatch.h"
 
 #include <QApplication>

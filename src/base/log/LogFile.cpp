@@ -1,6 +1,6 @@
-#include "base/LogFile.h"
+#include "base/log/LogFile.h"
 
-#include "base/Files.h"
+#include "base/files/Files.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "platform/MenuEntry.h"
-#include "shell/PopupMenu.h"
+#include "shell/menus/PopupMenu.h"
 
 #include <vector>
 
