@@ -54,6 +54,15 @@ TEST_F(OverlayControllerTest, isKnownBeforeItIsSeenAndUntilItIsGone) {
         EXPECT_FALSE(isSaid(2, 150) || isSaid(200, 2) || isSaid(200, 150));
         EXPECT_EQ(desktop.overlaySupport.above.back(), panel()->winId());
     }
+    // Shown by blending, by shapes, and by blending again.
+    auto& shapes = desktop.overlaySupport.shapes;
+    for (const bool blends : {true, false, true}) {
+        desktop.overlaySupport.blends = blends;
+        overlay.tick();
+        EXPECT_EQ(shapes.contains(panel()->winId()), !blends);
+        EXPECT_EQ(shapes[desktop.overlaySupport.above.front()].empty(), blends);
+        EXPECT_TRUE(isSaid(200, 52));
+    }
     // What the outline leaves is reported until it has been cleared.
     model.zoom(1);
     model.step(0);
@@ -69,19 +78,6 @@ TEST_F(OverlayControllerTest, isKnownBeforeItIsSeenAndUntilItIsGone) {
     desktop.displays.displays.clear();
     overlay.start(7, now);
     EXPECT_EQ(panel(), nullptr);
-}
-
-TEST_F(OverlayControllerTest, followsTheDesktopFromBlendingToShapesAndBack) {
-    auto& shapes = desktop.overlaySupport.shapes;
-    overlay.start(7, now);
-    ASSERT_TRUE(loopUntil([] { return panel()->isVisible(); }));
-    for (const bool blends : {true, false, true}) {
-        desktop.overlaySupport.blends = blends;
-        overlay.tick();
-        EXPECT_EQ(shapes.contains(panel()->winId()), !blends);
-        EXPECT_EQ(shapes[desktop.overlaySupport.above.front()].empty(), blends);
-        EXPECT_TRUE(isSaid(200, 52));
-    }
 }
 
 }  // namespace
