@@ -1,11 +1,8 @@
 #include "movie/encoder/EncoderChoice.h"
-#include "movie/h264/EncoderPreset.h"
 #include "movie/h264/PresetByLoad.h"
 #include "movie/writer/TakeOnPaper.h"
 
 #include <gtest/gtest.h>
-
-#include <string>
 
 namespace kasto {
 namespace {
@@ -53,19 +50,6 @@ TEST(EncoderChoiceTest, takesTheFirstThatPassesItsTrialElseTheFallback) {
         EXPECT_EQ(encoder.fault, fault == Fault::none ? fault : Fault::fallback) << static_cast<int>(fault);
         EXPECT_EQ(encoder.encoded, 0);
     }
-}
-
-TEST(EncoderChoiceTest, presetLeavesRoomOnTheMachine) {
-    const VideoInputSettings slow{1920, 1080, 1'000, 60, 30}, usual{1920, 1080, 1'000, 60, 60},
-        large{3840, 2160, 1'000, 60, 60};
-    const auto preset = [](const auto& settings, unsigned cores) {
-        return std::string(kX264Presets[x264Preset(settings, cores)]);
-    };
-    EXPECT_EQ(preset(slow, 4), "veryfast");
-    EXPECT_EQ(preset(usual, 4), "superfast");
-    EXPECT_EQ(preset(usual, 0), "ultrafast");
-    EXPECT_EQ(preset(large, 4), "ultrafast");
-    EXPECT_EQ(preset(large, 16), "superfast");
 }
 
 TEST(EncoderChoiceTest, presetYieldsToABacklogAndComesBack) {

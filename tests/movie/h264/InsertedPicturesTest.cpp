@@ -1,5 +1,5 @@
 #include "linux/ffmpeg/FfmpegHandles.h"
-#include "movie/encoder/ReplaceableEncoder.h"
+#include "movie/encoder/EncoderChoice.h"
 #include "movie/h264/EncoderPreset.h"
 #include "movie/h264/PictureInserter.h"
 #include "movie/h264/SoftwareEncoder.h"
@@ -284,15 +284,16 @@ TEST_P(InsertedPicturesTest, ShowSmallChangesAsTheyAre) {
     EXPECT_TRUE(both.agree());
 }
 
-// An encoder that fails is replaced within the stream.
+// A hardware encoder that fails is replaced within the stream.
 TEST_P(InsertedPicturesTest, GoOnAfterTheEncoderWasReplaced) {
     const auto settings = settingsFor(2'000'000);
     int usesAfterwards = 0;
     const auto open = [&](const VideoInputSettings& wanted) {
         return openSoftwareEncoderWithPreset(wanted, GetParam());
     };
-    const auto failing = test::FailingEncoder::maker(open, 70, usesAfterwards);
-    const auto encoder = makeReplaceable(failing(settings).value(), openReplacementEncoder, settings);
+    const auto hardware = test::FailingEncoder::maker(open, 70, usesAfterwards);
+    const auto choose = preferHardware({hardware}, openSoftwareEncoder, openReplacementEncoder);
+    const auto encoder = choose(settings).value();
     BothDecoders both(*encoder);
     for (unsigned tick = 0; tick < 150; ++tick) {
         both.show(blocks(tick / 15));

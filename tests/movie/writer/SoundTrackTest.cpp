@@ -8,9 +8,8 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
-#include <cstdio>
+#include <cstring>
 #include <limits>
-#include <memory>
 
 namespace kasto {
 namespace {
@@ -69,11 +68,9 @@ TEST(SoundTimelineTest, followsAClockThatIsOff) {
 std::vector<float> soundOf(const std::filesystem::path& movie, int track) {
     const auto command = "ffmpeg -v error -i '" + movie.string() + "' -map 0:a:" + std::to_string(track) +
                          " -af aresample=async=1:first_pts=0,pan='mono|c0=c0' -f f32le -";
-    const std::unique_ptr<FILE, int (*)(FILE*)> pipe(popen(command.c_str(), "r"), pclose);
-    std::vector<float> samples;
-    std::vector<float> part(4096);
-    for (std::size_t got; (got = fread(part.data(), sizeof(float), part.size(), pipe.get())) > 0;)
-        samples.insert(samples.end(), part.begin(), part.begin() + static_cast<std::ptrdiff_t>(got));
+    const std::string bytes = outputOf(command);
+    std::vector<float> samples(bytes.size() / sizeof(float));
+    std::memcpy(samples.data(), bytes.data(), samples.size() * sizeof(float));
     return samples;
 }
 
