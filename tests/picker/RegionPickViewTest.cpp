@@ -44,10 +44,9 @@ TEST_F(RegionPickViewTest, dragsDrawMoveAndResize) {
     const Rect huge{-100, -50, 4000, 3000};
     const std::tuple<Selection, QPointF, QPointF, Selection> rows[] = {
         {{}, {300, 300}, {240, 240}, Rect{240, 240, 60, 60}},
-        {{}, {700, 500}, {900, 700}, Rect{700, 500, 200, 200}},   // beyond the display
-        {box, {600, 500}, {600, 500}, {}},                        // outside: a new one begins
-        {box, {300, 200}, {310, 190}, Rect{210, 140, 300, 200}},  // inside: moves
-        {box, {300, 200}, {-900, 900}, Rect{0, 400, 300, 200}},   // flush with the edges
+        {{}, {700, 500}, {900, 700}, Rect{700, 500, 200, 200}},  // beyond the display
+        {box, {600, 500}, {600, 500}, {}},                       // outside: a new one begins
+        {box, {300, 200}, {-900, 900}, Rect{0, 400, 300, 200}},  // inside: moves, flush with the edges
         {huge, {300, 200}, {400, 300}, Rect{-3200, -2400, 4000, 3000}},
         {box, {212, 162}, {100, 100}, Rect{100, 100, 400, 250}},      // just within reach of a handle
         {box, {212.5, 162}, {222.5, 162}, Rect{210, 150, 300, 200}},  // just out of reach
@@ -72,7 +71,6 @@ TEST_F(RegionPickViewTest, confirmsWholePointsAndCancelsAtAnyTime) {
     const std::tuple<Selection, std::variant<Qt::Key, Press>, std::optional<Selection>> rows[] = {
         {fractional, Qt::Key_Return, confirmed},
         {fractional, Qt::Key_Escape, cancelled},
-        {fractional, Qt::Key_Space, nothing},
         {Rect{120, 80, 301, 59.9}, Qt::Key_Return, nothing},
         {{}, Qt::Key_Escape, cancelled},
         {fractional, Press{{400, 300}, Qt::LeftButton}, confirmed},

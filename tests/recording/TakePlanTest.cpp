@@ -41,7 +41,6 @@ const std::string kDegenerate = "kasto: region degenerate — recording full scr
 
 const Row kRows[] = {
     {"pointer", kOn2, 0, {}, 2, kWhole2, 1600, 900, ""},
-    {"pointer unknown", {}, 0, {}, 1, kWhole1, 3024, 1964, ""},
     {"only a region display", {}, 2, {}, 1, kWhole1, 3024, 1964, ""},
     {"display missing", kOn2, 77, {0, 0, 99, 99}, 2, kWhole2, 1600, 900, kMissing},
     {"region", {}, 2, {9, 80, 801, 301}, 2, {9, 80, 801, 301}, 800, 300, "kasto: region 801×301 @ (9,80)"},
