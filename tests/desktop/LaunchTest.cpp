@@ -1,7 +1,6 @@
 // Starts of the program: the first one, the second one, and those that cannot be.
 
 #include "desktop/DesktopSession.h"
-#include "support/WaitUntil.h"
 
 #include <gtest/gtest.h>
 

@@ -27,12 +27,6 @@ protected:
     // The tile would hide what is looked at.
     TakeTest() { desktop.setOptions(R"({"pipEnabled": false})"); }
 
-    std::filesystem::path theMovie() const {
-        const auto movies = desktop.movies();
-        EXPECT_EQ(movies.size(), 1u);
-        return movies.empty() ? "" : movies.front();
-    }
-
     DesktopSession desktop;
 };
 
@@ -66,7 +60,7 @@ TEST_F(TakeTest, recordsTheScreenInItsColoursAtASteadyPace) {
     ASSERT_TRUE(desktop.waitForLog(" stopped → kasto-"));
     EXPECT_EQ(desktop.timesLogged(" recording "), 1u);
 
-    const MovieProbe movie(theMovie());
+    const MovieProbe movie(desktop.movies().at(0));
     auto stream = movie.videoStream();
     EXPECT_EQ(stream["codec_name"], "h264");
     EXPECT_EQ(stream["profile"], "High");
@@ -109,7 +103,7 @@ TEST_F(TakeTest, showsTheWebcamInItsTileUntilItIsUnplugged) {
     ASSERT_TRUE(desktop.stopTake());
 
     // The tile is 307.2 x 230.4 wide and high, 24 from the edges of the movie.
-    const MovieProbe movie(theMovie());
+    const MovieProbe movie(desktop.movies().at(0));
     const auto before = movie.pictureAt(1.2);
     EXPECT_LE(errorAt(before, 958, 475, {200, 30, 20}), 12);
     EXPECT_LE(errorAt(before, 1247, 687, {20, 30, 200}), 12);
@@ -125,7 +119,7 @@ TEST_F(TakeTest, hasSilentTracksWithoutAMediaServer) {
     ASSERT_TRUE(desktop.startTake());
     letItRecordFor(1.5);
     ASSERT_TRUE(desktop.stopTake());
-    const MovieProbe movie(theMovie());
+    const MovieProbe movie(desktop.movies().at(0));
     EXPECT_EQ(movie.complaints(), "");
     const auto sounds = movie.soundDurationsS();
     ASSERT_EQ(sounds.size(), 2u);
