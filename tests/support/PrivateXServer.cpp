@@ -127,8 +127,6 @@ PrivateXServer::PrivateXServer(int width, int height, const std::vector<std::str
 PrivateXServer::PrivateXServer(const std::vector<std::string>& command)
     : server_(startServer(command, display_)) {}
 
-std::vector<std::string> PrivateXServer::environment() const { return {"DISPLAY=" + display_}; }
-
 void PrivateXServer::startCompositingManager(const std::vector<std::string>& options) {
     compositor_.push_back(test::startCompositingManager(display_, options));
 }
@@ -140,14 +138,13 @@ void PrivateXServer::endCompositingManager() {
 
 void PrivateXServer::startWindowManager() {
     // The last thing it does before it takes requests is to run this command.
-    windowManager_.emplace_back(std::vector<std::string>{"openbox", "--sm-disable", "--startup",
-                                                         "xprop -root -f TEST_READY 8s -set TEST_READY yes"},
-                                environment());
+    windowManager_.push_back(
+        start({"openbox", "--sm-disable", "--startup", "xprop -root -f TEST_READY 8s -set TEST_READY yes"}));
     await([&] { return run({"sh", "-c", "xprop -root TEST_READY | grep yes"}) == 0; });
 }
 
-int PrivateXServer::run(const std::vector<std::string>& command) const {
-    return ChildProcess(command, environment()).wait();
+ChildProcess PrivateXServer::start(const std::vector<std::string>& command) const {
+    return ChildProcess(command, {"DISPLAY=" + display_});
 }
 
 }  // namespace kasto::test

@@ -48,13 +48,13 @@ public:
     void startWindowManager();  // returns when windows can be shown
 
     // Runs a program to its end on this server; its status.
-    int run(const std::vector<std::string>& command) const;
+    int run(const std::vector<std::string>& command) const { return start(command).wait(); }
 
     void kill() { server_.kill(); }
     pid_t pid() const { return server_.pid(); }
 
 private:
-    std::vector<std::string> environment() const;
+    ChildProcess start(const std::vector<std::string>& command) const;
 
     std::string display_;
     ChildProcess server_;
