@@ -40,6 +40,7 @@ protected:
     SettingsTest() {
         Brand::registerFonts();
         forgetOptions();
+        open();
     }
 
     void open() {
@@ -85,7 +86,6 @@ protected:
 };
 
 TEST_F(SettingsTest, rowsFollowEveryChangeOfAnOptionAndTheTake) {
-    open();
     EXPECT_EQ(described("region"), "full screen · set one to frame a slice [SET…] (CLEAR)");
     EXPECT_EQ(described("output folder"), "Movies/kasto · the default [CHOOSE…] (DEFAULT)");
     Prefs::setRegionRect(Rect{9, 9, 1280.6, 1e300});
@@ -101,7 +101,6 @@ TEST_F(SettingsTest, rowsFollowEveryChangeOfAnOptionAndTheTake) {
 }
 
 TEST_F(SettingsTest, everySwitchStoresItsOption) {
-    open();
     for (const auto& each : view().controls())
         if (each.kind == SettingsControl::Kind::onOff) test::click(view(), each.rect.center());
     scroll(10'000);
@@ -126,20 +125,14 @@ TEST_F(SettingsTest, clicksCycleThroughTheCameras) {
     EXPECT_EQ(values, (Texts{"WEBCAM É=a", "=b", "SYSTEM DEFAULT=none", "WEBCAM É=a"}));
 }
 
-TEST_F(SettingsTest, textsOfAnyLengthLeaveRoomForEachOther) {
-    host.devices = {{"long", std::string(100'000, 'w')}, {"short", "x"}};
-    const auto buttonWidth = [&] {
-        const auto rows = settingsRows(host);
-        const auto isChoice = [](const Row& row) { return std::holds_alternative<ChoiceRow>(row); };
-        const auto at = std::ranges::find_if(rows, isChoice) - rows.begin();
-        return placedRows(rows, SettingsView::kWidth, 0)[std::size_t(at)].controls[0].width();
-    };
+TEST_F(SettingsTest, longTextsAndButtonsLeaveRoomForEachOther) {
+    host.devices = {{"long", std::string(100'000, 'w')}};
     Prefs::setCameraID("long");
-    EXPECT_EQ(buttonWidth(), 200);
-    Prefs::setCameraID("short");
-    EXPECT_EQ(buttonWidth(), 90);
+    const auto rows = settingsRows(host);
+    const auto isChoice = [](const Row& row) { return std::holds_alternative<ChoiceRow>(row); };
+    const auto at = std::ranges::find_if(rows, isChoice) - rows.begin();
+    EXPECT_EQ(placedRows(rows, SettingsView::kWidth, 0)[std::size_t(at)].controls[0].width(), 200);
 
-    open();
     scroll(10'000);
     Prefs::setOutputDir("/mnt/" + std::string(200, 'w'));
     const auto button = control("output folder: CHOOSE…").rect.toRect();
@@ -150,7 +143,6 @@ TEST_F(SettingsTest, textsOfAnyLengthLeaveRoomForEachOther) {
 }
 
 TEST_F(SettingsTest, onlyWhatTakesAClickShowsTheMouse) {
-    open();
     const auto changesAt = [&](QPointF position) {
         QEvent left(QEvent::Leave);
         QApplication::sendEvent(&view(), &left);
@@ -170,7 +162,6 @@ TEST_F(SettingsTest, onlyWhatTakesAClickShowsTheMouse) {
 }
 
 TEST_F(SettingsTest, clicksReachWhatIsPaintedThere) {
-    open();
     const auto set = control("region: SET…").rect;
     clickOn("region: CLEAR");  // disabled
     click(view(), {set.left() - 20, set.center().y()});
@@ -182,7 +173,6 @@ TEST_F(SettingsTest, clicksReachWhatIsPaintedThere) {
 }
 
 TEST_F(SettingsTest, theKeyboardReachesAndUsesEveryControl) {
-    open();
     std::size_t reached = 0;
     do {
         key(view(), Qt::Key_Down);
@@ -206,7 +196,6 @@ TEST_F(SettingsTest, theKeyboardReachesAndUsesEveryControl) {
 }
 
 TEST_F(SettingsTest, assistiveProgramsSeeAndUseEveryControl) {
-    open();
     auto* all = QAccessible::queryAccessibleInterface(&view());
     ASSERT_EQ(all->childCount(), int(view().controls().size()));
     auto* clicks = all->child(0);
@@ -226,8 +215,8 @@ TEST_F(SettingsTest, assistiveProgramsSeeAndUseEveryControl) {
     clear->actionInterface()->doAction(QAccessibleActionInterface::pressAction());
     EXPECT_EQ(host.calls, Texts{});
 }
+
 TEST_F(SettingsTest, theListScrollsWithinItsEnds) {
-    open();
     const int lines = QApplication::wheelScrollLines();
     for (const auto& [notches, scrollY] :
          {std::pair{-1, 8 * lines}, {-100, 325}, {1, 325 - 8 * lines}, {99, 0}}) {
@@ -244,7 +233,6 @@ TEST_F(SettingsTest, theListScrollsWithinItsEnds) {
 }
 
 TEST_F(SettingsTest, theHeaderMovesAndTheEdgesResizeByHand) {
-    open();
     window().setGeometry(100, 100, 520, 500);
     const std::tuple<int, QPoint, QRect> drags[] = {
         {30, {30, -20}, {130, 80, 520, 500}},
@@ -259,7 +247,6 @@ TEST_F(SettingsTest, theHeaderMovesAndTheEdgesResizeByHand) {
 }
 
 TEST_F(SettingsTest, hidesAndComesBackAsItWas) {
-    open();
     EXPECT_EQ(ownWindows.windows().at(0).sharing, SharingType::none);
     window().move(40, 50);
     scroll(100);
