@@ -31,10 +31,14 @@ public:
 
     // Shown next to the image, or inside the image if the desktop has no room for text.
     virtual void setTitle(const std::string& title) = 0;
+
+    // Whether something shows the item now.
+    virtual bool isShown() const = 0;
 };
 
 struct StatusItemActions {
-    // Called for a click, or when the item is activated from the keyboard. The call may destroy the item.
+    // Called for a click with any button, or when the item is activated from the keyboard. The call may destroy
+    // the item.
     std::function<void(const StatusClick&)> onClick = {};
     // Returns the item's present menu. Desktops that open menus themselves on a right click ask for it.
     // Without this function they open none.

@@ -48,8 +48,14 @@ void StatusController::updateTitle() {
 void StatusController::setBusyGear(bool on) { statusItem_->setTitle(on ? " ⚙" : ""); }
 
 void StatusController::spawnStopButton() {
-    stopItem_ =
-        items_.make("kasto-stop", {.onClick = [this](const StatusClick& click) { stopFromBar(click); }});
+    // Some desktops activate an item on a double click only, and open its menu on a single one.
+    stopItem_ = items_.make("kasto-stop",
+                            {.onClick = [this](const StatusClick& click) { stopFromBar(click); },
+                             .menu =
+                                 [this] {
+                                     return std::vector<MenuEntry>{
+                                         {.title = "stop recording", .action = [this] { actions_.stop(); }}};
+                                 }});
     stopItem_->setImage(StatusImage::stop, "stop recording");
 }
 

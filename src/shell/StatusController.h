@@ -30,6 +30,9 @@ public:
 
     void showFinishing();
 
+    // Whether the desktop shows the status item now.
+    bool isShown() const { return statusItem_->isShown(); }
+
 private:
     void statusClicked(const StatusClick& click);
     void stopFromBar(const StatusClick& click);

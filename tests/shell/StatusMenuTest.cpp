@@ -153,6 +153,7 @@ TEST_F(StatusMenuTest, theItemFollowsTheTakeAndItsClicksDependOnIt) {
         EXPECT_FALSE(openMenu());
         EXPECT_EQ(look(), std::tuple(StatusImage::recording, "recording", " 0:0", true));
         EXPECT_EQ(items.at("kasto-stop").image, StatusImage::stop);
+        EXPECT_EQ(items.at("kasto-stop").actions.menu().size(), 1U);
         const auto title = items.at("kasto").title;
         if (stops) {
             ASSERT_TRUE(loopUntil([&] { return items.at("kasto").title > title; }));

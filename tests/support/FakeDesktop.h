@@ -154,6 +154,7 @@ struct FakeStatusItems : StatusItems {
         std::string description, title;
     };
     std::map<std::string, Shown> shown;
+    bool hosted = true;
 
     struct Item : StatusItem {
         Item(FakeStatusItems& items, const std::string& itemId) : all(items), id(itemId) {}
@@ -163,6 +164,7 @@ struct FakeStatusItems : StatusItems {
             all.shown[id].description = description;
         }
         void setTitle(const std::string& title) override { all.shown[id].title = title; }
+        bool isShown() const override { return all.hosted; }
         FakeStatusItems& all;
         std::string id;
     };

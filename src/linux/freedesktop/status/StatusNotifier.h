@@ -76,7 +76,7 @@ public:
 
 public slots:
     Q_SCRIPTABLE void Activate(int, int) { onClick(false); }
-    Q_SCRIPTABLE void SecondaryActivate(int, int) {}
+    Q_SCRIPTABLE void SecondaryActivate(int, int) { onClick(false); }
     Q_SCRIPTABLE void ContextMenu(int, int) { onClick(true); }
     Q_SCRIPTABLE void Scroll(int, const QString&) {}
 

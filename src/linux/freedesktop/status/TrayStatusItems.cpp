@@ -70,6 +70,8 @@ public:
         show();
     }
 
+    bool isShown() const override { return tray_ ? QSystemTrayIcon::isSystemTrayAvailable() : isHostKnown_; }
+
 private:
     void exportObjects() {
         constexpr auto kExported = QDBusConnection::ExportAllProperties |
@@ -111,7 +113,8 @@ private:
             tray_ = std::make_unique<QSystemTrayIcon>();
             connect(tray_.get(), &QSystemTrayIcon::activated, this,
                     [this](QSystemTrayIcon::ActivationReason reason) {
-                        if (reason == QSystemTrayIcon::Trigger) click(false);
+                        if (reason == QSystemTrayIcon::Trigger || reason == QSystemTrayIcon::MiddleClick)
+                            click(false);
                         if (reason == QSystemTrayIcon::Context) click(true);
                     });
         }
@@ -148,7 +151,8 @@ private slots:
         connect(answer, &QDBusPendingCallWatcher::finished, this, [this, answer] {
             const QDBusPendingReply<QDBusVariant> reply(*answer);
             answer->deleteLater();
-            useTray(!reply.isValid() || !reply.value().variant().toBool());
+            isHostKnown_ = reply.isValid() && reply.value().variant().toBool();
+            useTray(!isHostKnown_);
         });
     }
 
@@ -159,6 +163,7 @@ private:
     StatusNotifier notifier_;
     std::unique_ptr<DBusMenu> menu_;
     QDBusServiceWatcher watcher_;
+    bool isHostKnown_ = false;               // one that shows the item
     std::unique_ptr<QSystemTrayIcon> tray_;  // while no host shows the item
     StatusPicture picture_;
     QString description_;
