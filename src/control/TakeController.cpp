@@ -16,8 +16,11 @@ TakeController::TakeController(CaptureModel& model, WebcamTile& tile, const Desk
       observer_(observer),
       recorder_(model, tile, desktop),
       input_(model, desktop, [this] { runOnMain_([this] { observer_.quickMenuWanted(); }); }) {
-    recorder_.onStreamStopped = [this](const std::optional<Error>&) {
-        runOnMain_([this] { fire(Trigger::endedByItself); });
+    recorder_.onStreamStopped = [this](const std::optional<Error>& error) {
+        runOnMain_([this, error] {
+            failure_ = error;
+            fire(Trigger::endedByItself);
+        });
     };
 }
 
@@ -71,6 +74,7 @@ void TakeController::perform(Action action) {
 }
 
 void TakeController::startRecorder() {
+    failure_.reset();
     worker_.async([this] {
         auto started = recorder_.start();
         runOnMain_([this, started = std::move(started)] {
@@ -94,7 +98,7 @@ void TakeController::tellFailure() {
 void TakeController::finish(bool reveal) {
     input_.stop();
     observer_.takeEnding();
-    ended_ = {.file = {}, .reveal = reveal};
+    ended_ = {.file = {}, .reveal = reveal, .reason = failure_};
     worker_.async([this] {
         auto file = stopAndFile();
         runOnMain_([this, file = std::move(file)]() mutable {
@@ -112,12 +116,24 @@ void TakeController::waitForFinish() {
     worker_.drain();
 }
 
-// On the worker: converting and moving may take as long as copying the movie does.
 std::optional<std::filesystem::path> TakeController::stopAndFile() {
     auto file = recorder_.stop();
-    if (file && Prefs::convertMP4()) file = convertToMP4(desktop_.movieExports, *file).value_or(*file);
-    if (file) file = fileTake(*file);
+    isFiling_ = true;
+    if (file && !skipsFiling_) file = convertAndMove(*file);
+    isFiling_ = false;
     return file;
+}
+
+// On the worker: it may take as long as copying the movie does.
+std::filesystem::path TakeController::convertAndMove(const std::filesystem::path& movie) {
+    auto file = movie;
+    if (Prefs::convertMP4()) file = convertToMP4(desktop_.movieExports, file).value_or(file);
+    return fileTake(file);
+}
+
+bool TakeController::skipFiling() {
+    skipsFiling_ = true;
+    return !isFiling_;
 }
 
 }  // namespace kasto

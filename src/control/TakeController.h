@@ -6,6 +6,7 @@
 #include "platform/Desktop.h"
 #include "recording/Recorder.h"
 
+#include <atomic>
 #include <chrono>
 #include <filesystem>
 #include <functional>
@@ -22,6 +23,8 @@ struct EndedTake {
     std::optional<std::filesystem::path> file;
     // The user is to be shown the file.
     bool reveal = false;
+    // Why it ended, where nobody asked for it.
+    std::optional<Error> reason;
 };
 
 // What the program shows of a take. Called on the main thread.
@@ -103,6 +106,11 @@ public:
     // in its file, converted and moved as ever. The observer is not told.
     void finishNow() { fire(Trigger::finishNow); }
 
+    // While the program quits: gives up converting and moving the movie. False where the movie is complete
+    // and one of these is under way, which cannot be interrupted; the process may then be ended as it is, and
+    // leaves the movie where it was recorded.
+    bool skipFiling();
+
     Phase phase() const { return phase_; }
     bool isRecording() const { return phase_ == Phase::recording; }
 
@@ -123,6 +131,7 @@ private:
     void finish(bool reveal);
     void waitForFinish();
     std::optional<std::filesystem::path> stopAndFile();
+    std::filesystem::path convertAndMove(const std::filesystem::path& movie);
 
     const Desktop desktop_;
     const RunOnMain runOnMain_;
@@ -131,8 +140,12 @@ private:
     Phase phase_ = Phase::idle;
     std::optional<Trigger> kept_;  // to be fired again when the phase changes
     std::chrono::system_clock::time_point startDate_ = std::chrono::system_clock::now();
-    Error startError_;  // of the newest start that failed
-    EndedTake ended_;   // the newest take that was finished
+    Error startError_;              // of the newest start that failed
+    std::optional<Error> failure_;  // of the newest take, if it ended by itself
+    EndedTake ended_;               // the newest take that was finished
+
+    std::atomic<bool> skipsFiling_ = false;
+    std::atomic<bool> isFiling_ = false;  // the movie is complete, and being converted or moved
 
     Recorder recorder_;
     TakeInput input_;

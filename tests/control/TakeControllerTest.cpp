@@ -2,6 +2,7 @@
 #include "base/MediaClock.h"
 #include "camera/WebcamTile.h"
 #include "control/TakeController.h"
+#include "options/Prefs.h"
 #include "support/FakeDesktop.h"
 #include "support/LogLines.h"
 #include "support/WaitUntil.h"
@@ -10,6 +11,7 @@
 
 #include <algorithm>
 #include <deque>
+#include <semaphore>
 
 namespace kasto::test {
 namespace {
@@ -93,6 +95,7 @@ protected:
     void takeEnding() override { calls += "ending "; }
     void takeEnded(const EndedTake& ended) override {
         calls += ended.file ? ended.reveal ? "shown " : "unseen " : "lost ";
+        if (ended.reason) calls += "for(" + ended.reason->description + ") ";
     }
     void quickMenuWanted() override {}
     void mayTerminate() override { calls += "end "; }
@@ -125,7 +128,7 @@ TEST_F(TakeControllerTest, everyTriggerInEveryPhase) {
         {"starting", "toggle", starting, recording, "began "},
         {"starting", "stop", starting, recording, "began "},
         {"starting", "stopUnseen", starting, recording, "began "},
-        {"starting", "dies", starting, idle, "began ending lost "},
+        {"starting", "dies", starting, idle, "began ending lost for(unplugged) "},
         {"starting", "quit", starting, ended, "began ending lost end "},
         {"starting", "finishNow", ended, ended, ""},
         {"failing", "start", starting, idle, "failed(no screen) "},
@@ -137,7 +140,7 @@ TEST_F(TakeControllerTest, everyTriggerInEveryPhase) {
         {"recording", "stopUnseen", finishing, idle, "ending unseen "},
         {"recording", "quit", finishing, ended, "ending unseen end "},
         {"recording", "finishNow", ended, ended, ""},
-        {"recording", "dies", finishing, idle, "ending shown "},
+        {"recording", "dies", finishing, idle, "ending shown for(unplugged) "},
         {"finishing", "start", finishing, idle, "shown "},
         {"finishing", "toggle", finishing, idle, "shown "},
         {"finishing", "stop", finishing, idle, "shown "},
@@ -168,8 +171,30 @@ TEST_F(TakeControllerTest, aQuitIsNotForgottenForATakeThatDies) {
         fire(first);
         fire(*first == 'q' ? "dies" : "quit");
         settle();
-        EXPECT_EQ(calls, "began ending lost end ") << first;
+        EXPECT_EQ(calls, "began ending lost for(unplugged) end ") << first;
     }
+}
+
+TEST_F(TakeControllerTest, aFolderThatHangsNeedNotBeWaitedFor) {
+    std::binary_semaphore began(0), goesOn(0);
+    Prefs::setOn(OptionId::convertMP4, true);
+    desktop.movieExports.onExport = [&] {
+        began.release();
+        goesOn.acquire();
+    };
+    reach("recording");
+    fire("quit");
+    ASSERT_TRUE(began.try_acquire_for(std::chrono::seconds(20)));
+    EXPECT_FALSE(take->skipFiling()) << "the movie is complete and lies there";
+    goesOn.release();
+    settle();
+
+    reach("recording");
+    EXPECT_TRUE(take->skipFiling());
+    fire("quit");
+    settle();
+    EXPECT_EQ(calls, "ending unseen end ") << "and nothing was exported";
+    Prefs::forget(OptionId::convertMP4);
 }
 
 TEST_F(TakeControllerTest, itsEndCompletesTheMovie) {

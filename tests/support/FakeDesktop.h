@@ -130,19 +130,21 @@ struct FakeWorkspace : Workspace {
 // Rewraps by writing a text.
 struct FakeMovieExports : MovieExports {
     struct Session : ExportSession {
-        explicit Session(Result<void> outcome) : result(std::move(outcome)) {}
+        explicit Session(FakeMovieExports& exports) : owner(exports) {}
         Result<void> exportMpeg4(const std::filesystem::path& destination) override {
+            if (owner.onExport) owner.onExport();
             writeFile(destination, "rewrapped");
-            return result;
+            return owner.result;
         }
-        Result<void> result;
+        FakeMovieExports& owner;
     };
     bool refused = false;
+    std::function<void()> onExport;
     Result<void> result;
 
     Result<std::unique_ptr<ExportSession>> makePassthroughSession(const std::filesystem::path&) override {
         if (refused) return failure("no such thing");
-        return std::make_unique<Session>(result);
+        return std::make_unique<Session>(*this);
     }
 };
 
