@@ -137,7 +137,14 @@ void AppDelegate::takeEnding() {
 
 void AppDelegate::takeEnded(const EndedTake& take) {
     status_->showIdle();
-    if (take.reveal && take.file) desktop_.workspace.reveal(*take.file);
+    if (!take.reveal) return;
+    if (take.file) desktop_.workspace.reveal(*take.file);
+    if (take.reason) tellWhyEnded(*take.reason, take.file);
+}
+
+void AppDelegate::tellWhyEnded(const Error& reason, const std::optional<std::filesystem::path>& file) {
+    const auto name = file ? " · " + file->filename().string() : "";
+    alerts_.show("recording stopped", reason.description + name, {"OK"});
 }
 
 }  // namespace kasto

@@ -15,6 +15,7 @@
 #include "shell/menus/MenuHost.h"
 
 #include <QObject>
+#include <filesystem>
 #include <memory>
 #include <optional>
 #include <string>
@@ -104,6 +105,8 @@ private:
     void takeEnded(const EndedTake& take) override;
     void quickMenuWanted() override { showQuickMenu(); }
     void mayTerminate() override { emit readyToTerminate(); }
+
+    void tellWhyEnded(const Error& reason, const std::optional<std::filesystem::path>& file);
 
     void buildMainMenu();
     void makeStatusItem();

@@ -93,6 +93,16 @@ TEST_F(FinishTakeTest, AMoveThatFailsKeepsTheTake) {
     EXPECT_TRUE(desktop.workspace.revealed.empty()) << "there is no take";
 }
 
+TEST_F(FinishTakeTest, ATakeThatBreaksOffIsFiledAndExplained) {
+    Prefs::setOutputDir(clips);
+    const auto movie = recordPicture();
+    desktop.screenCapture.die({"disk full"});
+    ASSERT_TRUE(loopUntil([] { return alert() != nullptr; }));
+    expectAt(clips / movie.filename(), movie);
+    EXPECT_EQ(alert()->text(), "recording stopped");
+    EXPECT_EQ(alert()->informativeText().toStdString(), "disk full · " + movie.filename().string());
+}
+
 TEST_F(FinishTakeTest, OneFileIsLeftAndMovedWhateverTheConversionDoes) {
     Prefs::setOn(OptionId::convertMP4, true);
     Prefs::setOutputDir(clips);
