@@ -95,7 +95,9 @@ void AppDelegate::showQuickMenu() {
 }
 
 void AppDelegate::beginSetRegion() {
-    if (!isRecording()) optionCommands_.setRegion();
+    if (isRecording()) return;
+    alerts_.close();
+    optionCommands_.setRegion();
 }
 
 void AppDelegate::finishStop(bool reveal) {
@@ -117,6 +119,7 @@ bool AppDelegate::mayStartTake() {
 }
 
 void AppDelegate::takeBegan() {
+    alerts_.close();
     live_.begin(take_.displayID(), take_.startDate());
     menus_->close();
     if (settings_) settings_->showPhase();
