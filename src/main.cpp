@@ -58,6 +58,7 @@ int runEventLoop(AppDelegate& delegate) {
 int runApplication(Session& session, const CommandLine& line) {
     const Desktop desktop = session.desktop();
     AppDelegate delegate(desktop);
+    desktop.runningInstance.setOnActivate([&] { delegate.activate(); });
     desktop.runningInstance.setOnOpenUrls(
         [&](const std::vector<std::string>& opened) { delegate.openUrls(opened); });
     const auto perform = [&](const std::string& actionId) { performIntent(actionId, delegate); };
@@ -76,27 +77,33 @@ int runApplication(Session& session, const CommandLine& line) {
         std::ranges::for_each(line.actions, perform);
     });
     const int status = runEventLoop(delegate);
+    desktop.runningInstance.setOnActivate({});
     desktop.runningInstance.setOnOpenUrls({});
     session.automation().withdraw();
     return status;
 }
 
 // Hands what this start was asked for to the kasto that runs.
-int forwardToRunning(RunningInstance& instance, const CommandLine& line) {
-    if (!line.urls.empty() || line.actions.empty()) {
-        if (const auto sent = instance.forward(line.urls); !sent) return complain(sent.error(), kFailed);
-    }
-    for (const auto& action : line.actions) {
-        if (const auto sent = instance.forwardAction(action); !sent) return complain(sent.error(), kFailed);
-    }
-    return 0;
+Result<void> forwardToRunning(RunningInstance& instance, const CommandLine& line) {
+    Result<void> sent;
+    if (!line.urls.empty() || line.actions.empty()) sent = instance.forward(line.urls);
+    for (const auto& action : line.actions)
+        if (sent) sent = instance.forwardAction(action);
+    return sent;
 }
 
 // Becomes the running kasto, or hands everything to the one that is.
 int claimAndRun(Session& session, const CommandLine& line) {
     auto& instance = session.desktop().runningInstance;
-    const auto claimed = instance.claim();
-    if (claimed && !*claimed) return forwardToRunning(instance, line);
+    auto claimed = instance.claim();
+    if (claimed && !*claimed) {
+        const auto sent = forwardToRunning(instance, line);
+        if (sent) return 0;
+        // It may have begun to quit in between.
+        claimed = instance.claim();
+        if (!claimed || !*claimed) return complain(sent.error(), kFailed);
+    }
+    if (claimed && onlyStops(line)) return 0;
     makeLogFolder();
     if (!claimed) DebugLog::log("runs alone: " + claimed.error().description);
     session.connectMedia();

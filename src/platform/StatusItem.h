@@ -37,8 +37,8 @@ public:
 };
 
 struct StatusItemActions {
-    // Called for a click with any button, or when the item is activated from the keyboard. The call may destroy
-    // the item.
+    // Called for a click with any button, or when the item is activated from the keyboard. The call may
+    // destroy the item.
     std::function<void(const StatusClick&)> onClick = {};
     // Returns the item's present menu. Desktops that open menus themselves on a right click ask for it.
     // Without this function they open none.

@@ -3,6 +3,7 @@
 #include "base/log/DebugLog.h"
 #include "input/KeyCodes.h"
 #include "options/Prefs.h"
+#include "platform/RunningInstance.h"
 #include "platform/ScreenAccess.h"
 #include "platform/Workspace.h"
 #include "settings/SettingsController.h"
@@ -12,6 +13,8 @@
 #include "ui/Brand.h"
 
 #include <QCoreApplication>
+#include <QTimer>
+#include <chrono>
 #include <utility>
 
 namespace kasto {
@@ -70,6 +73,20 @@ void AppDelegate::registerHotKey() {
     if (hotKey_) hotKey_->onPress = [this] { mainQueue_->async([this] { toggleRecording(); }); };
 }
 
+void AppDelegate::terminate() {
+    emit terminating();
+    desktop_.runningInstance.release();
+    hotKey_.reset();
+    take_.quit();
+}
+
+void AppDelegate::activate() {
+    // A start may be so new that the desktop has not yet told whether it shows the item.
+    QTimer::singleShot(std::chrono::seconds(1), this, [this] {
+        if (!status_->isShown()) settings().show();
+    });
+}
+
 void AppDelegate::openUrls(const std::vector<std::string>& urls) {
     for (const auto& url : urls) {
         const auto word = commandWord(url);
@@ -85,10 +102,12 @@ void AppDelegate::runCommand(const std::string& word) {
     if (word == "settings") showSettings();
 }
 
-void AppDelegate::showSettings() {
+SettingsController& AppDelegate::settings() {
     if (!settings_) settings_ = std::make_unique<SettingsController>(*this, desktop_.ownWindows);
-    settings_->toggle();
+    return *settings_;
 }
+
+void AppDelegate::showSettings() { settings().toggle(); }
 
 void AppDelegate::showQuickMenu() {
     if (isRecording()) menus_->showQuickMenu();

@@ -46,8 +46,16 @@ public:
     void applicationDidFinishLaunching();
 
     // Ends the program: at once when idle, else after the take that is being started, recorded or finished
-    // is safely in its file. `readyToTerminate` tells when.
-    void terminate() override { take_.quit(); }
+    // is safely in its file. `readyToTerminate` tells when. Meanwhile the next start of the program finds no
+    // kasto running, and runs by itself.
+    void terminate() override;
+
+    // After terminate(): leaves the movie where it is recorded. False if the process has to be ended for
+    // that, because a move is under way; the movie is complete then.
+    bool skipFiling() { return take_.skipFiling(); }
+
+    // What a start without any wish does: shows the settings, where the status item is to be seen nowhere.
+    void activate();
 
     // Runs the command word of each URL, in order: its host, else its path without slashes at its ends.
     void openUrls(const std::vector<std::string>& urls);
@@ -94,6 +102,7 @@ public:
     bool isRecording() const override { return take_.isRecording(); }
 
 signals:
+    void terminating();
     void readyToTerminate();
 
 private:
@@ -111,6 +120,7 @@ private:
     void buildMainMenu();
     void makeStatusItem();
     void registerHotKey();
+    SettingsController& settings();
     void runCommand(const std::string& word);
     TakeController::RunOnMain runOnMain();
 

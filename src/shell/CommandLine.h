@@ -31,7 +31,10 @@ struct CommandLine {
 };
 
 // Reads the arguments, without the program's name. Fails on anything but an option or a kasto URL, and on an
-// action without its identifier.
+// action that does not exist.
 Result<CommandLine> parseCommandLine(const std::vector<std::string>& arguments);
+
+// True if all that is asked for is to stop a take. Where no kasto runs, there is nothing to do then.
+bool onlyStops(const CommandLine& line);
 
 }  // namespace kasto

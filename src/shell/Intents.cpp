@@ -13,9 +13,14 @@ const Intent StopRecordingIntent{"stop-recording", "Stop Recording",
 const Intent ToggleRecordingIntent{"toggle-recording", "Toggle Recording",
                                    [](AppDelegate& controller) { controller.toggleRecording(); }};
 
-void performIntent(std::string_view id, AppDelegate& controller) {
+const Intent* findIntent(std::string_view id) {
     for (const auto* intent : {&StartRecordingIntent, &StopRecordingIntent, &ToggleRecordingIntent})
-        if (intent->id == id) intent->perform(controller);
+        if (intent->id == id) return intent;
+    return nullptr;
+}
+
+void performIntent(std::string_view id, AppDelegate& controller) {
+    if (const auto* intent = findIntent(id)) intent->perform(controller);
 }
 
 std::vector<Shortcut> KastoShortcuts::shortcuts(std::string_view applicationName) {

@@ -21,6 +21,9 @@ extern const Intent StartRecordingIntent;
 extern const Intent StopRecordingIntent;
 extern const Intent ToggleRecordingIntent;
 
+// The intent of this identifier; null if there is none.
+const Intent* findIntent(std::string_view id);
+
 // Runs the intent of this identifier, if there is one.
 void performIntent(std::string_view id, AppDelegate& controller);
 

@@ -16,7 +16,8 @@ TEST(LaunchTest, refusesWhatItCannotDoBeforeItStarts) {
         {"", "https://example.org", "kasto: not an option or a kasto URL: https://example.org\n2\n"},
         {"DISPLAY=:987 ", "KASTO://Stop", "kasto: no X server at display :987\n1\n"},
         {"DISPLAY=:987 ", "--action stop-recording", "kasto: no X server at display :987\n1\n"},
-        {"DISPLAY= ", "", "1\n"},
+        {"", "--action nonsense", "kasto: not an action: nonsense\n2\n"},
+        {"DISPLAY= ", "-session 1_2", "1\n"},
         {"DISPLAY= ", "--version", "kasto " KASTO_VERSION "\n0\n"},
     };
     for (const auto& [environment, argument, end] : cases) {

@@ -82,6 +82,7 @@ TEST_F(AppDelegateTest, quitsOnlyAfterTheTakeIsFinished) {
     launch();
     record();
     delegate->terminate();
+    EXPECT_EQ(desktop.runningInstance.released, 1) << "a start from now on finds none that drops its wish";
     EXPECT_EQ(terminations, 0);
     ASSERT_TRUE(loopUntil([&] { return terminations > 0; }));
     EXPECT_EQ(stopsLogged(), 1);
@@ -90,6 +91,25 @@ TEST_F(AppDelegateTest, quitsOnlyAfterTheTakeIsFinished) {
     QCoreApplication::processEvents();
     EXPECT_FALSE(delegate->isRecording());
     EXPECT_EQ(terminations, 1);
+}
+
+TEST_F(AppDelegateTest, anAlertLeavesTheRegionPickerUsable) {
+    desktop.screenCapture.startError = Error{"no"};
+    const auto fail = [&] {
+        delegate->startRecording();
+        return loopUntil([] { return alert() != nullptr; });
+    };
+    ASSERT_TRUE(fail());
+    delegate->beginSetRegion();
+    EXPECT_EQ(alert(), nullptr);
+    ASSERT_TRUE(fail());
+    EXPECT_FALSE(alert()->isModal());
+}
+
+TEST_F(AppDelegateTest, aStartWithoutAWishShowsSomething) {
+    desktop.statusItems.hosted = false;
+    delegate->activate();
+    ASSERT_TRUE(loopUntil([&] { return desktop.ownWindows.windows().size() == 1; })) << "the settings";
 }
 
 TEST_F(AppDelegateTest, runsTheCommandsOfUrlsInOrder) {

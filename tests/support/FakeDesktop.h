@@ -67,7 +67,11 @@ struct FakeRunningInstance : RunningInstance {
     Result<bool> claim() override { return true; }
     Result<void> forward(const std::vector<std::string>&) override { return {}; }
     Result<void> forwardAction(const std::string&) override { return {}; }
+    void release() override { ++released; }
+    void setOnActivate(std::function<void()>) override {}
     void setOnOpenUrls(std::function<void(const std::vector<std::string>&)>) override {}
+
+    int released = 0;
 };
 
 // Keeps what it is told.

@@ -33,12 +33,14 @@ class ApplicationAdaptor final : public QDBusAbstractAdaptor {
 public:
     explicit ApplicationAdaptor(QObject* parent) : QDBusAbstractAdaptor(parent) {}
 
+    std::function<void()> onActivate;
     std::function<void(const std::vector<std::string>&)> onOpenUrls;
     std::function<void(const std::string&)> onAction;
 
 public slots:
-    // There is no window to bring to the front.
-    void Activate(const QVariantMap&) {}
+    void Activate(const QVariantMap&) {
+        if (onActivate) onActivate();
+    }
 
     void Open(const QStringList& uris, const QVariantMap&) {
         std::vector<std::string> urls;
@@ -78,8 +80,10 @@ DBusRunningInstance::~DBusRunningInstance() = default;
 Result<bool> DBusRunningInstance::claim() {
     auto& connection = bus_->connection;
     if (!connection.isConnected()) return std::unexpected(busError(connection.lastError()));
-    // The object is registered before the name, so that every caller who finds the name gets an answer.
-    if (!connection.registerObject(kObjectPath, &bus_->object)) return std::unexpected(busError({}));
+    // The object is registered before the name, so that every caller who finds the name gets an answer. It is
+    // there already when this is a second try.
+    if (!connection.objectRegisteredAt(kObjectPath) && !connection.registerObject(kObjectPath, &bus_->object))
+        return std::unexpected(busError({}));
     const auto reply = connection.interface()->registerService(
         kName, QDBusConnectionInterface::DontQueueService, QDBusConnectionInterface::DontAllowReplacement);
     if (!reply.isValid()) return std::unexpected(busError(reply.error()));
@@ -96,6 +100,16 @@ Result<void> DBusRunningInstance::forward(const std::vector<std::string>& urls) 
 Result<void> DBusRunningInstance::forwardAction(const std::string& actionId) {
     return bus_->callRunning("ActivateAction",
                              {QString::fromStdString(actionId), QVariantList(), QVariantMap()});
+}
+
+// Without the object, calls that were sent before the name went are answered with an error.
+void DBusRunningInstance::release() {
+    bus_->connection.unregisterObject(kObjectPath);
+    bus_->connection.unregisterService(kName);
+}
+
+void DBusRunningInstance::setOnActivate(std::function<void()> onActivate) {
+    bus_->adaptor.onActivate = std::move(onActivate);
 }
 
 void DBusRunningInstance::setOnOpenUrls(std::function<void(const std::vector<std::string>&)> onOpenUrls) {

@@ -20,6 +20,8 @@ public:
 
     Result<void> forwardAction(const std::string& actionId) override;
 
+    void release() override;
+    void setOnActivate(std::function<void()> onActivate) override;
     void setOnOpenUrls(std::function<void(const std::vector<std::string>&)> onOpenUrls) override;
 
     // `onAction` is called with the identifier of each action that is activated on the interface.
