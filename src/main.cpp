@@ -8,6 +8,7 @@
 #include "shell/AppDelegate.h"
 #include "shell/CommandLine.h"
 #include "shell/Intents.h"
+#include "shell/QuitRequests.h"
 #include "ui/Brand.h"
 
 #include <QApplication>
@@ -47,6 +48,14 @@ void finishTakeAtExit() {
     DebugLog::flush();
 }
 
+// Somebody who asks twice does not want to wait for a folder that hangs.
+void insist(AppDelegate& delegate) {
+    if (delegate.skipFiling()) return;
+    DebugLog::log("quits without moving the take");
+    DebugLog::flush();
+    std::_Exit(0);
+}
+
 int runEventLoop(AppDelegate& delegate) {
     running = &delegate;
     std::atexit(finishTakeAtExit);
@@ -63,12 +72,11 @@ int runApplication(Session& session, const CommandLine& line) {
         [&](const std::vector<std::string>& opened) { delegate.openUrls(opened); });
     const auto perform = [&](const std::string& actionId) { performIntent(actionId, delegate); };
     session.automation().offer(KastoShortcuts::shortcuts("kasto"), perform);
-    QObject::connect(&delegate, &AppDelegate::readyToTerminate, qApp, &QCoreApplication::quit);
-    // Some session managers take the answer to their question for the end.
-    QObject::connect(
-        qApp, &QGuiApplication::commitDataRequest, &delegate, [&] { delegate.finishNow(); },
-        Qt::DirectConnection);
-    const auto quitSignals = freedesktop::QuitSignals::install([&] { delegate.terminate(); });
+    QObject::connect(&delegate, &AppDelegate::terminating, qApp, [&] { session.automation().withdraw(); });
+    QObject::connect(&delegate, &AppDelegate::readyToTerminate, qApp, [] { QCoreApplication::exit(0); });
+    const QuitRequests quitRequests([&] { delegate.terminate(); });
+    const auto quitSignals =
+        freedesktop::QuitSignals::install([&] { delegate.terminate(); }, [&] { insist(delegate); });
     if (!quitSignals) return complain(quitSignals.error(), kFailed);
 
     QTimer::singleShot(0, &delegate, [&] {

@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include <QSocketNotifier>
+#include <algorithm>
 #include <array>
 #include <atomic>
 #include <cerrno>
@@ -20,7 +21,11 @@ constexpr std::array kSignals{SIGINT, SIGTERM, SIGHUP};
 std::atomic<int> wakeFd = -1;
 static_assert(std::atomic<int>::is_always_lock_free);
 
-void wakeUp(int) {
+// How often somebody has asked for the end. A SIGHUP often comes beside a SIGTERM and means the same.
+std::atomic<int> requests = 0;
+
+void wakeUp(int signal) {
+    if (signal != SIGHUP) ++requests;
     const int errorBefore = errno;
     const std::uint64_t one = 1;
     // It fails only if the counter is full, and then the loop has been woken already.
@@ -32,12 +37,16 @@ void wakeUp(int) {
 
 class QuitSignals::Wake {
 public:
-    Wake(int fd, std::function<void()> onQuit)
-        : fd_(fd), notifier_(fd, QSocketNotifier::Read), onQuit_(std::move(onQuit)) {
+    Wake(int fd, std::function<void()> onQuit, std::function<void()> onInsist)
+        : fd_(fd),
+          notifier_(fd, QSocketNotifier::Read),
+          onQuit_(std::move(onQuit)),
+          onInsist_(std::move(onInsist)) {
         QObject::connect(&notifier_, &QSocketNotifier::activated, &notifier_, [this] {
             std::uint64_t count = 0;
-            if (read(fd_, &count, sizeof count) == sizeof count) onQuit_();
+            if (read(fd_, &count, sizeof count) == sizeof count) wake();
         });
+        requests = 0;
         wakeFd = fd;
         struct sigaction action = {};
         action.sa_handler = wakeUp;
@@ -52,9 +61,17 @@ public:
     }
 
 private:
+    void wake() {
+        onQuit_();
+        const int now = requests;
+        if (now > std::max(1, std::exchange(heard_, now))) onInsist_();
+    }
+
     const int fd_;
     QSocketNotifier notifier_;
     std::function<void()> onQuit_;
+    std::function<void()> onInsist_;
+    int heard_ = 0;  // of the requests
     std::array<struct sigaction, kSignals.size()> former_{};
 };
 
@@ -62,10 +79,12 @@ QuitSignals::QuitSignals(std::unique_ptr<Wake> wake) : wake_(std::move(wake)) {}
 
 QuitSignals::~QuitSignals() = default;
 
-Result<std::unique_ptr<QuitSignals>> QuitSignals::install(std::function<void()> onQuit) {
+Result<std::unique_ptr<QuitSignals>> QuitSignals::install(std::function<void()> onQuit,
+                                                          std::function<void()> onInsist) {
     const int fd = eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
     if (fd < 0) return std::unexpected(systemError("eventfd", errno));
-    return std::unique_ptr<QuitSignals>(new QuitSignals(std::make_unique<Wake>(fd, std::move(onQuit))));
+    return std::unique_ptr<QuitSignals>(
+        new QuitSignals(std::make_unique<Wake>(fd, std::move(onQuit), std::move(onInsist))));
 }
 
 }  // namespace kasto::freedesktop

@@ -7,11 +7,13 @@
 
 namespace kasto::freedesktop {
 
-// Turns SIGINT, SIGTERM and SIGHUP into calls of `onQuit` from the main thread's event loop. Only one may
-// exist at a time. Its destructor restores the former signal handlers. Main thread.
+// Turns signals into calls from the main thread's event loop: SIGINT, SIGTERM and SIGHUP into calls of
+// `onQuit`, and every SIGINT or SIGTERM after the first one into a call of `onInsist` too. Only one may exist
+// at a time. Its destructor restores the former signal handlers. Main thread.
 class QuitSignals {
 public:
-    static Result<std::unique_ptr<QuitSignals>> install(std::function<void()> onQuit);
+    static Result<std::unique_ptr<QuitSignals>> install(std::function<void()> onQuit,
+                                                        std::function<void()> onInsist);
     ~QuitSignals();
 
 private:
