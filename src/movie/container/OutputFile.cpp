@@ -67,7 +67,7 @@ Result<void> OutputFile::reserve(std::uint64_t bytes) {
     if (result == 0) return {};
     if (errno != EOPNOTSUPP && errno != ENOSYS) return fileFailure(file_, errno);
     // Without reservations the free space is compared, though other programs may use it meanwhile.
-    struct statvfs disk {};
+    struct statvfs disk = {};
     const bool isFull = fstatvfs(descriptor_, &disk) == 0 && disk.f_bavail * disk.f_frsize < bytes;
     return isFull ? fileFailure(file_, ENOSPC) : Result<void>();
 }

@@ -193,7 +193,7 @@ TEST_F(MovieWriterErrorsTest, fragmentsLeaveRoomForTheTables) {
         limitFiles(RLIM_INFINITY);
         EXPECT_TRUE(finished && file->error());
         EXPECT_EQ(outermostBoxes(path), "ftyp mdat moov ") << room;
-        struct stat status {};
+        struct stat status = {};
         EXPECT_EQ(stat(path.c_str(), &status), 0);
         EXPECT_LE(status.st_blocks * 512, status.st_size + 8192) << "what was reserved is given back";
     }
