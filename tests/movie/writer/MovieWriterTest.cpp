@@ -114,7 +114,7 @@ TEST(MovieWriterTest, fullQueueRefusesRecoversAndGivesEverythingBack) {
     const auto picture = paintedPicture(settings, 120, 128, 128, 5);
     Times taken;
     std::int64_t units = 0;
-    const auto all = BlockSet::all(kSmallVideo.width, kSmallVideo.height);
+    const auto all = BlockSet::all(settings.width, settings.height);
     for (; units < 1000 && take.adaptor->append(picture, {units, 600}, all); units += 10)
         taken.push_back(units);
     ASSERT_GE(units, 80);
