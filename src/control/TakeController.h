@@ -23,7 +23,7 @@ struct EndedTake {
     std::optional<std::filesystem::path> file;
     // The user is to be shown the file.
     bool reveal = false;
-    // Why it ended, where nobody asked for it.
+    // Why the take ended by itself; none if the user or the session ended it.
     std::optional<Error> reason;
 };
 

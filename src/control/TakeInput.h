@@ -26,7 +26,7 @@ public:
     TakeInput(const TakeInput&) = delete;
     TakeInput& operator=(const TakeInput&) = delete;
 
-    // What is not there, a touchpad for example, is left out.
+    // Starts every input that the desktop has; missing ones, a touchpad for example, are skipped.
     void start();
 
     // Returns when the model is not changed any more. May be repeated.
